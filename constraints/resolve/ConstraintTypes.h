@@ -1,0 +1,42 @@
+// Value types shared by the resolve framework and the resolvers.
+#pragma once
+
+#include "hostapi/attribute/Attribute.h"
+
+#include <Imath/ImathMatrix.h>
+#include <Imath/ImathVec.h>
+
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Qn {
+class VexilCookInterface;
+}
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// Sample times relative to the current time (0 is the current time), ascending, each once.
+using SampleTimes = std::set<float>;
+/// A location's world transform per sample time (row vectors, translation in elements 12 to 14);
+/// looked up by exact key.
+using XformSamples = std::map<float, Imath::M44d>;
+/// One XformSamples per target, in target order.
+using XformSamplesList = std::vector<XformSamples>;
+/// The compute steps' output: 16 doubles (row by row) per sample time.
+using MatrixSamples = std::map<float, std::vector<double>>;
+/// Attributes to set on the constrained location, by name, in ascending name order.
+using OutputAttributes = std::map<std::string, Qn::Attribute>;
+using TargetPaths = std::vector<std::string>;
+
+/// Thrown by resolvers for bad input; carries only its message.
+class ConstraintResolveError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace Private
+} // namespace Vexil3Constraints

@@ -1,0 +1,65 @@
+// Geometric facts about targets and the base that the resolvers share: target origins, face points,
+// the sample times of the geometry an origin mode reads, and two argument readers.
+#pragma once
+
+#include "constraints/resolve/ConstraintTypes.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <Imath/ImathVec.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// The average origin of `targetPaths` at `sampleTime` for origin `mode` ("origin", "boundingBox",
+/// "faceCenterAverage", "faceBoundingBox"; anything else counts as "origin"): in world space when
+/// `applyTransform` is set (each target's matrix at exactly `sampleTime` taken from `targetSamples`,
+/// one map per path), otherwise in the targets' local space. (0,0,0) for an empty path list.
+/// Throws std::runtime_error with a fixed message when a transform, bound or face is unusable.
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
+                               bool applyTransform, float sampleTime);
+
+/// The single-target form of computeTargetOrigin (used for the base location).
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
+                               bool applyTransform, float sampleTime);
+
+/// The points of face `faceIndex` of the mesh or face set at `locationPath`, in vertex-list order,
+/// in the location's local space, with positions interpolated at `sampleTime`. Throws
+/// std::runtime_error "Cannot get valid face <index>. (<path>)." for an index outside the faces, or
+/// the face iterator's message when the mesh (or its face 0) is unusable.
+std::vector<Imath::V3d> getFacePoints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                                      int32_t faceIndex, float sampleTime);
+
+/// Adds to `sampleTimes` every sample time of the attribute that origin `mode` reads on each path
+/// ("geometry.point.P" for the face modes, "bound" for "boundingBox"), when it has two or more
+/// samples; missing or mistyped attributes and other modes add nothing.
+void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
+                                const TargetPaths& targetPaths, SampleTimes& sampleTimes);
+
+/// The single-path form of addTargetOriginSampleTimes (used for the base location).
+void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
+                                const std::string& locationPath, SampleTimes& sampleTimes);
+
+/// The three values (widened to double) of the float attribute `name` (dotted) of `group`, taken from
+/// the sample nearest to time 0. Throws std::runtime_error "Cannot find float attribute of size 3 "
+/// + name unless it is a FloatAttribute with exactly three values there.
+Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name);
+
+/// The non-empty string argument `argumentName` of `constraintGroup`. Throws std::runtime_error
+/// "<resolverType> constraint resolver: empty <argumentName>." when it is missing, not a string or empty.
+std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
+                                 const std::string& argumentName);
+
+/// getRequiredStringArg of "args.targetOrigin".
+std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
+
+/// getRequiredStringArg of "args.baseOrigin".
+std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
+
+} // namespace Private
+} // namespace Vexil3Constraints

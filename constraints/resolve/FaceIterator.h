@@ -47,6 +47,11 @@ private:
     Qn::IntAttribute m_startIndices;
     Qn::IntAttribute m_vertexList;
     Qn::IntAttribute m_faces;
+    // Views of the three integer attributes' samples nearest to time 0 (the attributes above keep
+    // them alive).
+    Qn::SampleView<int32_t> m_startView;
+    Qn::SampleView<int32_t> m_vertexView;
+    Qn::SampleView<int32_t> m_faceView;
     std::vector<float> m_pointBuffer;
     int64_t m_faceCount = 0;
     int32_t m_faceNumber = 0;

@@ -1,0 +1,175 @@
+#include "host/attribute/GroupBuilderState.h"
+
+namespace VexilAttributeHost {
+
+GroupBuilderState::Node::~Node() {
+    clear();
+}
+
+void GroupBuilderState::Node::clear() {
+    for (Entry& e : entries)
+        if (e.leaf)
+            e.leaf->release();
+    entries.clear();
+    index.clear();
+}
+
+GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
+    auto it = index.find(std::string(name));
+    return it == index.end() ? nullptr : &entries[it->second];
+}
+
+void GroupBuilderState::Node::setLeaf(std::string_view name, const AttributeValue* value) {
+    value->retain();
+    if (Entry* e = find(name)) {
+        if (e->leaf)
+            e->leaf->release();
+        e->leaf = value;
+        e->node.reset();
+        return;
+    }
+    index.emplace(std::string(name), entries.size());
+    entries.push_back(Entry{std::string(name), value, nullptr});
+}
+
+bool GroupBuilderState::Node::open(Entry& entry) {
+    if (entry.node)
+        return true;
+    if (!entry.leaf || entry.leaf->kind() != QN_ATTRIBUTE_TYPE_GROUP)
+        return false;
+    const auto* group = static_cast<const GroupValue*>(entry.leaf);
+    auto node = std::make_unique<Node>();
+    for (int64_t i = 0; i < group->numChildren(); ++i) {
+        const GroupChild* c = group->child(i);
+        node->setLeaf(c->name, c->value);
+    }
+    entry.node = std::move(node);
+    entry.leaf->release();
+    entry.leaf = nullptr;
+    return true;
+}
+
+GroupBuilderState::Node& GroupBuilderState::Node::nested(std::string_view name) {
+    Entry* e = find(name);
+    if (!e) {
+        index.emplace(std::string(name), entries.size());
+        entries.push_back(Entry{std::string(name), nullptr, std::make_unique<Node>()});
+        return *entries.back().node;
+    }
+    if (!open(*e)) { // a non-group child gives way to a new group at the same position
+        if (e->leaf)
+            e->leaf->release();
+        e->leaf = nullptr;
+        e->node = std::make_unique<Node>();
+    }
+    return *e->node;
+}
+
+void GroupBuilderState::Node::remove(std::string_view name) {
+    auto it = index.find(std::string(name));
+    if (it == index.end())
+        return;
+    const size_t pos = it->second;
+    index.erase(it);
+    if (entries[pos].leaf)
+        entries[pos].leaf->release();
+    entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(pos));
+    for (size_t i = pos; i < entries.size(); ++i)
+        index[entries[i].name] = i;
+}
+
+const GroupValue* GroupBuilderState::Node::build() const {
+    std::vector<GroupChild> children;
+    children.reserve(entries.size());
+    try {
+        for (const Entry& e : entries) {
+            if (e.node) {
+                children.push_back(GroupChild{e.name, e.node->build()});
+            } else {
+                e.leaf->retain();
+                children.push_back(GroupChild{e.name, e.leaf});
+            }
+        }
+        return new GroupValue(std::move(children));
+    } catch (...) {
+        for (const GroupChild& c : children)
+            c.value->release();
+        throw;
+    }
+}
+
+GroupBuilderState::GroupBuilderState(bool literal) : m_literal(literal) {
+    LiveCounts::builders.fetch_add(1, std::memory_order_relaxed);
+}
+
+GroupBuilderState::~GroupBuilderState() {
+    LiveCounts::builders.fetch_sub(1, std::memory_order_relaxed);
+}
+
+bool GroupBuilderState::splitPath(std::string_view path, std::vector<std::string_view>& segments) {
+    size_t start = 0;
+    while (true) {
+        const size_t dot = path.find('.', start);
+        const std::string_view segment =
+            path.substr(start, dot == std::string_view::npos ? dot : dot - start);
+        if (segment.empty())
+            return false;
+        segments.push_back(segment);
+        if (dot == std::string_view::npos)
+            return true;
+        start = dot + 1;
+    }
+}
+
+void GroupBuilderState::set(std::string_view name, const AttributeValue* value) {
+    if (!value || name.empty())
+        return;
+    if (m_literal) {
+        m_root.setLeaf(name, value);
+        return;
+    }
+    std::vector<std::string_view> segments;
+    if (!splitPath(name, segments))
+        return;
+    Node* node = &m_root;
+    for (size_t i = 0; i + 1 < segments.size(); ++i)
+        node = &node->nested(segments[i]);
+    node->setLeaf(segments.back(), value);
+}
+
+void GroupBuilderState::remove(std::string_view name) {
+    if (name.empty())
+        return;
+    if (m_literal) {
+        m_root.remove(name);
+        return;
+    }
+    std::vector<std::string_view> segments;
+    if (!splitPath(name, segments))
+        return;
+    Node* node = &m_root;
+    for (size_t i = 0; i + 1 < segments.size(); ++i) {
+        Entry* e = node->find(segments[i]);
+        if (!e || !Node::open(*e))
+            return;
+        node = e->node.get();
+    }
+    node->remove(segments.back());
+}
+
+void GroupBuilderState::update(const GroupValue& group) {
+    for (int64_t i = 0; i < group.numChildren(); ++i) {
+        const GroupChild* c = group.child(i);
+        m_root.setLeaf(c->name, c->value);
+    }
+}
+
+const GroupValue* GroupBuilderState::build() const {
+    return m_root.build();
+}
+
+void GroupBuilderState::clear() {
+    m_root.clear();
+}
+
+} // namespace VexilAttributeHost

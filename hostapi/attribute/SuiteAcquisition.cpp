@@ -1,0 +1,99 @@
+// Suite acquisition: the attribute classes and GroupBuilder each keep their own process-wide suite
+// pointer, written when the host is handed over and only read afterwards.
+#include "hostapi/attribute/Attribute.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <dlfcn.h>
+
+#include <atomic>
+#include <iostream>
+
+namespace Qn {
+
+namespace {
+
+std::atomic<const AttributeHostSuite*> g_attributeSuite{nullptr};
+std::atomic<const AttributeHostSuite*> g_builderSuite{nullptr};
+
+const AttributeHostSuite* suiteFromHost(const VexilHost* host) {
+    if (!host || !host->getSuite)
+        return nullptr;
+    return static_cast<const AttributeHostSuite*>(
+        host->getSuite(QN_ATTRIBUTE_HOST_SUITE_NAME, QN_ATTRIBUTE_HOST_SUITE_VERSION));
+}
+
+std::string loaderError() {
+    const char* text = dlerror();
+    return text ? text : "";
+}
+
+} // namespace
+
+int Attribute::setHost(const VexilHost* host) {
+    const AttributeHostSuite* s = suiteFromHost(host);
+    if (!s)
+        return -1;
+    g_attributeSuite.store(s, std::memory_order_release);
+    return 0;
+}
+
+void Attribute::setSuite(const AttributeHostSuite* s) {
+    if (s)
+        g_attributeSuite.store(s, std::memory_order_release);
+}
+
+void Attribute::setSuites(const AttributeHostSuite* s) {
+    if (!s)
+        return;
+    g_attributeSuite.store(s, std::memory_order_release);
+    g_builderSuite.store(s, std::memory_order_release);
+}
+
+const AttributeHostSuite* Attribute::suite() {
+    return g_attributeSuite.load(std::memory_order_acquire);
+}
+
+bool Attribute::loadSuite(const std::string& directory) {
+    const std::string path = directory + "/bin/libQnAttributeHost.so";
+    void* library = dlopen(path.c_str(), RTLD_NOW);
+    if (!library) {
+        std::cerr << "Error loading QnAttributeHost: " << loaderError() << std::endl;
+        return false;
+    }
+    dlerror(); // a null symbol value is told apart from a missing one by the error state
+    void* symbol = dlsym(library, QN_GET_ATTRIBUTE_HOST_SYMBOL);
+    if (!symbol) {
+        std::cerr << "Error loading ATTRUTIL: " << loaderError() << std::endl;
+        dlclose(library);
+        return false;
+    }
+    const auto getHost = reinterpret_cast<QnGetAttributeHostFn>(symbol);
+    const AttributeHostSuite* s = suiteFromHost(getHost());
+    // A host that offers no suite is as useless as no host at all.
+    if (!s) {
+        std::cerr << "Error obtaining QnAttribute host." << std::endl;
+        dlclose(library);
+        return false;
+    }
+    setSuites(s);
+    return true; // the library stays open: the suite lives in it
+}
+
+int GroupBuilder::setHost(const VexilHost* host) {
+    const AttributeHostSuite* s = suiteFromHost(host);
+    if (!s)
+        return -1;
+    g_builderSuite.store(s, std::memory_order_release);
+    return 0;
+}
+
+void GroupBuilder::setSuite(const AttributeHostSuite* s) {
+    if (s)
+        g_builderSuite.store(s, std::memory_order_release);
+}
+
+const AttributeHostSuite* GroupBuilder::suite() {
+    return g_builderSuite.load(std::memory_order_acquire);
+}
+
+} // namespace Qn

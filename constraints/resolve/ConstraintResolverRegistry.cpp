@@ -16,6 +16,10 @@ boost::once_flag g_registryOnce = BOOST_ONCE_INIT;
 void registerConstraintResolvers() {
     static std::map<std::string, ConstraintResolverCreator> registry;
     // REGISTRY LINES (keep in this order)
+    registry["Billboard"] = &createBillboardConstraintResolver;
+    registry["ParentChild"] = &createParentChildConstraintResolver;
+    registry["Reflection"] = &createReflectionConstraintResolver;
+    registry["Scale"] = &createScaleConstraintResolver;
     g_registry = &registry;
 }
 

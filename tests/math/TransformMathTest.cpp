@@ -1,0 +1,437 @@
+// Point, Aim and Orient mathematics against matrices worked out by hand, degenerate input first,
+// then seeded random transforms with non-uniform scale checked by geometric properties.
+#include "constraints/resolvers/TransformMath.h"
+
+#include <Imath/ImathMatrixAlgo.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+using namespace Vexil3Constraints::Private;
+using Imath::M44d;
+using Imath::V3d;
+
+namespace {
+
+constexpr double kDeg = M_PI / 180.0;
+constexpr double kTol = 1e-9;
+
+M44d translation(double x, double y, double z) {
+    M44d m;
+    m.setTranslation(V3d(x, y, z));
+    return m;
+}
+
+M44d scaling(double x, double y, double z) {
+    M44d m;
+    m.setScale(V3d(x, y, z));
+    return m;
+}
+
+// Rotation about z by `degrees`, row vectors: +x turns towards +y.
+M44d rotationZ(double degrees) {
+    const double c = std::cos(degrees * kDeg), s = std::sin(degrees * kDeg);
+    return M44d(c, s, 0, 0, -s, c, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+}
+
+M44d rotationX(double degrees) {
+    const double c = std::cos(degrees * kDeg), s = std::sin(degrees * kDeg);
+    return M44d(1, 0, 0, 0, 0, c, s, 0, 0, -s, c, 0, 0, 0, 0, 1);
+}
+
+V3d direction(const V3d& v, const M44d& m) {
+    V3d out;
+    m.multDirMatrix(v, out);
+    return out;
+}
+
+V3d translationOf(const M44d& m) {
+    return V3d(m[3][0], m[3][1], m[3][2]);
+}
+
+void expectMatrixNear(const M44d& expected, const M44d& actual, double tol = kTol) {
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            EXPECT_NEAR(expected[i][j], actual[i][j], tol) << "element [" << i << "][" << j << "]";
+}
+
+void expectVecNear(const V3d& expected, const V3d& actual, double tol = kTol) {
+    EXPECT_NEAR(expected.x, actual.x, tol);
+    EXPECT_NEAR(expected.y, actual.y, tol);
+    EXPECT_NEAR(expected.z, actual.z, tol);
+}
+
+template <typename F> std::string messageOf(F&& f) {
+    try {
+        f();
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "<no exception>";
+}
+
+} // namespace
+
+// ---- Point ----
+
+TEST(PointConstraintMath, TranslationInBaseLocalFrame) {
+    struct Case {
+        const char* what;
+        M44d base;
+        V3d baseOrigin;
+        V3d target;
+        bool x, y, z;
+        V3d expected;
+    };
+    const Case cases[] = {
+        {"identity base", M44d(), V3d(0), V3d(1, 0, 0), true, true, true, V3d(1, 0, 0)},
+        // Base at (5,0,0) scaled by 2: the world point (9,2,0) is local (2,1,0).
+        {"scaled and moved base", scaling(2, 2, 2) * translation(5, 0, 0), V3d(0.5, 0, 0), V3d(9, 2, 0), true,
+         true, true, V3d(1.5, 1, 0)},
+        {"x axis off", scaling(2, 2, 2) * translation(5, 0, 0), V3d(0.5, 0, 0), V3d(9, 2, 0), false, true,
+         true, V3d(0, 1, 0)},
+        {"only z", M44d(), V3d(1, 1, 1), V3d(4, 5, 6), false, false, true, V3d(0, 0, 5)},
+        // The base's x axis points along world y, so world (0,3,0) is three units along local x.
+        {"rotated base", rotationZ(90), V3d(0), V3d(0, 3, 0), true, true, true, V3d(3, 0, 0)},
+        // A singular base inverts to the identity: the world point is used as it is.
+        {"singular base", scaling(1, 0, 1), V3d(1, 1, 1), V3d(3, 4, 5), true, true, true, V3d(2, 3, 4)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const M44d result = pointConstraintMatrix(c.base, c.baseOrigin, c.target, c.x, c.y, c.z);
+        M44d expected;
+        expected.setTranslation(c.expected);
+        expectMatrixNear(expected, result);
+    }
+}
+
+TEST(PointConstraintMath, BaseOriginLandsOnTarget) {
+    // Base: scale (1,2,3), rotated 30 degrees about z, at (4,-1,2); base origin (1,1,0) in local space.
+    const M44d base = scaling(1, 2, 3) * rotationZ(30) * translation(4, -1, 2);
+    const V3d target(-3, 7, 0.5);
+    const M44d x = pointConstraintMatrix(base, V3d(1, 1, 0), target, true, true, true);
+    V3d moved;
+    (x * base).multVecMatrix(V3d(1, 1, 0), moved);
+    expectVecNear(target, moved);
+}
+
+// ---- Aim ----
+
+TEST(AimConstraintMath, SideFallbackBranches) {
+    struct Case {
+        V3d up;
+        V3d expected;
+    };
+    const Case cases[] = {
+        {V3d(0, 2, 0), V3d(0, 0, 2)},
+        {V3d(-1, 0.5, 0), V3d(0, 0, 0.5)},
+        {V3d(3, 0, 0), V3d(0, 3, 0)},
+        {V3d(-3, 1e-8, 0), V3d(0, -3, 0)},
+        // The third branch tests z but uses y: zero (or tiny) whatever z is.
+        {V3d(0, 0, 5), V3d(0, 0, 0)},
+        {V3d(0, 5e-8, 1), V3d(0, 0, 5e-8)},
+        // Exactly 1e-7 is not above the threshold.
+        {V3d(1e-7, 1e-7, 1e-7), V3d(0, 0, 0)},
+        {V3d(0, 0, 0), V3d(0, 0, 0)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(::testing::Message() << "up (" << c.up.x << ", " << c.up.y << ", " << c.up.z << ")");
+        const V3d side = aimSideFallback(c.up);
+        EXPECT_EQ(c.expected.x, side.x);
+        EXPECT_EQ(c.expected.y, side.y);
+        EXPECT_EQ(c.expected.z, side.z);
+    }
+}
+
+TEST(AimConstraintMath, HandWorkedFrames) {
+    struct Case {
+        const char* what;
+        M44d base;
+        V3d target, aim, up, targetUp;
+        M44d expectedWorld; // X·B
+    };
+    // +90 degrees about y, row vectors: x -> -z, z -> x.
+    const M44d turnY(0, 0, -1, 0, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 1);
+    const Case cases[] = {
+        {"aim +x at -z", M44d(), V3d(0, 0, -5), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0), turnY},
+        // Target straight above with up (0,1,0): the side falls back to (0,0,1), up' = (-1,0,0).
+        {"aim straight up", M44d(), V3d(0, 5, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0), rotationZ(90)},
+        // Up (0,0,1) parallel to the aim direction: zero side, singular frame, identity inverse, so
+        // R is the base frame itself (the identity here).
+        {"degenerate z up", M44d(), V3d(0, 0, 5), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 0, 1), M44d()},
+        // Scale is kept through the base's linear part; position stays.
+        {"scaled base", scaling(2, 3, 4) * translation(1, 2, 3), V3d(1, 2, -7), V3d(1, 0, 0), V3d(0, 1, 0),
+         V3d(0, 1, 0), scaling(2, 3, 4) * turnY * translation(1, 2, 3)},
+        // A base turned 90 degrees about z aiming +x at a target on +x turns back to the identity.
+        {"rotated base", rotationZ(90), V3d(5, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0), M44d()},
+        // Base up parallel to base aim: the base side falls back to (0,1,0), its up to (0,0,-1).
+        {"base up parallel to aim", M44d(), V3d(0, 0, -5), V3d(1, 0, 0), V3d(2, 0, 0), V3d(0, 1, 0),
+         M44d(0, 0, -1, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 0, 1)},
+        // Unnormalised axes give the same result as unit ones.
+        {"unnormalised axes", M44d(), V3d(0, 0, -5), V3d(7, 0, 0), V3d(0, 0.25, 0), V3d(0, 9, 0), turnY},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const M44d x = aimConstraintMatrix(c.base, c.target, c.aim, c.up, c.targetUp);
+        expectMatrixNear(c.expectedWorld, x * c.base);
+    }
+}
+
+TEST(AimConstraintMath, ZeroChecksAndMessages) {
+    struct Case {
+        const char* what;
+        V3d target, aim, up, targetUp;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"zero aim", V3d(1, 0, 0), V3d(0), V3d(0, 1, 0), V3d(0, 1, 0), "Aim Axis or Up Axis is zero."},
+        {"zero up", V3d(1, 0, 0), V3d(1, 0, 0), V3d(0), V3d(0, 1, 0), "Aim Axis or Up Axis is zero."},
+        {"zero target up", V3d(1, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0), "Target Up Axis is zero."},
+        // The axes are checked before the positions.
+        {"zero aim at base", V3d(0), V3d(0), V3d(0, 1, 0), V3d(0, 1, 0), "Aim Axis or Up Axis is zero."},
+        {"same location", V3d(0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0),
+         "Base and target are at same location, nowhere to aim."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(c.message,
+                  messageOf([&] { aimConstraintMatrix(M44d(), c.target, c.aim, c.up, c.targetUp); }));
+    }
+    EXPECT_EQ("Aim Axis or Up Axis is zero.", messageOf([] { checkAimAndUpAxes(V3d(0), V3d(1)); }));
+    EXPECT_EQ("Target Up Axis is zero.", messageOf([] { checkTargetUpAxis(V3d(0)); }));
+}
+
+TEST(AimConstraintMath, TinyButNonZeroInputsPass) {
+    // A target 1e-300 along +x is a valid direction (+x), and tiny axes are not zero.
+    expectMatrixNear(
+        M44d(), aimConstraintMatrix(M44d(), V3d(1e-300, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0)));
+    expectMatrixNear(M44d(), aimConstraintMatrix(M44d(), V3d(3, 0, 0), V3d(1e-30, 0, 0), V3d(0, 1e-30, 0),
+                                                 V3d(0, 1e-30, 0)));
+    // Base at (2,2,2), target 1e-300 away in z.
+    const M44d base = translation(2, 2, 2);
+    EXPECT_NO_THROW(
+        aimConstraintMatrix(base, V3d(2, 2, 2 + 1e-15), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0)));
+}
+
+TEST(AimConstraintMath, RandomTransformsAimAtTarget) {
+    std::mt19937 rng(20240611);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    std::uniform_real_distribution<double> scale(0.2, 3.0);
+    auto randomVec = [&](double r) {
+        return V3d(unit(rng) * r, unit(rng) * r, unit(rng) * r);
+    };
+    for (int trial = 0; trial < 500; ++trial) {
+        SCOPED_TRACE(trial);
+        M44d rotation;
+        rotation.setEulerAngles(randomVec(M_PI));
+        const V3d s(scale(rng), scale(rng), scale(rng));
+        const M44d base =
+            scaling(s.x, s.y, s.z) * rotation * translation(unit(rng) * 10, unit(rng) * 10, unit(rng) * 10);
+        const V3d target = randomVec(20.0);
+        const V3d aim = randomVec(1.0), up = randomVec(1.0), targetUp = randomVec(1.0);
+        const V3d origin = translationOf(base);
+        V3d d = (target - origin).normalized();
+        // Stay clear of near-parallel frames, whose orientation is ill-conditioned.
+        if (std::abs(d.dot(targetUp.normalized())) > 0.95 ||
+            std::abs(direction(aim, base).normalized().dot(direction(up, base).normalized())) > 0.95)
+            continue;
+
+        const M44d world = aimConstraintMatrix(base, target, aim, up, targetUp) * base;
+        // Position kept, each axis length (scale) kept.
+        expectVecNear(origin, translationOf(world), 1e-8);
+        for (int row = 0; row < 3; ++row)
+            EXPECT_NEAR(V3d(base[row][0], base[row][1], base[row][2]).length(),
+                        V3d(world[row][0], world[row][1], world[row][2]).length(), 1e-8);
+        // The aim axis points at the target.
+        expectVecNear(d, direction(aim, world).normalized(), 1e-8);
+        // The up axis lies in the plane of the aim direction and the target up, on the up side.
+        const V3d worldUp = direction(up, world).normalized();
+        const V3d planeNormal = d.cross(targetUp).normalized();
+        EXPECT_NEAR(0.0, worldUp.dot(planeNormal), 1e-8);
+        const V3d upInPlane = (targetUp - d * d.dot(targetUp)).normalized();
+        const V3d baseUpOrtho =
+            direction(up, base) -
+            direction(aim, base).normalized() * direction(aim, base).normalized().dot(direction(up, base));
+        if (baseUpOrtho.length() > 1e-3) {
+            EXPECT_GT(worldUp.dot(upInPlane), 0.0);
+        }
+    }
+}
+
+// ---- Orient ----
+
+TEST(OrientConstraintMath, WrapAngles) {
+    struct Case {
+        double in, out; // degrees
+    };
+    const Case cases[] = {{190, -170}, {-190, 170}, {180, 180}, {-180, 180}, {540, 180},
+                          {-540, 180}, {0, 0},      {359, -1},  {720, 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.in);
+        EXPECT_NEAR(c.out * kDeg, wrapAngles(V3d(c.in * kDeg, 0, 0)).x, 1e-12);
+        EXPECT_NEAR(c.out * kDeg, wrapAngles(V3d(0, 0, c.in * kDeg)).z, 1e-12);
+    }
+}
+
+TEST(OrientConstraintMath, NormalizeEulerAnglesPicksShorterEquivalent) {
+    struct Case {
+        V3d in, out; // degrees
+    };
+    const Case cases[] = {
+        {V3d(190, 0, 0), V3d(-170, 0, 0)},
+        {V3d(10, 20, 30), V3d(10, 20, 30)},
+        // (170,170,0) is 240 long; its equivalent (-10,10,180) about 181.
+        {V3d(170, 170, 0), V3d(-10, 10, 180)},
+        {V3d(0, 90, 0), V3d(0, 90, 0)},
+        {V3d(-180, 0, -180), V3d(0, 180, 0)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.in.x << " " << c.in.y << " " << c.in.z);
+        const V3d result = normalizeEulerAngles(c.in * kDeg);
+        expectVecNear(c.out * kDeg, result, 1e-12);
+        // Either triple describes the same rotation.
+        M44d a, b;
+        a.setEulerAngles(c.in * kDeg);
+        b.setEulerAngles(result);
+        expectMatrixNear(a, b, 1e-12);
+    }
+}
+
+TEST(OrientConstraintMath, MixEulerAngles) {
+    const V3d base(1, 2, 3), target(-1, -2, -3);
+    expectVecNear(V3d(-1, -2, -3), mixEulerAngles(base, target, true, true, true), 0);
+    expectVecNear(V3d(-1, 2, -3), mixEulerAngles(base, target, true, false, true), 0);
+    expectVecNear(V3d(1, 2, 3), mixEulerAngles(base, target, false, false, false), 0);
+    expectVecNear(V3d(1, 2, -3), mixEulerAngles(base, target, false, false, true), 0);
+}
+
+TEST(OrientConstraintMath, FaceFrames) {
+    // The unit triangle in xy: e1 = +x, n = +z, m = e1 x n = -y: a turn of -90 degrees about z.
+    const M44d unitFrame(0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+    struct Case {
+        const char* what;
+        std::vector<V3d> points;
+        std::optional<M44d> expected;
+    };
+    const Case cases[] = {
+        {"unit triangle", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0)}, unitFrame},
+        {"moved and scaled triangle", {V3d(5, 5, 5), V3d(9, 5, 5), V3d(5, 7, 5)}, unitFrame},
+        {"first two points coincide", {V3d(0, 0, 0), V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0)}, unitFrame},
+        // First triple collinear: (0,1,3) qualifies, with e2 = +z, n = -y, m = -z.
+        {"collinear start",
+         {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0), V3d(0, 0, 1)},
+         M44d(0, 0, -1, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 0, 1)},
+        // Edges of 1e-300 are not zero for an underflow-safe length.
+        {"tiny triangle", {V3d(0, 0, 0), V3d(1e-300, 0, 0), V3d(0, 1e-300, 0)}, unitFrame},
+        // Nearly but not exactly collinear: the cross product's squared length is a denormal, not 0.
+        {"nearly collinear", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(1, 1e-160, 0)}, unitFrame},
+        {"collinear face", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0)}, std::nullopt},
+        {"all points equal", {V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1)}, std::nullopt},
+        {"two points", {V3d(0, 0, 0), V3d(1, 0, 0)}, std::nullopt},
+        {"no points", {}, std::nullopt},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::optional<M44d> frame = faceFrameMatrix(c.points);
+        ASSERT_EQ(c.expected.has_value(), frame.has_value());
+        if (frame)
+            expectMatrixNear(*c.expected, *frame, 1e-12);
+    }
+}
+
+TEST(OrientConstraintMath, DecomposeScaleShearRotation) {
+    M44d shear;
+    shear.setShear(V3d(0.5, -0.25, 0.125));
+    const M44d m = scaling(2, 3, 4) * shear * rotationZ(30) * translation(7, 8, 9);
+    const std::optional<ScaleShearRotation> parts = decomposeScaleShearRotation(m);
+    ASSERT_TRUE(parts.has_value());
+    expectVecNear(V3d(2, 3, 4), parts->scale);
+    expectVecNear(V3d(0.5, -0.25, 0.125), parts->shear);
+    expectVecNear(V3d(0, 0, 30 * kDeg), parts->rotation);
+
+    EXPECT_FALSE(decomposeScaleShearRotation(scaling(1, 0, 1)).has_value());
+    EXPECT_FALSE(decomposeScaleShearRotation(scaling(0, 0, 0)).has_value());
+    // Two equal rows: the third scale vanishes once the rows are orthogonalised.
+    EXPECT_FALSE(decomposeScaleShearRotation(M44d(1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1) *
+                                             M44d(1, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1))
+                     .has_value());
+}
+
+TEST(OrientConstraintMath, UnchangedRotationGivesBackBase) {
+    M44d shear;
+    shear.setShear(V3d(0.3, 0.1, -0.2));
+    const M44d base = scaling(2, -1.5, 0.5) * shear * rotationX(20) * rotationZ(-65) * translation(1, 2, 3);
+    const std::optional<ScaleShearRotation> parts = decomposeScaleShearRotation(base);
+    ASSERT_TRUE(parts.has_value());
+    const M44d x = orientConstraintMatrix(base, *parts, parts->rotation);
+    expectMatrixNear(M44d(), x, 1e-12);
+    expectMatrixNear(base, x * base, 1e-12);
+}
+
+TEST(OrientConstraintMath, NewRotationKeepsScaleShearAndPosition) {
+    M44d shear;
+    shear.setShear(V3d(0.3, 0.1, 0.2));
+    const M44d base = scaling(2, 1, 1) * shear * rotationX(20) * translation(1, 2, 3);
+    const std::optional<ScaleShearRotation> parts = decomposeScaleShearRotation(base);
+    ASSERT_TRUE(parts.has_value());
+    const M44d world = orientConstraintMatrix(base, *parts, V3d(0, 0, 90 * kDeg)) * base;
+    const std::optional<ScaleShearRotation> after = decomposeScaleShearRotation(world);
+    ASSERT_TRUE(after.has_value());
+    expectVecNear(V3d(2, 1, 1), after->scale);
+    expectVecNear(V3d(0.3, 0.1, 0.2), after->shear);
+    expectVecNear(V3d(0, 0, 90 * kDeg), after->rotation);
+    expectVecNear(V3d(1, 2, 3), translationOf(world));
+}
+
+TEST(OrientConstraintMath, SingularBaseThrowsImathMessage) {
+    // The upper 3x3 decomposes, but the 4x4 (no homogeneous row) cannot be inverted.
+    M44d base;
+    base[3][3] = 0.0;
+    const std::optional<ScaleShearRotation> parts = decomposeScaleShearRotation(base);
+    ASSERT_TRUE(parts.has_value());
+    EXPECT_EQ("Cannot invert singular matrix.",
+              messageOf([&] { orientConstraintMatrix(base, *parts, V3d(0)); }));
+}
+
+TEST(OrientConstraintMath, RandomTransformsTakeTargetRotationPerAxis) {
+    std::mt19937 rng(7177);
+    std::uniform_real_distribution<double> angle(-80 * kDeg, 80 * kDeg);
+    std::uniform_real_distribution<double> scale(0.25, 4.0);
+    std::uniform_real_distribution<double> small(-0.5, 0.5);
+    for (int trial = 0; trial < 400; ++trial) {
+        SCOPED_TRACE(trial);
+        const V3d baseAngles(angle(rng), angle(rng), angle(rng));
+        const V3d targetAngles(angle(rng), angle(rng), angle(rng));
+        const V3d baseScale(scale(rng), scale(rng), scale(rng));
+        const V3d baseShear(small(rng), small(rng), small(rng));
+        M44d baseRotation, targetRotation, shear;
+        baseRotation.setEulerAngles(baseAngles);
+        targetRotation.setEulerAngles(targetAngles);
+        shear.setShear(baseShear);
+        const M44d base = scaling(baseScale.x, baseScale.y, baseScale.z) * shear * baseRotation *
+                          translation(small(rng) * 20, small(rng) * 20, small(rng) * 20);
+        // The target carries a non-uniform scale of its own, which must not leak into the base.
+        const M44d target =
+            scaling(scale(rng), scale(rng), scale(rng)) * targetRotation * translation(3, 4, 5);
+
+        const std::optional<ScaleShearRotation> baseParts = decomposeScaleShearRotation(base);
+        const std::optional<ScaleShearRotation> targetParts = decomposeScaleShearRotation(target);
+        ASSERT_TRUE(baseParts && targetParts);
+        const bool useX = trial % 4 != 1, useY = trial % 4 != 2, useZ = trial % 4 != 3;
+        const V3d angles = mixEulerAngles(baseParts->rotation, normalizeEulerAngles(targetParts->rotation),
+                                          useX, useY, useZ);
+        const M44d world = orientConstraintMatrix(base, *baseParts, angles) * base;
+
+        const std::optional<ScaleShearRotation> after = decomposeScaleShearRotation(world);
+        ASSERT_TRUE(after.has_value());
+        expectVecNear(baseScale, after->scale, 1e-8);
+        expectVecNear(baseShear, after->shear, 1e-8);
+        expectVecNear(translationOf(base), translationOf(world), 1e-8);
+        const V3d expected(useX ? targetAngles.x : baseAngles.x, useY ? targetAngles.y : baseAngles.y,
+                           useZ ? targetAngles.z : baseAngles.z);
+        expectVecNear(expected, after->rotation, 1e-8);
+    }
+}

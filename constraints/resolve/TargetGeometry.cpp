@@ -1,0 +1,179 @@
+#include "constraints/resolve/TargetGeometry.h"
+
+#include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
+#include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
+#include "constraints/resolve/FaceIterator.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+namespace {
+
+const XformSamples kNoSamples;
+
+// The matrix keyed exactly by `sampleTime`: the first key not less than it must not be greater.
+const Imath::M44d& transformAt(const XformSamples& samples, float sampleTime, const std::string& path) {
+    const auto it = samples.lower_bound(sampleTime);
+    if (it == samples.end() || it->first > sampleTime)
+        throw std::runtime_error("Incorrect time samples for xform (" + path + ").");
+    return it->second;
+}
+
+Imath::V3d boundingBoxCentre(Qn::VexilCookInterface& cookInterface, const std::string& path,
+                             float sampleTime) {
+    const Qn::DoubleAttribute bound = Qn::VexilCookInterfaceUtils::getBoundAttr(cookInterface, path);
+    if (!bound.isValid())
+        throw std::runtime_error("Cannot get bounds attribute (" + path + ").");
+    double values[6] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+    try {
+        bound.fillInterpolatedValues(values, 6, sampleTime, 0.0, true);
+    } catch (const std::exception&) {
+        // The missing opening parenthesis is part of the established message.
+        throw std::runtime_error("Cannot get bounds attribute " + path + ").");
+    }
+    return Imath::V3d((values[0] + values[1]) * 0.5, (values[2] + values[3]) * 0.5,
+                      (values[4] + values[5]) * 0.5);
+}
+
+// The centre of the box of all points of all faces; (0,0,0) when there are none.
+Imath::V3d faceBoundingBoxCentre(Qn::VexilCookInterface& cookInterface, const std::string& path,
+                                 float sampleTime) {
+    Imath::V3d boxMin(0.0, 0.0, 0.0);
+    Imath::V3d boxMax(0.0, 0.0, 0.0);
+    bool firstPoint = true;
+    for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance()) {
+        for (const Imath::V3d& point : faces.getFacePoints()) {
+            if (firstPoint) {
+                boxMin = boxMax = point;
+                firstPoint = false;
+                continue;
+            }
+            for (int axis = 0; axis < 3; ++axis) {
+                boxMin[axis] = std::min(boxMin[axis], point[axis]);
+                boxMax[axis] = std::max(boxMax[axis], point[axis]);
+            }
+        }
+    }
+    return Imath::V3d((boxMin.x + boxMax.x) * 0.5, (boxMin.y + boxMax.y) * 0.5, (boxMin.z + boxMax.z) * 0.5);
+}
+
+void insertSampleTimes(const Qn::DataAttribute& attr, SampleTimes& sampleTimes) {
+    if (!attr.isValid() || attr.getNumberOfTimeSamples() < 2)
+        return;
+    for (float time : attr.getSampleTimes())
+        sampleTimes.insert(time);
+}
+
+} // namespace
+
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
+                               bool applyTransform, float sampleTime) {
+    Imath::V3d sum(0.0, 0.0, 0.0);
+    if (targetPaths.empty())
+        return sum;
+    int32_t count = 0;
+    for (size_t i = 0; i < targetPaths.size(); ++i) {
+        const std::string& path = targetPaths[i];
+        Imath::M44d matrix;
+        if (applyTransform)
+            matrix = transformAt(i < targetSamples.size() ? targetSamples[i] : kNoSamples, sampleTime, path);
+
+        if (mode == "faceCenterAverage") {
+            // Every face centre is one vote, so a target weighs as many times as it has faces.
+            std::vector<Imath::V3d> centres;
+            for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance())
+                centres.push_back(faces.getFaceCenter());
+            for (Imath::V3d centre : centres) {
+                if (applyTransform)
+                    matrix.multVecMatrix(Imath::V3d(centre), centre);
+                sum += centre;
+            }
+            count += static_cast<int32_t>(centres.size());
+            continue;
+        }
+
+        Imath::V3d point(0.0, 0.0, 0.0); // "origin", and any mode not recognised
+        if (mode == "boundingBox")
+            point = boundingBoxCentre(cookInterface, path, sampleTime);
+        else if (mode == "faceBoundingBox")
+            point = faceBoundingBoxCentre(cookInterface, path, sampleTime);
+        // Only the centre is transformed, not the box.
+        if (applyTransform)
+            matrix.multVecMatrix(Imath::V3d(point), point);
+        sum += point;
+        count += 1;
+    }
+    if (count != 0)
+        sum /= static_cast<double>(count);
+    return sum;
+}
+
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
+                               bool applyTransform, float sampleTime) {
+    return computeTargetOrigin(mode, XformSamplesList{targetSamples}, cookInterface, TargetPaths{targetPath},
+                               applyTransform, sampleTime);
+}
+
+std::vector<Imath::V3d> getFacePoints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                                      int32_t faceIndex, float sampleTime) {
+    FaceIterator faces(cookInterface, locationPath, sampleTime);
+    if (faceIndex < 0 || faceIndex >= faces.getFaceCount())
+        throw std::runtime_error("Cannot get valid face " + std::to_string(faceIndex) + ". (" + locationPath +
+                                 ").");
+    faces.advance(faceIndex);
+    return faces.getFacePoints();
+}
+
+void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
+                                const TargetPaths& targetPaths, SampleTimes& sampleTimes) {
+    for (const std::string& path : targetPaths) {
+        if (mode == "faceCenterAverage" || mode == "faceBoundingBox")
+            insertSampleTimes(Qn::FloatAttribute(cookInterface.getAttr("geometry.point.P", path)),
+                              sampleTimes);
+        else if (mode == "boundingBox")
+            insertSampleTimes(Qn::DoubleAttribute(cookInterface.getAttr("bound", path)), sampleTimes);
+    }
+}
+
+void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
+                                const std::string& locationPath, SampleTimes& sampleTimes) {
+    addTargetOriginSampleTimes(mode, cookInterface, TargetPaths{locationPath}, sampleTimes);
+}
+
+Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name) {
+    const Qn::FloatAttribute attr(group.getChildByName(name));
+    const Qn::SampleView<float> values = attr.getNearestSample(0.0f);
+    if (!attr.isValid() || values.size != 3)
+        throw std::runtime_error("Cannot find float attribute of size 3 " + name);
+    return Imath::V3d(values[0], values[1], values[2]);
+}
+
+std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
+                                 const std::string& argumentName) {
+    const std::string value =
+        Qn::StringAttribute(constraintGroup.getChildByName(argumentName)).getValue(std::string(), false);
+    if (value.empty())
+        throw std::runtime_error(resolverType + " constraint resolver: empty " + argumentName + ".");
+    return value;
+}
+
+std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
+    return getRequiredStringArg(constraintGroup, resolverType, "args.targetOrigin");
+}
+
+std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
+    return getRequiredStringArg(constraintGroup, resolverType, "args.baseOrigin");
+}
+
+bool getAxisFlag(const Qn::GroupAttribute& constraintGroup, const std::string& name) {
+    // Only an IntAttribute counts; anything else, or no value, leaves the axis enabled.
+    return Qn::IntAttribute(constraintGroup.getChildByName(name)).getValue(1, false) != 0;
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

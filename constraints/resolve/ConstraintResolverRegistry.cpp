@@ -16,8 +16,11 @@ boost::once_flag g_registryOnce = BOOST_ONCE_INIT;
 void registerConstraintResolvers() {
     static std::map<std::string, ConstraintResolverCreator> registry;
     // REGISTRY LINES (keep in this order)
+    registry["Aim"] = &createAimConstraintResolver;
     registry["Billboard"] = &createBillboardConstraintResolver;
+    registry["Orient"] = &createOrientConstraintResolver;
     registry["ParentChild"] = &createParentChildConstraintResolver;
+    registry["Point"] = &createPointConstraintResolver;
     registry["Reflection"] = &createReflectionConstraintResolver;
     registry["Scale"] = &createScaleConstraintResolver;
     g_registry = &registry;

@@ -1,0 +1,108 @@
+// The Orient constraint: gives the base the orientation of its first target (its transform, or a
+// frame built from one of its faces), axis by axis, keeping the base's position, scale and shear.
+#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/TargetGeometry.h"
+#include "constraints/resolvers/Resolvers.h"
+#include "constraints/resolvers/TransformMath.h"
+
+#include <Imath/ImathMatrixAlgo.h>
+#include <boost/make_shared.hpp>
+
+#include <stdexcept>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+namespace {
+
+const char* const kOrientationArg = "args.targetOrientation";
+
+// The XYZ Euler angles (radians) of the frame of face `faceIndex` of `targetPath`, in its local space.
+Imath::V3d faceAngles(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
+                      const std::string& targetPath, float sampleTime) {
+    const Qn::IntAttribute faceIndexAttr(constraintGroup.getChildByName("args.targetFaceIndex"));
+    if (!faceIndexAttr.isValid())
+        throw std::runtime_error("Orient constraint resolver: empty args.targetFaceIndex.");
+    const int32_t faceIndex = faceIndexAttr.getValue();
+
+    std::vector<Imath::V3d> points;
+    try {
+        points = getFacePoints(cookInterface, targetPath, faceIndex, sampleTime);
+    } catch (const std::exception& e) {
+        throw std::runtime_error(std::string("Orient constraint resolver: ") + e.what());
+    }
+    const std::optional<Imath::M44d> frame = faceFrameMatrix(points);
+    if (!frame)
+        throw std::runtime_error("Orient constraint resolver: Error creating rotation from face points.");
+    Imath::V3d angles;
+    Imath::extractEulerXYZ(*frame, angles);
+    return angles;
+}
+
+void computeOrientSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
+                         const XformSamples& baseSamples, const std::string&,
+                         const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                         ResolvedCache&, float sampleTime, MatrixSamples& samplesOut) {
+    const Imath::M44d* base = findSample(baseSamples, sampleTime);
+    if (!base)
+        throw std::runtime_error("Orient constraint resolver: incorrect time samples for base xform");
+    // Only the first target counts; the others need not have a sample at this time.
+    if (targetSamples.empty() || targetPaths.empty())
+        throw std::runtime_error("Orient constraint resolver: no target xform");
+    const Imath::M44d* target = findSample(targetSamples.front(), sampleTime);
+    if (!target)
+        throw std::runtime_error("Orient constraint resolver: incorrect time samples for target xform");
+
+    const std::optional<ScaleShearRotation> baseParts = decomposeScaleShearRotation(*base);
+    if (!baseParts)
+        throw std::runtime_error("Orient constraint resolver: Imath detected zero scale in base matrix row");
+
+    const std::string orientation =
+        Qn::StringAttribute(constraintGroup.getChildByName(kOrientationArg)).getValue(std::string(), false);
+    if (orientation.empty())
+        throw std::runtime_error("Orient constraint resolver: empty args.targetOrientation.");
+
+    Imath::V3d targetAngles;
+    if (orientation == "object") {
+        const std::optional<ScaleShearRotation> targetParts = decomposeScaleShearRotation(*target);
+        if (!targetParts)
+            throw std::runtime_error(
+                "Orient constraint resolver: Imath detected zero scale in target matrix row");
+        targetAngles = targetParts->rotation;
+    } else if (orientation == "face") {
+        // The face frame is in the target's local space and is deliberately not multiplied by its
+        // world transform.
+        targetAngles = faceAngles(constraintGroup, cookInterface, targetPaths.front(), sampleTime);
+    } else {
+        throw std::runtime_error("Orient constraint resolver: unknown targetOrientation '" + orientation +
+                                 "'.");
+    }
+
+    const Imath::V3d angles = mixEulerAngles(
+        baseParts->rotation, normalizeEulerAngles(targetAngles), getAxisFlag(constraintGroup, "args.xAxis"),
+        getAxisFlag(constraintGroup, "args.yAxis"), getAxisFlag(constraintGroup, "args.zAxis"));
+    samplesOut[sampleTime] = matrixValues(orientConstraintMatrix(*base, *baseParts, angles));
+}
+
+class OrientConstraintResolver : public DrivenConstraintResolver<&computeOrientSample> {
+public:
+    using DrivenConstraintResolver::DrivenConstraintResolver;
+
+    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
+                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
+        const std::string orientation = Qn::StringAttribute(m_constraintGroup.getChildByName(kOrientationArg))
+                                            .getValue(std::string(), false);
+        // A face frame moves with the target's points, exactly as a face origin mode does.
+        if (orientation == "face")
+            addTargetOriginSampleTimes("faceCenterAverage", cookInterface, targetPaths, sampleTimes);
+    }
+};
+
+} // namespace
+
+ConstraintResolverPtr createOrientConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
+    return boost::make_shared<OrientConstraintResolver>(constraintGroup);
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

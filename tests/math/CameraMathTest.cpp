@@ -1,0 +1,668 @@
+// Camera mathematics checked by projecting through the camera: expected values come from the geometry
+// of a pinhole camera looking down its local -Z axis (screen x = x / (depth·tan(fov/2))).
+#include "constraints/resolvers/CameraMath.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+using namespace Vexil3Constraints::Private;
+using Imath::Box3d;
+using Imath::M44d;
+using Imath::V3d;
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+constexpr double kTol = 1e-9;
+
+double radians(double degrees) {
+    return degrees * kPi / 180.0;
+}
+
+M44d rotation(const V3d& axis, double degrees) {
+    M44d m;
+    m.setAxisAngle(axis, radians(degrees));
+    return m;
+}
+
+M44d translation(const V3d& t) {
+    M44d m;
+    m.setTranslation(t);
+    return m;
+}
+
+M44d scaling(const V3d& s) {
+    M44d m;
+    m.setScale(s);
+    return m;
+}
+
+// A camera turned about two axes and moved away from the origin.
+M44d tiltedCamera() {
+    return rotation(V3d(0, 1, 0), 30.0) * rotation(V3d(1, 0, 0), -20.0) * translation(V3d(1.0, 2.0, 3.0));
+}
+
+V3d apply(const M44d& m, const V3d& p) {
+    V3d r;
+    m.multVecMatrix(p, r);
+    return r;
+}
+
+// Camera-local coordinates of a world point: (x, y, view depth).
+V3d cameraLocal(const M44d& camera, const V3d& world) {
+    const V3d q = apply(camera.gjInverse(), world);
+    return V3d(q.x, q.y, -q.z);
+}
+
+// Screen-window coordinates of a world point seen by a perspective camera, and its depth.
+V3d project(const M44d& camera, double fovDegrees, const V3d& world) {
+    const V3d q = cameraLocal(camera, world);
+    const double k = std::tan(radians(fovDegrees) * 0.5);
+    return V3d(q.x / (q.z * k), q.y / (q.z * k), q.z);
+}
+
+void expectNear(const V3d& actual, const V3d& expected, double tol = kTol) {
+    EXPECT_NEAR(actual.x, expected.x, tol);
+    EXPECT_NEAR(actual.y, expected.y, tol);
+    EXPECT_NEAR(actual.z, expected.z, tol);
+}
+
+template <typename F> std::string messageOf(F&& f) {
+    try {
+        f();
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "(no exception)";
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------------
+// Shared helpers
+
+TEST(CameraMathCorners, OrderHasZFastestAndXSlowest) {
+    const auto c = boxCorners(Box3d(V3d(-1, -2, -3), V3d(4, 5, 6)));
+    const V3d expected[8] = {V3d(-1, -2, -3), V3d(-1, -2, 6), V3d(-1, 5, -3), V3d(-1, 5, 6),
+                             V3d(4, -2, -3),  V3d(4, -2, 6),  V3d(4, 5, -3),  V3d(4, 5, 6)};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(c[i], expected[i]) << "corner " << i;
+    }
+}
+
+TEST(CameraMathCorners, WorldCornersUseTheProjectiveDivide) {
+    // w = x + 1: the corner (1, 0, 0) has w = 2 and is halved; (0, 0, 0) has w = 1.
+    M44d m;
+    m[0][3] = 1.0;
+    m[3][0] = 2.0;
+    const auto c = worldBoxCorners(Box3d(V3d(0, 0, 0), V3d(1, 1, 1)), m);
+    expectNear(c[0], V3d(2, 0, 0));
+    expectNear(c[4], V3d(1.5, 0, 0));
+    expectNear(c[7], V3d(1.5, 0.5, 0.5));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// CameraScreenWindow
+
+struct CardCase {
+    const char* name;
+    M44d camera;
+    M44d base;
+    ScreenWindow window;
+    double fov;
+    float distance;
+    bool xz;
+};
+
+TEST(CameraMathScreenWindow, CardCornersProjectOntoTheWindowCorners) {
+    const CardCase cases[] = {
+        {"centred XY", M44d(), M44d(), {-1, 1, -1, 1}, 90.0, 2.0f, false},
+        {"wide off-centre XY", tiltedCamera(), M44d(), {-0.5, 1.5, -1.0, 0.25}, 40.0, 7.5f, false},
+        {"moved base XY",
+         tiltedCamera(),
+         rotation(V3d(0, 0, 1), 15) * translation(V3d(-3, 4, 5)),
+         {-1.77, 1.77, -1, 1},
+         55.0,
+         3.0f,
+         false},
+        {"centred XZ", M44d(), M44d(), {-1, 1, -1, 1}, 90.0, 2.0f, true},
+        {"off-centre XZ, moved base",
+         tiltedCamera(),
+         translation(V3d(0.5, -0.5, 2)),
+         {-2, 0.5, -0.3, 1.1},
+         35.0,
+         12.0f,
+         true},
+    };
+    for (const CardCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        const M44d x = cameraScreenWindowMatrix(c.base, c.camera, c.distance, c.window, c.fov, c.xz);
+        const M44d world = x * c.base;
+        for (double u : {-0.5, 0.5}) {
+            for (double v : {-0.5, 0.5}) {
+                const V3d local = c.xz ? V3d(u, 0, v) : V3d(u, v, 0);
+                const V3d s = project(c.camera, c.fov, apply(world, local));
+                EXPECT_NEAR(s.z, c.distance, 1e-9);
+                // Every corner lands on one corner of the window.
+                EXPECT_TRUE(std::abs(s.x - c.window.left) < 1e-9 || std::abs(s.x - c.window.right) < 1e-9)
+                    << s.x;
+                EXPECT_TRUE(std::abs(s.y - c.window.bottom) < 1e-9 || std::abs(s.y - c.window.top) < 1e-9)
+                    << s.y;
+            }
+        }
+        // Opposite corners land on opposite corners: the card covers the whole window.
+        const V3d a = project(c.camera, c.fov, apply(world, c.xz ? V3d(-0.5, 0, -0.5) : V3d(-0.5, -0.5, 0)));
+        const V3d b = project(c.camera, c.fov, apply(world, c.xz ? V3d(0.5, 0, 0.5) : V3d(0.5, 0.5, 0)));
+        EXPECT_NEAR(std::abs(a.x - b.x), c.window.right - c.window.left, 1e-9);
+        EXPECT_NEAR(std::abs(a.y - b.y), c.window.top - c.window.bottom, 1e-9);
+    }
+}
+
+TEST(CameraMathScreenWindow, CentredSquareCardHasTheHandComputedMatrix) {
+    // fov 90 at distance 2: half-width 2·tan(45°) = 2, so the unit card is scaled by 4 and moved to z = -2.
+    const M44d x = cameraScreenWindowMatrix(M44d(), M44d(), 2.0f, {-1, 1, -1, 1}, 90.0, false);
+    const M44d expected(4, 0, 0, 0, 0, 4, 0, 0, 0, 0, 1, 0, 0, 0, -2, 1);
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) {
+            EXPECT_NEAR(x[i][j], expected[i][j], 1e-12) << i << "," << j;
+        }
+    }
+}
+
+TEST(CameraMathScreenWindow, CameraScaleIsDroppedAndTheCardFacesTheCamera) {
+    const M44d unscaled = tiltedCamera();
+    const M44d scaled = scaling(V3d(2, 3, 0.5)) * unscaled;
+    const M44d world = screenWindowCardWorld(scaled, 4.0f, {-1, 1, -1, 1}, 60.0, false);
+    const M44d expected = screenWindowCardWorld(unscaled, 4.0f, {-1, 1, -1, 1}, 60.0, false);
+    EXPECT_TRUE(world.equalWithAbsError(expected, 1e-12));
+    // The card's normal (local +Z) points back at the camera: along the camera's local +Z.
+    V3d normal;
+    world.multDirMatrix(V3d(0, 0, 1), normal);
+    V3d cameraZ;
+    unscaled.multDirMatrix(V3d(0, 0, 1), cameraZ);
+    expectNear(normal.normalized(), cameraZ.normalized());
+}
+
+TEST(CameraMathScreenWindow, ZeroScaleAndSingularInputsFailWithTheMatrixLibraryTexts) {
+    const M44d flat = scaling(V3d(1, 0, 1));
+    EXPECT_EQ(messageOf([&] { cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false); }),
+              "Cannot remove zero scaling from matrix.");
+    EXPECT_EQ(messageOf([&] { cameraScreenWindowMatrix(M44d(), flat, 1.0f, {}, 45.0, false); }),
+              "Cannot remove zero scaling from matrix.");
+    EXPECT_THROW(cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false), std::domain_error);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Clipping
+
+TEST(CameraMathClipping, ViewRayFollowsTheCameraAndIgnoresItsScale) {
+    struct Case {
+        const char* name;
+        M44d camera;
+        V3d direction;
+        V3d position;
+    } cases[] = {
+        {"identity", M44d(), V3d(0, 0, -1), V3d(0, 0, 0)},
+        // A quarter turn about +Y takes +Z to +X, so the view (-Z) looks down -X.
+        {"turned", rotation(V3d(0, 1, 0), 90) * translation(V3d(5, 6, 7)), V3d(-1, 0, 0), V3d(5, 6, 7)},
+        {"scaled", scaling(V3d(2, 3, 4)) * translation(V3d(1, 0, 0)), V3d(0, 0, -1), V3d(1, 0, 0)},
+        {"homogeneous", M44d(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 2, 4, 6, 2), V3d(0, 0, -1), V3d(1, 2, 3)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const ViewRay ray = clippingViewRay(c.camera);
+        expectNear(ray.direction, c.direction);
+        expectNear(ray.position, c.position);
+    }
+    EXPECT_EQ(messageOf([] { clippingViewRay(scaling(V3d(1, 1, 0))); }), "Cannot invert singular matrix.");
+}
+
+TEST(CameraMathClipping, DepthIsMeasuredAlongTheViewDirection) {
+    const ViewRay ray = clippingViewRay(rotation(V3d(0, 1, 0), 90) * translation(V3d(5, 0, 0)));
+    EXPECT_NEAR(viewDepth(ray, V3d(-5, 100, 3)), 10.0, kTol);
+    EXPECT_NEAR(viewDepth(ray, V3d(8, 0, 0)), -3.0, kTol);
+}
+
+TEST(CameraMathClipping, DepthRangeStartsWithTheFirstDepth) {
+    DepthRange range;
+    EXPECT_TRUE(range.empty());
+    range.add(7.0);
+    EXPECT_FALSE(range.empty());
+    EXPECT_EQ(range.min(), 7.0);
+    EXPECT_EQ(range.max(), 7.0);
+    range.add(9.0);
+    range.add(-2.0);
+    range.add(3.0);
+    EXPECT_EQ(range.min(), -2.0);
+    EXPECT_EQ(range.max(), 9.0);
+}
+
+TEST(CameraMathClipping, PlanesArePaddedByPercentOfTheRangeAndFloored) {
+    struct Case {
+        double minDepth, maxDepth, padNear, padFar, nearDistance, farDistance;
+    } cases[] = {
+        {5, 15, 10, 10, 4, 16},            // range 10: 10 % is 1 each side
+        {5, 15, 0, 0, 5, 15},              // no pads
+        {2, 6, 50, 25, 1e-05, 7},          // 2 − 2 = 0 → floor
+        {-8, -3, 0, 0, 1e-05, 1e-05},      // entirely behind the camera
+        {0, 0, 10, 10, 1e-05, 1e-05},      // no targets
+        {1e-05, 1e-05, 0, 0, 1e-05, 1e-05} // exactly at the floor
+    };
+    for (const Case& c : cases) {
+        const ClippingPlanes planes = clippingPlanes(c.minDepth, c.maxDepth, c.padNear, c.padFar);
+        EXPECT_NEAR(planes.nearDistance, c.nearDistance, 1e-12) << c.minDepth << ".." << c.maxDepth;
+        EXPECT_NEAR(planes.farDistance, c.farDistance, 1e-12) << c.minDepth << ".." << c.maxDepth;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Dolly
+
+TEST(CameraMathDolly, HalfAnglesComeFromTheWindowAndTheNarrowedFov) {
+    const FrustumHalfAngles square = dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0);
+    EXPECT_NEAR(square.left, kPi / 4, kTol);
+    EXPECT_NEAR(square.right, kPi / 4, kTol);
+    EXPECT_NEAR(square.bottom, kPi / 4, kTol);
+    EXPECT_NEAR(square.top, kPi / 4, kTol);
+    // fov 100 narrowed by 10 is 90: tan(45°) = 1, so each half-angle is atan of the window edge.
+    const FrustumHalfAngles skew = dollyHalfAngles({-2, 1, -1, 0.5}, 100.0, 10.0);
+    EXPECT_NEAR(skew.left, std::atan(2.0), kTol);
+    EXPECT_NEAR(skew.right, kPi / 4, kTol);
+    EXPECT_NEAR(skew.bottom, kPi / 4, kTol);
+    EXPECT_NEAR(skew.top, std::atan(0.5), kTol);
+    // An edge exactly at the origin is allowed.
+    EXPECT_EQ(dollyHalfAngles({0, 1, -1, 0}, 60.0, 0.0).left, 0.0);
+}
+
+TEST(CameraMathDolly, HalfAngleFailuresInOrder) {
+    const std::string fovText = "Dolly constraint resolver: fov - angleOffset must be greater than zero.";
+    const std::string windowText = "Dolly constraint resolver: Screen window must include origin";
+    struct Case {
+        ScreenWindow window;
+        double fov, offset;
+        std::string message;
+    } cases[] = {
+        {{-1, 1, -1, 1}, 40, 40, fovText},    {{-1, 1, -1, 1}, 40, 50, fovText},
+        {{0.2, 1, -1, 1}, 40, 50, fovText}, // the fov is checked before the window
+        {{0.2, 1, -1, 1}, 40, 0, windowText}, {{-1, -0.1, -1, 1}, 40, 0, windowText},
+        {{-1, 1, 0.1, 1}, 40, 0, windowText}, {{-1, 1, -1, -0.1}, 40, 0, windowText},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(messageOf([&] { dollyHalfAngles(c.window, c.fov, c.offset); }), c.message);
+    }
+}
+
+TEST(CameraMathDolly, FrameIsNormalisedAndASingularCameraGivesTheIdentityFrame) {
+    const M44d turned = scaling(V3d(3, 3, 3)) * rotation(V3d(0, 1, 0), 90) * translation(V3d(1, 2, 3));
+    const CameraFrame frame = cameraFrame(turned, turned.inverse());
+    expectNear(frame.view, V3d(-1, 0, 0));
+    expectNear(frame.up, V3d(0, 1, 0));
+    expectNear(frame.right, V3d(0, 0, -1));
+    expectNear(frame.position, V3d(1, 2, 3));
+
+    const M44d flat = scaling(V3d(0, 1, 1)) * translation(V3d(4, 5, 6));
+    const CameraFrame degenerate = cameraFrame(flat, flat.inverse());
+    expectNear(degenerate.view, V3d(0, 0, -1));
+    expectNear(degenerate.up, V3d(0, 1, 0));
+    expectNear(degenerate.right, V3d(1, 0, 0));
+    expectNear(degenerate.position, V3d(4, 5, 6));
+}
+
+TEST(CameraMathDolly, PullBackPutsEveryPointInFront) {
+    const CameraFrame frame = cameraFrame(M44d(), M44d());
+    expectNear(pullBack(frame, {}), V3d(0, 0, 0));
+    expectNear(pullBack(frame, {V3d(0, 0, -5), V3d(9, 9, -1)}), V3d(0, 0, 0));
+    // The deepest point behind the camera is 3 behind it.
+    expectNear(pullBack(frame, {V3d(0, 0, -5), V3d(1, 0, 3), V3d(0, 7, 2)}), V3d(0, 0, 3));
+}
+
+TEST(CameraMathDolly, BoxMoveOfHandWorkedPoints) {
+    const CameraFrame frame = cameraFrame(M44d(), M44d());
+    const FrustumHalfAngles square = dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0);
+    const FrustumHalfAngles wideLeft = dollyHalfAngles({-2, 1, -1, 1}, 90.0, 0.0);
+    struct Case {
+        const char* name;
+        FrustumHalfAngles angles;
+        std::vector<V3d> points;
+        double move;
+    } cases[] = {
+        // At 45° a point 2 off the axis touches the side at depth 2: from depth 10 that is 8 forward.
+        {"one point right", square, {V3d(2, 0, -10)}, 8.0},
+        {"limiting point below", square, {V3d(2, 0, -10), V3d(0, -3, -10)}, 7.0},
+        // The left side opens to atan(2): 4 to the left touches at depth 2.
+        {"wide left side", wideLeft, {V3d(-4, 0, -10)}, 8.0},
+        {"right side unchanged", wideLeft, {V3d(4, 0, -10)}, 6.0},
+        // Beyond the frustum the camera moves back: 12 off the axis needs depth 12.
+        {"backwards", square, {V3d(0, 12, -10)}, -2.0},
+        {"no points", square, {}, 0.0},
+        {"on the axis", square, {V3d(0, 0, -10)}, 10.0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_NEAR(dollyBoxMove(frame, frame.position, c.angles, c.points), c.move, 1e-9);
+    }
+}
+
+TEST(CameraMathDolly, BoxFitLeavesEveryCornerInsideAndOneOnASide) {
+    const M44d cameras[] = {tiltedCamera(), rotation(V3d(1, 1, 0), 75) * translation(V3d(-4, 0, 9))};
+    const ScreenWindow windows[] = {{-1, 1, -1, 1}, {-1.5, 0.8, -0.6, 1.2}};
+    for (const M44d& camera : cameras) {
+        for (const ScreenWindow& window : windows) {
+            const CameraFrame frame = cameraFrame(camera, camera.inverse());
+            // Two boxes around a point 20 in front of the camera, one reaching behind it.
+            const V3d ahead = apply(camera, V3d(0.5, -0.3, -20));
+            const Box3d boxA(ahead - V3d(1, 2, 3), ahead + V3d(2, 1, 1));
+            const Box3d boxB(frame.position - V3d(1, 1, 1), frame.position + V3d(2, 1.5, 0.5));
+            std::vector<V3d> points;
+            for (const Box3d& box : {boxA, boxB}) {
+                for (const V3d& p : boxCorners(box)) {
+                    points.push_back(p);
+                }
+            }
+            const FrustumHalfAngles angles = dollyHalfAngles(window, 50.0, 5.0);
+            const V3d back = pullBack(frame, points);
+            const double move = dollyBoxMove(frame, back, angles, points);
+            const M44d moved = dollyMatrix(camera, back + frame.view * move) * camera;
+
+            // Project with the moved camera: the frustum of fov 45 and the window.
+            const double k = std::tan(radians(45.0) * 0.5);
+            double worstSlack = std::numeric_limits<double>::max();
+            for (const V3d& p : points) {
+                const V3d q = cameraLocal(moved, p);
+                ASSERT_GT(q.z, 0.0);
+                const double sx = q.x / (q.z * k);
+                const double sy = q.y / (q.z * k);
+                // Slack to the nearer side, in units of the depth so that sides compare.
+                const double slackX = sx >= 0 ? window.right - sx : sx - window.left;
+                const double slackY = sy >= 0 ? window.top - sy : sy - window.bottom;
+                EXPECT_GE(slackX, -1e-9);
+                EXPECT_GE(slackY, -1e-9);
+                worstSlack = std::min(worstSlack, std::min(slackX, slackY));
+            }
+            EXPECT_NEAR(worstSlack, 0.0, 1e-9) << "one corner touches a side";
+            // The camera did not turn.
+            for (int i = 0; i < 3; ++i) {
+                for (int j = 0; j < 3; ++j) {
+                    EXPECT_NEAR(moved[i][j], camera[i][j], 1e-12);
+                }
+            }
+        }
+    }
+}
+
+TEST(CameraMathDolly, MatrixMovesWithoutTurningAndToleratesASingularBase) {
+    const M44d base = tiltedCamera();
+    const M44d moved = dollyMatrix(base, V3d(7, 8, 9)) * base;
+    expectNear(V3d(moved[3][0], moved[3][1], moved[3][2]), V3d(7, 8, 9));
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            EXPECT_NEAR(moved[i][j], base[i][j], 1e-12);
+        }
+    }
+    // A singular base inverts to the identity: X = B · translate(P − C).
+    const M44d flat = scaling(V3d(0, 1, 1)) * translation(V3d(1, 0, 0));
+    const M44d x = dollyMatrix(flat, V3d(4, 0, 0));
+    EXPECT_TRUE(x.equalWithAbsError(flat * translation(V3d(3, 0, 0)), 1e-12));
+}
+
+TEST(CameraMathDolly, CornerSphereOfAUnitCube) {
+    const Sphere s = cornerSphere(boxCorners(Box3d(V3d(0, 0, 0), V3d(1, 1, 1))));
+    expectNear(s.centre, V3d(0.5, 0.5, 0.5));
+    EXPECT_NEAR(s.radius, std::sqrt(3.0) / 2.0, kTol);
+    const Sphere point = cornerSphere(boxCorners(Box3d(V3d(2, 3, 4), V3d(2, 3, 4))));
+    expectNear(point.centre, V3d(2, 3, 4));
+    EXPECT_EQ(point.radius, 0.0);
+}
+
+TEST(CameraMathDolly, SideNormalsPointIntoTheFrustum) {
+    const double h = std::sqrt(0.5);
+    const CameraFrame axes = cameraFrame(M44d(), M44d());
+    const auto n = frustumSideNormals(axes, dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0));
+    expectNear(n[0], V3d(-h, 0, -h)); // right side: normal turns left
+    expectNear(n[1], V3d(h, 0, -h));  // left
+    expectNear(n[2], V3d(0, h, -h));  // bottom: normal turns up
+    expectNear(n[3], V3d(0, -h, -h)); // top
+
+    // For a turned camera each normal is perpendicular to its side's edge ray and faces the view axis.
+    const M44d camera = tiltedCamera();
+    const CameraFrame frame = cameraFrame(camera, camera.inverse());
+    const FrustumHalfAngles a = dollyHalfAngles({-1.5, 0.5, -0.5, 1}, 70.0, 0.0);
+    const auto turned = frustumSideNormals(frame, a);
+    const V3d edges[4] = {frame.view * std::cos(a.right) + frame.right * std::sin(a.right),
+                          frame.view * std::cos(a.left) - frame.right * std::sin(a.left),
+                          frame.view * std::cos(a.bottom) - frame.up * std::sin(a.bottom),
+                          frame.view * std::cos(a.top) + frame.up * std::sin(a.top)};
+    const V3d inward[4] = {-frame.right, frame.right, frame.up, -frame.up};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_NEAR(turned[i].dot(edges[i]), 0.0, kTol) << i;
+        EXPECT_GT(turned[i].dot(inward[i]), 0.0) << i;
+        EXPECT_NEAR(turned[i].length(), 1.0, kTol) << i;
+    }
+}
+
+TEST(CameraMathDolly, SpherePositionTouchesTheLimitingSide) {
+    const CameraFrame frame = cameraFrame(M44d(), M44d());
+    const auto normals = frustumSideNormals(frame, dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0));
+    const double r2 = std::sqrt(2.0);
+    // On the axis at depth 10, radius 1: a 45° side touches when the centre is √2 deeper than the camera.
+    expectNear(dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}}),
+               V3d(0, 0, -10 + r2));
+    // 3 to the right: the right side needs depth 3 + √2, the left side 3 − √2 less: right wins.
+    expectNear(dollySpherePosition(frame, frame.position, normals, {{V3d(3, 0, -10), 1.0}}),
+               V3d(0, 0, -7 + r2));
+    // Two spheres: the one needing the camera farther back wins.
+    expectNear(
+        dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}, {V3d(0, -5, -10), 2.0}}),
+        V3d(0, 0, -5 + 2 * r2));
+    // No spheres: the world origin, wherever the camera is.
+    expectNear(dollySpherePosition(frame, V3d(3, 4, 5), normals, {}), V3d(0, 0, 0));
+}
+
+TEST(CameraMathDolly, ASideParallelToTheViewNeverWins) {
+    const CameraFrame frame = cameraFrame(M44d(), M44d());
+    auto normals = frustumSideNormals(frame, dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0));
+    normals[0] = V3d(-1, 0, 0); // first side examined: parallel, no earlier position
+    normals[2] = V3d(0, 1, 0);  // later parallel side: keeps the last position
+    expectNear(dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}}),
+               V3d(0, 0, -10 + std::sqrt(2.0)));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// FOV
+
+TEST(CameraMathFov, PointTangentsOfHandWorkedPoints) {
+    const CameraFrame frame = cameraFrame(M44d(), M44d());
+    struct Case {
+        const char* name;
+        ScreenWindow window;
+        V3d point;
+        double tangent;
+    } cases[] = {
+        {"right", {-1, 1, -1, 1}, V3d(2, 0, -4), 0.5},
+        {"above and right, y limits", {-1, 1, -1, 1}, V3d(1, 3, -4), 0.75},
+        {"on the axis", {-1, 1, -1, 1}, V3d(0, 0, -5), 0.0},
+        {"wide window", {-2, 2, -1, 1}, V3d(2, 1, -4), 0.25},
+        {"short left side", {-0.5, 1, -1, 1}, V3d(-1, 0, -4), 0.5},
+        {"low bottom", {-1, 1, -3, 1}, V3d(0, -6, -4), 0.5},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto t = fovTangentForPoint(frame, c.window, c.point);
+        ASSERT_TRUE(t.has_value());
+        EXPECT_NEAR(*t, c.tangent, kTol);
+    }
+    EXPECT_FALSE(fovTangentForPoint(frame, {-1, 1, -1, 1}, V3d(1, 1, 0)).has_value()); // in the camera plane
+    EXPECT_FALSE(fovTangentForPoint(frame, {-1, 1, -1, 1}, V3d(0, 0, 0)).has_value()); // at the camera
+    EXPECT_FALSE(fovTangentForPoint(frame, {-1, 1, -1, 1}, V3d(0, 0, 2)).has_value()); // behind
+}
+
+TEST(CameraMathFov, TangentToDegrees) {
+    EXPECT_NEAR(fovDegreesFromTangent(1.0), 90.0, kTol);
+    EXPECT_NEAR(fovDegreesFromTangent(std::sqrt(3.0)), 120.0, kTol);
+    EXPECT_EQ(fovDegreesFromTangent(0.0), 0.0);
+}
+
+TEST(CameraMathFov, FittedPointLiesOnTheFrustumEdge) {
+    const M44d camera = tiltedCamera();
+    const CameraFrame frame = cameraFrame(camera, camera.inverse());
+    const ScreenWindow window{-1.6, 1.2, -0.9, 0.7};
+    const V3d points[] = {apply(camera, V3d(3, 1, -10)), apply(camera, V3d(-2, -2.5, -6)),
+                          apply(camera, V3d(0.1, 0.2, -30))};
+    double tangent = 0.0;
+    for (const V3d& p : points) {
+        tangent = std::max(tangent, *fovTangentForPoint(frame, window, p));
+    }
+    const double fov = fovDegreesFromTangent(tangent);
+    double worstSlack = std::numeric_limits<double>::max();
+    for (const V3d& p : points) {
+        const V3d s = project(camera, fov, p);
+        const double slackX = s.x >= 0 ? window.right - s.x : s.x - window.left;
+        const double slackY = s.y >= 0 ? window.top - s.y : s.y - window.bottom;
+        EXPECT_GE(slackX, -1e-9);
+        EXPECT_GE(slackY, -1e-9);
+        worstSlack = std::min(worstSlack, std::min(slackX, slackY));
+    }
+    EXPECT_NEAR(worstSlack, 0.0, 1e-9);
+}
+
+TEST(CameraMathFov, SphereTangents) {
+    const CameraFrame frame = cameraFrame(M44d(), M44d());
+    // On the axis at distance 10, radius 1: the tangent cone's half-angle is asin(0.1).
+    const auto onAxis = fovTangentForSphere(frame, {-1, 1, -1, 1}, {V3d(0, 0, -10), 1.0});
+    ASSERT_TRUE(onAxis.has_value());
+    EXPECT_NEAR(*onAxis, 0.1 / std::sqrt(0.99), kTol);
+    // A sphere of radius 0 is a point.
+    EXPECT_NEAR(*fovTangentForSphere(frame, {-2, 2, -1, 1}, {V3d(2, 1, -4), 0.0}), 0.25, kTol);
+    // Surrounding the camera, reaching past its plane, or behind it: nothing fits.
+    EXPECT_FALSE(fovTangentForSphere(frame, {-1, 1, -1, 1}, {V3d(0, 0, -0.5), 1.0}).has_value());
+    EXPECT_FALSE(fovTangentForSphere(frame, {-1, 1, -1, 1}, {V3d(5, 0, -0.5), 1.0}).has_value());
+    EXPECT_FALSE(fovTangentForSphere(frame, {-1, 1, -1, 1}, {V3d(0, 0, 10), 1.0}).has_value());
+}
+
+TEST(CameraMathFov, FittedSphereTouchesOneSideAndClearsTheOthers) {
+    const M44d camera = tiltedCamera();
+    const CameraFrame frame = cameraFrame(camera, camera.inverse());
+    const ScreenWindow window{-1.3, 0.9, -1.0, 1.1};
+    const Sphere spheres[] = {{apply(camera, V3d(3, 1, -10)), 1.5}, {apply(camera, V3d(-1, -2, -8)), 0.5}};
+    double tangent = 0.0;
+    for (const Sphere& s : spheres) {
+        tangent = std::max(tangent, *fovTangentForSphere(frame, window, s));
+    }
+    // Signed distances from each sphere's centre to the four side planes of the fitted frustum.
+    const FrustumHalfAngles a{std::atan(-window.left * tangent), std::atan(window.right * tangent),
+                              std::atan(-window.bottom * tangent), std::atan(window.top * tangent)};
+    double worstSlack = std::numeric_limits<double>::max();
+    for (const Sphere& s : spheres) {
+        const V3d q = cameraLocal(camera, s.centre);
+        const double clearance[4] = {q.z * std::sin(a.right) - q.x * std::cos(a.right),
+                                     q.z * std::sin(a.left) + q.x * std::cos(a.left),
+                                     q.z * std::sin(a.bottom) + q.y * std::cos(a.bottom),
+                                     q.z * std::sin(a.top) - q.y * std::cos(a.top)};
+        for (double c : clearance) {
+            EXPECT_GE(c - s.radius, -1e-9);
+            worstSlack = std::min(worstSlack, c - s.radius);
+        }
+    }
+    EXPECT_NEAR(worstSlack, 0.0, 1e-9);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// ScreenCoordinate
+
+TEST(CameraMathScreenCoordinate, ProblemsAreCheckedInOrder) {
+    struct Case {
+        const char* name;
+        ScreenMapping mapping;
+        V3d position;
+        ScreenMappingProblem problem;
+    } cases[] = {
+        {"fine", {{-1, 1, -1, 1}, 45, false, true}, V3d(0, 0, -1), ScreenMappingProblem::None},
+        {"zero width first", {{1, 1, -1, 1}, 0, false, true}, V3d(0, 0, 1), ScreenMappingProblem::ZeroWindow},
+        {"zero height", {{-1, 1, 2, 2}, 45, true, true}, V3d(0, 0, -1), ScreenMappingProblem::ZeroWindow},
+        {"fov 0", {{-1, 1, -1, 1}, 0, false, true}, V3d(0, 0, 1), ScreenMappingProblem::BadFov},
+        {"fov 180", {{-1, 1, -1, 1}, 180, false, true}, V3d(0, 0, -1), ScreenMappingProblem::BadFov},
+        {"negative fov", {{-1, 1, -1, 1}, -30, false, true}, V3d(0, 0, -1), ScreenMappingProblem::BadFov},
+        {"at the camera", {{-1, 1, -1, 1}, 45, false, true}, V3d(0, 0, 0), ScreenMappingProblem::NotInFront},
+        {"behind", {{-1, 1, -1, 1}, 45, false, true}, V3d(0.2, 0, 3), ScreenMappingProblem::NotInFront},
+        {"orthographic ignores fov and depth",
+         {{-1, 1, -1, 1}, 0, true, true},
+         V3d(0, 0, 3),
+         ScreenMappingProblem::None},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(checkScreenMapping(c.mapping, c.position), c.problem) << c.name;
+    }
+}
+
+// Normalised screen position (-1 .. 1 across the window) of a world point seen by `camera`.
+static V3d normalisedScreen(const M44d& camera, const ScreenMapping& m, const V3d& world) {
+    const V3d q = cameraLocal(camera, world);
+    double sx = q.x;
+    double sy = q.y;
+    if (!m.orthographic) {
+        const double k = std::tan(radians(m.fovDegrees) * 0.5);
+        sx /= q.z * k;
+        sy /= q.z * k;
+    }
+    const ScreenWindow& w = m.window;
+    return V3d((sx - (w.right + w.left) * 0.5) / ((w.right - w.left) * 0.5),
+               (sy - (w.top + w.bottom) * 0.5) / ((w.top - w.bottom) * 0.5), q.z);
+}
+
+TEST(CameraMathScreenCoordinate, OriginLandsOnItsScreenSpotAndSizeStaysConstant) {
+    const ScreenMapping mappings[] = {
+        {{-1.5, 1.5, -1, 1}, 60.0, false, false},
+        {{-1.5, 1.5, -1, 1}, 60.0, false, true},
+        {{-0.5, 2.0, -1.2, 0.3}, 35.0, false, false},
+        {{-4, 4, -3, 3}, 0.0, true, false},
+        {{-4, 6, -3, 1}, 0.0, true, true},
+    };
+    const M44d camera = tiltedCamera();
+    for (const ScreenMapping& m : mappings) {
+        SCOPED_TRACE(::testing::Message() << "ortho " << m.orthographic << " keep " << m.keepAspectRatio
+                                          << " window " << m.window.left << ".." << m.window.right);
+        const double aspect = (m.window.right - m.window.left) / (m.window.top - m.window.bottom);
+        for (double depth : {-2.0, -9.0}) {
+            const M44d base = translation(V3d(0.5, -0.25, depth));
+            const M44d world = screenCoordinateMatrix(base, camera, m) * base;
+            const V3d origin = normalisedScreen(camera, m, apply(world, V3d(0, 0, 0)));
+            expectNear(origin, V3d(0.5, -0.25, -depth));
+            // A unit step along local x spans one normalised unit; along y one unit, or the width's
+            // units measured against the height when the aspect ratio is kept.
+            const V3d stepX = normalisedScreen(camera, m, apply(world, V3d(1, 0, 0)));
+            const V3d stepY = normalisedScreen(camera, m, apply(world, V3d(0, 1, 0)));
+            expectNear(stepX - origin, V3d(1, 0, 0));
+            expectNear(stepY - origin, V3d(0, m.keepAspectRatio ? aspect : 1.0, 0));
+        }
+    }
+}
+
+TEST(CameraMathScreenCoordinate, BaseKeepsItsOwnRotationOnScreen) {
+    const ScreenMapping m{{-1, 1, -1, 1}, 50.0, false, true};
+    const M44d camera = tiltedCamera();
+    const M44d base = rotation(V3d(0, 0, 1), 30) * translation(V3d(-0.2, 0.4, -6));
+    const M44d world = screenCoordinateMatrix(base, camera, m) * base;
+    const V3d origin = normalisedScreen(camera, m, apply(world, V3d(0, 0, 0)));
+    const V3d step = normalisedScreen(camera, m, apply(world, V3d(1, 0, 0)));
+    expectNear(origin, V3d(-0.2, 0.4, 6));
+    expectNear(step - origin, V3d(std::cos(radians(30)), std::sin(radians(30)), 0));
+}
+
+TEST(CameraMathScreenCoordinate, OrthographicPlacementOfAHandWorkedWindow) {
+    // Window -4 .. 4 by -3 .. 3 at identity: screen (0.5, -1) is camera-local (2, -3); per-axis scale (4, 3,
+    // 1).
+    const ScreenMapping m{{-4, 4, -3, 3}, 0.0, true, false};
+    const M44d p = screenPlacement(m, V3d(0.5, -1, -7));
+    const M44d expected(4, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1, 0, 2, -3, -7, 1);
+    EXPECT_TRUE(p.equalWithAbsError(expected, 1e-12));
+}
+
+TEST(CameraMathScreenCoordinate, SingularBaseFails) {
+    const ScreenMapping m{{-1, 1, -1, 1}, 50.0, false, true};
+    const M44d flat = scaling(V3d(1, 0, 1)) * translation(V3d(0, 0, -5));
+    EXPECT_EQ(messageOf([&] { screenCoordinateMatrix(flat, M44d(), m); }), "Cannot invert singular matrix.");
+}

@@ -1,13 +1,66 @@
 #include "constraints/resolve/ConstraintResolveOp.h"
 
-#include <stdexcept>
+#include "constraints/resolve/ConstraintListData.h"
+#include "constraints/resolve/LocationResolver.h"
 
 namespace Vexil3Constraints {
 namespace Private {
 
-// TODO: temporary body so that the plug-in links and registers the op; replaced by the op's owner.
-void ConstraintResolveOp::cook(Qn::VexilCookInterface&) {
-    throw std::runtime_error("not available yet");
+namespace {
+
+const char* const kOpType = "ConstraintResolve";
+const char* const kWorldPath = "/root/world";
+
+/// Hands the children to a new instance of this op that carries `list` and its private data.
+const ConstraintListData* handOverList(Qn::VexilCookInterface& cookInterface,
+                                       const Qn::StringAttribute& list) {
+    ConstraintListData* data = ConstraintListData::build(list);
+    Qn::GroupBuilder args;
+    args.set("constraintList", list);
+    cookInterface.replaceChildTraversalOp(kOpType, args.build(), data, &ConstraintListData::destroy);
+    return data;
+}
+
+} // namespace
+
+void ConstraintResolveOp::cook(Qn::VexilCookInterface& cookInterface) {
+    if (cookInterface.atRoot()) {
+        return;
+    }
+    const std::string locationPath = cookInterface.getOutputLocationPath();
+
+    // The list reaches "/root/world" as a scene attribute and travels further down as op argument.
+    Qn::StringAttribute list = cookInterface.getOpArg("constraintList");
+    if (!list.isValid() && locationPath == kWorldPath) {
+        list = cookInterface.getAttr("globals.constraintList");
+        cookInterface.copyAttr("info.constraintList", "globals.constraintList", true);
+        cookInterface.deleteAttr("globals.constraintList");
+    }
+
+    const auto* data = static_cast<const ConstraintListData*>(cookInterface.getPrivateData());
+    if (list.isValid() && (!data || data->listHash != list.getHash())) {
+        // The new list also governs this location: it is where the list enters the traversal.
+        data = handOverList(cookInterface, list);
+    }
+
+    // Bounds of ancestors no longer hold once a constrained descendant moves.
+    if (data && data->isStrictAncestorOfListed(locationPath)) {
+        cookInterface.deleteAttr("bound");
+    }
+
+    const Qn::GroupAttribute xform = cookInterface.getAttr("xform");
+    for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
+        if (xform.getChildName(i).compare(0, 10, "constraint") != 0) {
+            continue;
+        }
+        OutputAttributes results;
+        resolveLocationConstraints(cookInterface, locationPath, xform,
+                                   data ? data->paths : std::vector<std::string>(), results);
+        for (const auto& [name, attribute] : results) {
+            cookInterface.setAttr(name, attribute, true);
+        }
+        break;
+    }
 }
 
 } // namespace Private

@@ -15,7 +15,8 @@ namespace Private {
 /// description group, from which it reads its `args.*`; immutable and usable from any thread.
 class ConstraintResolver {
 public:
-    explicit ConstraintResolver(const Qn::GroupAttribute& constraintGroup) : m_constraintGroup(constraintGroup) {}
+    explicit ConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : m_constraintGroup(constraintGroup) {}
     virtual ~ConstraintResolver() = default;
 
     /// Adds the sample times of inputs that only this kind reads (animated bounds, points, camera
@@ -42,15 +43,17 @@ using ConstraintResolverPtr = boost::shared_ptr<ConstraintResolver>;
 
 /// One resolver kind's computation at one sample time: stores 16 doubles (the matrix X that moves
 /// the base's world transform from B to X·B, row by row) as samplesOut[sampleTime]. May throw.
-using ComputeSampleFn = void (*)(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                                 const XformSamples& baseSamples, const std::string& baseLocation,
-                                 const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                                 ResolvedCache& resolvedCache, float sampleTime, MatrixSamples& samplesOut);
+using ComputeSampleFn = void (*)(const Qn::GroupAttribute& constraintGroup,
+                                 Qn::VexilCookInterface& cookInterface, const XformSamples& baseSamples,
+                                 const std::string& baseLocation, const XformSamplesList& targetSamples,
+                                 const TargetPaths& targetPaths, ResolvedCache& resolvedCache,
+                                 float sampleTime, MatrixSamples& samplesOut);
 
 /// Runs `computeSample` at every sample time in ascending order. Returns a group holding `matrix`
 /// (a double attribute, tuple size 16, one sample per time), or, as soon as one sample throws a
 /// std::exception, a group holding only `errorMessage` with its text: never a partial matrix.
-Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample, const Qn::GroupAttribute& constraintGroup,
+Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
+                                        const Qn::GroupAttribute& constraintGroup,
                                         const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
                                         const XformSamples& baseSamples, const std::string& baseLocation,
                                         const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
@@ -60,6 +63,12 @@ Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample, const Qn:
 /// std::runtime_error "Error building attribute time samples are different sizes." when the value
 /// vectors differ in length.
 Qn::DoubleAttribute buildMultiSampledAttribute(const MatrixSamples& samples, int64_t tupleSize);
+
+/// "<type> Constraint Error: <what>", the type read from the constraint group's `type`.
+std::string constraintErrorText(const Qn::GroupAttribute& constraintGroup, const std::string& what);
+
+/// A group whose single child `errorMessage` holds `text`.
+Qn::GroupAttribute errorGroup(const std::string& text);
 
 /// The 16 values of a matrix, row by row.
 std::vector<double> matrixValues(const Imath::M44d& m);

@@ -1,0 +1,48 @@
+#include "constraints/resolve/ConstraintListData.h"
+
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
+
+#include <algorithm>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
+    auto* data = new ConstraintListData;
+    data->paths = list.getNearestSampleStrings(0.0f);
+    data->order.resize(data->paths.size());
+    for (size_t i = 0; i < data->order.size(); ++i) {
+        data->order[i] = static_cast<int32_t>(i);
+    }
+    const std::vector<std::string>& paths = data->paths;
+    std::sort(data->order.begin(), data->order.end(),
+              [&paths](int32_t a, int32_t b) { return paths[a] < paths[b]; });
+    data->listHash = list.getHash();
+    return data;
+}
+
+void ConstraintListData::destroy(void* data) {
+    delete static_cast<ConstraintListData*>(data);
+}
+
+bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPath) const {
+    auto it =
+        std::lower_bound(order.begin(), order.end(), locationPath,
+                         [this](int32_t index, const std::string& path) { return paths[index] < path; });
+    // Paths below the location sort right after it, but siblings that share its name as a prefix
+    // ("/a/geo-x" before "/a/geo/x") and the location itself may come first: look on while the
+    // candidates still begin with the location's path.
+    for (; it != order.end(); ++it) {
+        const std::string& candidate = paths[*it];
+        if (candidate.compare(0, locationPath.size(), locationPath) != 0) {
+            break;
+        }
+        if (Qn::PathUtils::isStrictAncestor(locationPath, candidate)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

@@ -1,0 +1,30 @@
+// The constraint list as the ConstraintResolve traversal carries it below "/root/world".
+#pragma once
+
+#include "hostapi/attribute/DataAttribute.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// Private data of one ConstraintResolve child traversal: built once before the children are cooked,
+/// read-only afterwards (shared by every location below).
+struct ConstraintListData {
+    std::vector<std::string> paths; ///< the list entries, in list order
+    std::vector<int32_t> order;     ///< indices into paths, ascending by byte-wise path order
+    Qn::Hash listHash;              ///< hash of the list attribute it was built from
+
+    /// Builds the data from the list attribute's sample nearest to time 0.
+    static ConstraintListData* build(const Qn::StringAttribute& list);
+    /// The deletion function handed to the host.
+    static void destroy(void* data);
+
+    /// True when some listed path lies strictly below `locationPath` (trailing slashes ignored).
+    bool isStrictAncestorOfListed(const std::string& locationPath) const;
+};
+
+} // namespace Private
+} // namespace Vexil3Constraints

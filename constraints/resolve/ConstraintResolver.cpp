@@ -1,0 +1,73 @@
+#include "constraints/resolve/ConstraintResolver.h"
+
+#include <exception>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+void ConstraintResolver::addTimeSamples(Qn::VexilCookInterface&, const std::string&, const TargetPaths&,
+                                        ResolvedCache&, SampleTimes&) {}
+
+std::string constraintErrorText(const Qn::GroupAttribute& constraintGroup, const std::string& what) {
+    const std::string type = Qn::StringAttribute(constraintGroup.getChildByName("type")).getValue("", false);
+    return type + " Constraint Error: " + what;
+}
+
+Qn::GroupAttribute errorGroup(const std::string& text) {
+    Qn::GroupBuilder builder;
+    builder.set("errorMessage", Qn::StringAttribute(text));
+    return builder.build();
+}
+
+Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
+                                        const Qn::GroupAttribute& constraintGroup,
+                                        const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
+                                        const XformSamples& baseSamples, const std::string& baseLocation,
+                                        const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                                        ResolvedCache& resolvedCache) {
+    MatrixSamples samples;
+    try {
+        for (float time : sampleTimes) {
+            computeSample(constraintGroup, cookInterface, baseSamples, baseLocation, targetSamples,
+                          targetPaths, resolvedCache, time, samples);
+        }
+        Qn::GroupBuilder builder;
+        builder.set("matrix", buildMultiSampledAttribute(samples, 16));
+        return builder.build();
+    } catch (const std::exception& e) {
+        // Stop at the first failing sample: a partial matrix would animate wrongly.
+        return errorGroup(constraintErrorText(constraintGroup, e.what()));
+    }
+}
+
+Qn::DoubleAttribute buildMultiSampledAttribute(const MatrixSamples& samples, int64_t tupleSize) {
+    std::vector<float> times;
+    std::vector<const double*> values;
+    times.reserve(samples.size());
+    values.reserve(samples.size());
+    size_t count = samples.empty() ? 0 : samples.begin()->second.size();
+    for (const auto& [time, sample] : samples) {
+        if (sample.size() != count) {
+            throw std::runtime_error("Error building attribute time samples are different sizes.");
+        }
+        times.push_back(time);
+        values.push_back(sample.data());
+    }
+    return Qn::DoubleAttribute(times.data(), static_cast<int64_t>(times.size()), values.data(),
+                               static_cast<int64_t>(count), tupleSize);
+}
+
+std::vector<double> matrixValues(const Imath::M44d& m) {
+    return std::vector<double>(m.getValue(), m.getValue() + 16);
+}
+
+const Imath::M44d* findSample(const XformSamples& samples, float time) {
+    auto it = samples.lower_bound(time);
+    if (it == samples.end() || it->first > time) {
+        return nullptr;
+    }
+    return &it->second;
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

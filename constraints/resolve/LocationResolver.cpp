@@ -1,0 +1,423 @@
+#include "constraints/resolve/LocationResolver.h"
+
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
+#include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
+#include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
+#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
+#include "constraints/resolve/TargetPaths.h"
+
+#include <cmath>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+const char* const kConstraintListNotSufficient =
+    "Constraint list not sufficient to resolve constraint dependencies.";
+
+void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
+    if (!respectMotionBlur) {
+        sampleTimes.clear();
+    } else if (!sampleTimes.empty()) {
+        auto it = sampleTimes.begin();
+        float lastKept = *it++;
+        while (it != sampleTimes.end()) {
+            // Compared with the last kept time, not the previous one: a chain of close times
+            // collapses onto its earliest member.
+            if (std::fabs(*it - lastKept) < 0.001f) {
+                it = sampleTimes.erase(it);
+            } else {
+                lastKept = *it++;
+            }
+        }
+    }
+    if (sampleTimes.empty()) {
+        sampleTimes.insert(0.0f);
+    }
+}
+
+namespace {
+
+bool isConstraintName(const std::string& name) {
+    return name.compare(0, 10, "constraint") == 0;
+}
+
+int readSwitch(const Qn::GroupAttribute& group, const char* name, int defaultValue) {
+    return Qn::IntAttribute(group.getChildByName(name)).getValue(defaultValue, false);
+}
+
+void addWarning(std::string& warnings, const std::string& warning) {
+    if (!warnings.empty()) {
+        warnings += "\n";
+    }
+    warnings += warning;
+}
+
+/// "/root/world/a" gives "/root", "/root/world", "/root/world/a".
+std::vector<std::string> ancestorsOrSelf(const std::string& path) {
+    std::vector<std::string> result;
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        result.push_back(path.substr(0, slash));
+    }
+    if (path.size() > 1) {
+        result.push_back(path);
+    }
+    return result;
+}
+
+Qn::GroupAttribute buildXform(const std::vector<std::string>& names,
+                              const std::vector<Qn::Attribute>& values) {
+    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+    for (size_t i = 0; i < names.size(); ++i) {
+        builder.set(names[i], values[i]);
+    }
+    return builder.build();
+}
+
+/// A location after resolution of its constraints.
+struct ResolvedLocation {
+    OutputAttributes attributes;
+    Qn::GroupAttribute xform;
+    bool dependencyFailed = false; ///< some constraint failed because the list cannot order its needs
+};
+
+/// What one constraint produced: its "resolved" group (null: leave the constraint as it is).
+struct ConstraintOutcome {
+    Qn::GroupAttribute resolved;
+    bool dependencyFailed = false;
+};
+
+class ConstraintFrame;
+
+/// All the resolution one cook does: the cooked location and, on demand, the constrained locations
+/// it depends on, each resolved once. Lives on the cook's stack.
+class ResolveSession {
+public:
+    ResolveSession(Qn::VexilCookInterface& cookInterface, const std::vector<std::string>& constraintList)
+        : m_cookInterface(cookInterface), m_list(constraintList),
+          m_listed(constraintList.begin(), constraintList.end()) {}
+
+    ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
+        m_inProgress.insert(path);
+        return resolveLocation(path, xform);
+    }
+
+    const ResolvedLocation* findResolved(const std::string& path) const {
+        auto it = m_resolved.find(path);
+        return it == m_resolved.end() ? nullptr : &it->second;
+    }
+
+    /// The overrides that make the host see resolved transforms on the way down to `path`.
+    Qn::GroupAttribute overridesFor(const std::string& path, const std::string& basePath,
+                                    const Qn::GroupAttribute& partialXform) const {
+        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+        bool any = false;
+        for (const std::string& location : ancestorsOrSelf(path)) {
+            if (location == basePath) {
+                builder.set(location, partialXform);
+                any = true;
+            } else if (const ResolvedLocation* resolved = findResolved(location)) {
+                builder.set(location, resolved->xform);
+                any = true;
+            }
+        }
+        return any ? builder.build() : Qn::GroupAttribute();
+    }
+
+private:
+    ResolvedLocation resolveLocation(const std::string& path, const Qn::GroupAttribute& xform);
+    ConstraintOutcome resolveConstraint(const std::string& path, const Qn::Attribute& child,
+                                        const Qn::GroupAttribute& partialXform, std::string& warnings,
+                                        OutputAttributes& output);
+    ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, const std::string& path,
+                                         const TargetPaths& targets, const Qn::GroupAttribute& partialXform,
+                                         std::string& warnings, OutputAttributes& output);
+    void requireDependencies(const std::string& path, const TargetPaths& targets);
+    const ResolvedLocation& resolveDependency(const std::string& path);
+
+    bool isConstrained(const std::string& path) {
+        auto it = m_constrained.find(path);
+        if (it != m_constrained.end()) {
+            return it->second;
+        }
+        bool constrained = false;
+        Qn::GroupAttribute xform = m_cookInterface.getAttr("xform", path);
+        for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n && !constrained; ++i) {
+            constrained = isConstraintName(xform.getChildName(i));
+        }
+        m_constrained.emplace(path, constrained);
+        return constrained;
+    }
+
+    /// Entries before this position may be resolved ahead of `path`: the last occurrence of the path in
+    /// the list, or the whole list for an unlisted location.
+    size_t listLimit(const std::string& path) const {
+        for (size_t i = m_list.size(); i > 0; --i) {
+            if (m_list[i - 1] == path) {
+                return i - 1;
+            }
+        }
+        return m_list.size();
+    }
+
+    Qn::VexilCookInterface& m_cookInterface;
+    const std::vector<std::string>& m_list;
+    std::unordered_set<std::string> m_listed;
+    std::unordered_map<std::string, ResolvedLocation> m_resolved;
+    std::unordered_map<std::string, bool> m_constrained;
+    std::set<std::string> m_inProgress;
+};
+
+/// What the resolvers of one constraint see: resolved attributes and transforms of the locations
+/// already resolved in this session, and the constrained location as it is before this constraint.
+class ConstraintFrame : public ResolvedCache {
+public:
+    ConstraintFrame(const ResolveSession& session, const std::string& basePath,
+                    const Qn::GroupAttribute& partialXform)
+        : m_session(session), m_basePath(basePath), m_partialXform(partialXform) {}
+
+    Qn::Attribute getAttr(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                          const std::string& name) override {
+        if (const ResolvedLocation* resolved = m_session.findResolved(locationPath)) {
+            auto it = resolved->attributes.find(name);
+            if (it != resolved->attributes.end()) {
+                return it->second;
+            }
+        }
+        if (locationPath == m_basePath && name == "xform") {
+            return m_partialXform;
+        }
+        return cookInterface.getAttr(name, locationPath);
+    }
+
+    XformSamples getWorldXform(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                               const SampleTimes& times) override {
+        std::vector<float> timeList(times.begin(), times.end());
+        std::vector<Imath::M44d> matrices = Qn::VexilPluginHost::getWorldXformAtTimes(
+            cookInterface, locationPath, timeList,
+            m_session.overridesFor(locationPath, m_basePath, m_partialXform));
+        XformSamples samples;
+        for (size_t i = 0; i < matrices.size() && i < timeList.size(); ++i) {
+            samples.emplace(timeList[i], matrices[i]);
+        }
+        return samples;
+    }
+
+    SampleTimes getWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface,
+                                         const std::string& locationPath) override {
+        std::vector<float> times = Qn::VexilPluginHost::getWorldXformSampleTimes(
+            cookInterface, locationPath, m_session.overridesFor(locationPath, m_basePath, m_partialXform));
+        return SampleTimes(times.begin(), times.end());
+    }
+
+private:
+    const ResolveSession& m_session;
+    const std::string& m_basePath;
+    Qn::GroupAttribute m_partialXform;
+};
+
+ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const Qn::GroupAttribute& xform) {
+    ResolvedLocation result;
+    std::string warnings;
+    const int64_t count = xform.getNumberOfChildren();
+    std::vector<std::string> names(count);
+    std::vector<Qn::Attribute> values(count);
+    for (int64_t i = 0; i < count; ++i) {
+        names[i] = xform.getChildName(i);
+        values[i] = xform.getChildByIndex(i);
+    }
+    for (int64_t i = 0; i < count; ++i) {
+        if (!isConstraintName(names[i])) {
+            continue;
+        }
+        // The base seen by this constraint: the ones before it resolved, the rest not yet.
+        ConstraintOutcome outcome =
+            resolveConstraint(path, values[i], buildXform(names, values), warnings, result.attributes);
+        result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
+        if (outcome.resolved.isValid()) {
+            names[i] = "resolved" + names[i];
+            values[i] = outcome.resolved;
+        }
+    }
+    result.xform = buildXform(names, values);
+    result.attributes["xform"] = result.xform;
+    if (!warnings.empty()) {
+        result.attributes["warningMessage"] = Qn::StringAttribute(warnings);
+    }
+    return result;
+}
+
+ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, const Qn::Attribute& child,
+                                                    const Qn::GroupAttribute& partialXform,
+                                                    std::string& warnings, OutputAttributes& output) {
+    const Qn::GroupAttribute group(child);
+    std::string type;
+    auto fail = [&](const std::string& what, bool dependencyFailed) {
+        const std::string text = type + " Constraint Error: " + what;
+        output["type"] = Qn::StringAttribute("error");
+        output["errorMessage"] = Qn::StringAttribute(text);
+        return ConstraintOutcome{errorGroup(text), dependencyFailed};
+    };
+    try {
+        type = Qn::StringAttribute(group.getChildByName("type")).getValue(std::string(), true);
+        ConstraintResolverCreator creator = findConstraintResolverCreator(type);
+        if (!creator) {
+            throw std::runtime_error("'" + type + "' is an invalid constraint type.");
+        }
+        ConstraintResolverPtr resolver = creator(group);
+
+        const std::vector<std::string> written =
+            Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
+        if (written.empty()) {
+            throw std::runtime_error("No constraint targets given.");
+        }
+        const bool allowMissingTargets = readSwitch(group, "allowMissingTargets", 0) != 0;
+        const bool requireTargetBounds = readSwitch(group, "requireTargetBounds", 0) != 0;
+        TargetPaths targets;
+        for (const std::string& target : written) {
+            const std::string targetPath = resolveTargetPath(path, target);
+            if (targetPath.empty() || !m_cookInterface.doesLocationExist(targetPath)) {
+                if (!allowMissingTargets) {
+                    throw std::runtime_error("Constraint target (" +
+                                             (targetPath.empty() ? target : targetPath) + ") was not found.");
+                }
+                continue;
+            }
+            if (requireTargetBounds && !m_cookInterface.getAttr("bound", targetPath).isValid()) {
+                addWarning(warnings, "Constraint target (" + targetPath + ") was found but has no " +
+                                         "bound attribute and is therefore being " + "ignored.");
+                continue;
+            }
+            targets.push_back(targetPath);
+        }
+        if (targets.empty()) {
+            if (allowMissingTargets) {
+                addWarning(warnings, type + " Constraint found " + "no valid targets.");
+                return ConstraintOutcome{};
+            }
+            throw std::runtime_error("No valid target found to resolve constraint.");
+        }
+        return resolveWithTargets(resolver, path, targets, partialXform, warnings, output);
+    } catch (const ConstraintResolveError& e) {
+        return fail(e.what(), std::string(e.what()) == kConstraintListNotSufficient);
+    } catch (const std::exception& e) {
+        return fail(e.what(), false);
+    }
+}
+
+ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr& resolver,
+                                                     const std::string& path, const TargetPaths& targets,
+                                                     const Qn::GroupAttribute& partialXform,
+                                                     std::string& warnings, OutputAttributes& output) {
+    requireDependencies(path, targets);
+    ConstraintFrame frame(*this, path, partialXform);
+
+    SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, path);
+    for (const std::string& target : targets) {
+        SampleTimes targetTimes = frame.getWorldXformSampleTimes(m_cookInterface, target);
+        sampleTimes.insert(targetTimes.begin(), targetTimes.end());
+    }
+    resolver->addTimeSamples(m_cookInterface, path, targets, frame, sampleTimes);
+    mergeSampleTimes(sampleTimes, readSwitch(resolver->constraintGroup(), "respectMotionBlur", 1) != 0);
+
+    const XformSamples baseSamples = frame.getWorldXform(m_cookInterface, path, sampleTimes);
+    XformSamplesList targetSamples;
+    targetSamples.reserve(targets.size());
+    for (const std::string& target : targets) {
+        targetSamples.push_back(frame.getWorldXform(m_cookInterface, target, sampleTimes));
+    }
+
+    OutputAttributes resolverOutput;
+    Qn::GroupAttribute resolved = resolver->resolve(sampleTimes, m_cookInterface, baseSamples, path,
+                                                    targetSamples, targets, frame, resolverOutput);
+    auto warning = resolverOutput.find("warningMessage");
+    if (warning != resolverOutput.end()) {
+        addWarning(warnings, Qn::StringAttribute(warning->second).getValue(std::string(), false));
+        resolverOutput.erase(warning);
+    }
+    const Qn::Attribute error = resolved.getChildByName("errorMessage");
+    if (error.isValid()) {
+        output["type"] = Qn::StringAttribute("error");
+        output["errorMessage"] = error;
+        return ConstraintOutcome{resolved, false};
+    }
+    for (auto& [name, attribute] : resolverOutput) {
+        output[name] = attribute;
+    }
+    return ConstraintOutcome{resolved, false};
+}
+
+void ResolveSession::requireDependencies(const std::string& path, const TargetPaths& targets) {
+    // A constraint needs the resolved transform of every listed constrained location at or above one
+    // of its targets, and of the constrained location's own listed constrained ancestors.
+    std::map<std::string, int> required;
+    auto consider = [&](const std::string& location) {
+        if (location != path && m_listed.count(location) && isConstrained(location)) {
+            required[location] = 1;
+        }
+    };
+    for (const std::string& target : targets) {
+        for (const std::string& location : ancestorsOrSelf(target)) {
+            consider(location);
+        }
+    }
+    for (const std::string& location : ancestorsOrSelf(path)) {
+        consider(location);
+    }
+    if (required.empty()) {
+        return;
+    }
+    // The list orders resolution: what a location needs must be listed before it.
+    std::vector<std::string> order;
+    const size_t limit = listLimit(path);
+    for (size_t i = 0; i < limit && !required.empty(); ++i) {
+        auto it = required.find(m_list[i]);
+        if (it != required.end() && it->second > 0) {
+            order.push_back(m_list[i]);
+            if (--it->second == 0) {
+                required.erase(it);
+            }
+        }
+    }
+    if (!required.empty()) {
+        throw ConstraintResolveError(kConstraintListNotSufficient);
+    }
+    for (const std::string& location : order) {
+        if (resolveDependency(location).dependencyFailed) {
+            throw ConstraintResolveError(kConstraintListNotSufficient);
+        }
+    }
+}
+
+const ResolvedLocation& ResolveSession::resolveDependency(const std::string& path) {
+    auto found = m_resolved.find(path);
+    if (found != m_resolved.end()) {
+        return found->second;
+    }
+    if (m_inProgress.count(path)) {
+        throw ConstraintResolveError(kConstraintListNotSufficient);
+    }
+    m_inProgress.insert(path);
+    ResolvedLocation resolved = resolveLocation(path, m_cookInterface.getAttr("xform", path));
+    m_inProgress.erase(path);
+    return m_resolved.emplace(path, std::move(resolved)).first->second;
+}
+
+} // namespace
+
+void resolveLocationConstraints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                                const Qn::GroupAttribute& xform,
+                                const std::vector<std::string>& constraintList,
+                                OutputAttributes& outputAttributes) {
+    ResolveSession session(cookInterface, constraintList);
+    ResolvedLocation resolved = session.resolveTop(locationPath, xform);
+    for (auto& [name, attribute] : resolved.attributes) {
+        outputAttributes[name] = std::move(attribute);
+    }
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

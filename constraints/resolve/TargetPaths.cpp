@@ -1,0 +1,54 @@
+#include "constraints/resolve/TargetPaths.h"
+
+#include <vector>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+namespace {
+
+// Applies the components of `path` to `stack`; false when ".." climbs above the top.
+bool applyComponents(const std::string& path, std::vector<std::string>& stack) {
+    size_t start = 0;
+    while (start <= path.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string::npos) {
+            slash = path.size();
+        }
+        std::string component = path.substr(start, slash - start);
+        if (component == "..") {
+            if (stack.empty()) {
+                return false;
+            }
+            stack.pop_back();
+        } else if (!component.empty() && component != ".") {
+            stack.push_back(std::move(component));
+        }
+        start = slash + 1;
+    }
+    return true;
+}
+
+} // namespace
+
+std::string resolveTargetPath(const std::string& basePath, const std::string& target) {
+    if (target.empty()) {
+        return std::string();
+    }
+    std::vector<std::string> stack;
+    if (target[0] != '/' && !applyComponents(basePath, stack)) {
+        return std::string();
+    }
+    if (!applyComponents(target, stack)) {
+        return std::string();
+    }
+    std::string result;
+    for (const std::string& component : stack) {
+        result += '/';
+        result += component;
+    }
+    return result.empty() ? std::string("/") : result;
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

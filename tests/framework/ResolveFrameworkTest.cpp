@@ -1,0 +1,259 @@
+// The constraint framework end to end: Point constraints cooked through vexil-cook with the real
+// plug-in, checked against positions worked out by hand.
+#include "CookTestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace VexilTest;
+
+namespace {
+
+Json pointConstraint(const Json& targets, const Json& extra = Json::object()) {
+    Json constraint = {{"type", "Point"},
+                       {"target", targets},
+                       {"args", {{"targetOrigin", "origin"}, {"baseOrigin", "origin"}}}};
+    for (auto it = extra.begin(); it != extra.end(); ++it) {
+        constraint[it.key()] = it.value();
+    }
+    return constraint;
+}
+
+Json located(const Imath::V3d& t, const Json& constraints = Json::object()) {
+    Json xform = translateXform(t);
+    for (auto it = constraints.begin(); it != constraints.end(); ++it) {
+        xform[it.key()] = it.value();
+    }
+    return {{"attrs", {{"type", "group"}, {"xform", xform}}}, {"children", Json::object()}};
+}
+
+Json listAttrs(const std::vector<std::string>& paths) {
+    return {{"globals", {{"constraintList", paths}}}};
+}
+
+Imath::V3d position(const Json& cooked, const std::string& path, float time = 0.0f) {
+    Imath::M44d m = world(cooked, path, time);
+    return Imath::V3d(m[3][0], m[3][1], m[3][2]);
+}
+
+CookResult cookWorld(const Json& children, const Json& worldAttrs = Json::object(),
+                     const std::vector<std::string>& arguments = {"--world"}) {
+    CookResult result = cook(sceneFile(children, resolveOps(), 0.0f, 0.0f, 1, worldAttrs), arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    return result;
+}
+
+const double kTolerance = 1e-12;
+
+} // namespace
+
+TEST(ResolveFramework, PointFollowsAnAnimatedTargetAtEverySample) {
+    Json children = {
+        {"t",
+         {{"attrs", {{"xform", {{"translate", animatedDoubles({{"0", {0, 0, 0}}, {"1", {2, 4, 6}}})}}}}}}},
+        {"a", located({1, 1, 1}, {{"constraint", pointConstraint({"/root/world/t"})}})}};
+    CookResult result = cookWorld(children);
+    auto samples = worldSamples(result.scene, "/root/world/a");
+    ASSERT_EQ(samples.size(), 2u);
+    EXPECT_LT((position(result.scene, "/root/world/a", 0.0f) - Imath::V3d(0, 0, 0)).length(), kTolerance);
+    EXPECT_LT((position(result.scene, "/root/world/a", 1.0f) - Imath::V3d(2, 4, 6)).length(), kTolerance);
+    const Json& resolved = attribute(result.scene, "/root/world/a", "xform.resolvedconstraint.matrix");
+    EXPECT_EQ(samples(resolved).size(), 2u);
+    EXPECT_TRUE(attribute(result.scene, "/root/world/a", "xform.constraint").is_null());
+}
+
+TEST(ResolveFramework, SeveralTargetsAverageAndAxisMasksKeepTheBase) {
+    Json children = {
+        {"t1", located({0, 0, 0})},
+        {"t2", located({2, 6, -4})},
+        {"avg", located({9, 9, 9}, {{"constraint", pointConstraint({"/root/world/t1", "/root/world/t2"})}})},
+        {"masked", located({9, 9, 9}, {{"constraint",
+                                        pointConstraint({"/root/world/t2"}, {{"args",
+                                                                              {{"targetOrigin", "origin"},
+                                                                               {"baseOrigin", "origin"},
+                                                                               {"xAxis", ints({0})}}}})}})},
+        {"relative", located({9, 9, 9}, {{"constraint", pointConstraint({"../t2"})}})}};
+    CookResult result = cookWorld(children);
+    EXPECT_LT((position(result.scene, "/root/world/avg") - Imath::V3d(1, 3, -2)).length(), kTolerance);
+    EXPECT_LT((position(result.scene, "/root/world/masked") - Imath::V3d(9, 6, -4)).length(), kTolerance);
+    EXPECT_LT((position(result.scene, "/root/world/relative") - Imath::V3d(2, 6, -4)).length(), kTolerance);
+}
+
+struct MessageCase {
+    const char* name;
+    Json constraint;
+    const char* errorMessage;   // "" for none
+    const char* warningMessage; // "" for none
+};
+
+TEST(ResolveFramework, ExactMessagesOfTheFramework) {
+    const std::vector<MessageCase> cases = {
+        {"lowercase", pointConstraint({"/root/world/t"}, {{"type", "point"}}),
+         "point Constraint Error: 'point' is an invalid constraint type.", ""},
+        {"noTargets", pointConstraint(Json::array(), {{"allowMissingTargets", ints({1})}}),
+         "Point Constraint Error: No constraint targets given.", ""},
+        {"missing", pointConstraint({"/root/world/nope"}),
+         "Point Constraint Error: Constraint target (/root/world/nope) was not found.", ""},
+        {"allMissingAllowed", pointConstraint({"/root/world/nope"}, {{"allowMissingTargets", ints({1})}}), "",
+         "Point Constraint found no valid targets."},
+        {"noBound", pointConstraint({"/root/world/t"}, {{"requireTargetBounds", ints({1})}}),
+         "Point Constraint Error: No valid target found to resolve constraint.",
+         "Constraint target (/root/world/t) was found but has no bound attribute and is therefore being "
+         "ignored."},
+        {"typeNotString", pointConstraint({"/root/world/t"}, {{"type", ints({3})}}),
+         " Constraint Error: Error getting string value from StringAttribute.", ""},
+    };
+    Json children = {{"t", located({1, 2, 3})}};
+    for (const MessageCase& c : cases) {
+        children[c.name] = located({0, 0, 0}, {{"constraint", c.constraint}});
+    }
+    CookResult result = cookWorld(children);
+    for (const MessageCase& c : cases) {
+        const std::string path = std::string("/root/world/") + c.name;
+        EXPECT_EQ(stringValue(result.scene, path, "errorMessage"), c.errorMessage) << c.name;
+        EXPECT_EQ(stringValue(result.scene, path, "warningMessage"), c.warningMessage) << c.name;
+        EXPECT_EQ(stringValue(result.scene, path, "type"), *c.errorMessage ? "error" : "group") << c.name;
+    }
+    // A missing target that is allowed is skipped while the others still count.
+    Json mixed = {
+        {"t", located({1, 2, 3})},
+        {"a", located({0, 0, 0}, {{"constraint", pointConstraint({"/root/world/nope", "/root/world/t"},
+                                                                 {{"allowMissingTargets", ints({1})}})}})}};
+    CookResult mixedResult = cookWorld(mixed);
+    EXPECT_LT((position(mixedResult.scene, "/root/world/a") - Imath::V3d(1, 2, 3)).length(), kTolerance);
+    EXPECT_EQ(stringValue(mixedResult.scene, "/root/world/a", "warningMessage"), "");
+}
+
+TEST(ResolveFramework, AFailingConstraintBesideAWorkingOne) {
+    Json constraints = {{"constraint", pointConstraint({"/root/world/t"})},
+                        {"constraint1", pointConstraint({"/root/world/t"}, {{"type", "Bogus"}})}};
+    Json children = {{"t", located({4, 0, 0})}, {"a", located({0, 0, 0}, constraints)}};
+    CookResult result = cookWorld(children);
+    EXPECT_EQ(stringValue(result.scene, "/root/world/a", "errorMessage"),
+              "Bogus Constraint Error: 'Bogus' is an invalid constraint type.");
+    EXPECT_EQ(stringValue(result.scene, "/root/world/a", "type"), "error");
+    EXPECT_EQ(stringValue(result.scene, "/root/world/a", "xform.resolvedconstraint1.errorMessage"),
+              "Bogus Constraint Error: 'Bogus' is an invalid constraint type.");
+    EXPECT_LT((position(result.scene, "/root/world/a") - Imath::V3d(4, 0, 0)).length(), kTolerance);
+}
+
+TEST(ResolveFramework, NearSampleTimesMergeAndMotionBlurCanBeIgnored) {
+    Json animated = {
+        {"translate",
+         animatedDoubles(
+             {{"0", {0, 0, 0}}, {"0.0005", {1, 0, 0}}, {"0.0009", {2, 0, 0}}, {"0.5", {3, 0, 0}}})}};
+    Json chained = {
+        {"translate", animatedDoubles({{"0", {0, 0, 0}}, {"0.0008", {1, 0, 0}}, {"0.0016", {2, 0, 0}}})}};
+    Json children = {
+        {"t", {{"attrs", {{"xform", animated}}}}},
+        {"c", {{"attrs", {{"xform", chained}}}}},
+        {"a", located({0, 0, 0}, {{"constraint", pointConstraint({"/root/world/t"})}})},
+        {"b", located({0, 0, 0}, {{"constraint", pointConstraint({"/root/world/c"})}})},
+        {"still", located({0, 0, 0}, {{"constraint", pointConstraint({"/root/world/t"},
+                                                                     {{"respectMotionBlur", ints({0})}})}})}};
+    CookResult result = cookWorld(children);
+    auto matrixTimes = [&](const std::string& path) {
+        std::vector<float> times;
+        for (const auto& entry : samples(attribute(result.scene, path, "xform.resolvedconstraint.matrix"))) {
+            times.push_back(entry.first);
+        }
+        return times;
+    };
+    EXPECT_EQ(matrixTimes("/root/world/a"), (std::vector<float>{0.0f, 0.5f}));
+    EXPECT_EQ(matrixTimes("/root/world/b"), (std::vector<float>{0.0f, 0.0016f}));
+    EXPECT_EQ(matrixTimes("/root/world/still"), (std::vector<float>{0.0f}));
+}
+
+TEST(ResolveFramework, BoundIsDeletedOnStrictAncestorsOnly) {
+    Json bound = doubles({-1, 1, -1, 1, -1, 1});
+    Json children = {
+        {"t", located({0, 0, 0})},
+        {"geo", {{"attrs", {{"bound", bound}}}}},
+        {"geometry",
+         {{"attrs", {{"bound", bound}}},
+          {"children",
+           {{"a",
+             {{"attrs",
+               {{"bound", bound}, {"xform", {{"constraint", pointConstraint({"/root/world/t"})}}}}}}}}}}}};
+    Json worldAttrs = listAttrs({"/root/world/geometry/a/"});
+    worldAttrs["bound"] = bound;
+    CookResult result = cookWorld(children, worldAttrs);
+    EXPECT_TRUE(attribute(result.scene, "/root/world", "bound").is_null());
+    EXPECT_TRUE(attribute(result.scene, "/root/world/geometry", "bound").is_null());
+    EXPECT_FALSE(attribute(result.scene, "/root/world/geo", "bound").is_null());
+    EXPECT_FALSE(attribute(result.scene, "/root/world/geometry/a", "bound").is_null());
+    // The list moved from globals to info.
+    EXPECT_TRUE(attribute(result.scene, "/root/world", "globals.constraintList").is_null());
+    EXPECT_EQ(stringValue(result.scene, "/root/world", "info.constraintList"), "/root/world/geometry/a/");
+}
+
+TEST(ResolveFramework, DependentConstraintsSeeResolvedTransforms) {
+    // t is at (5,0,0). a follows t; b follows a; c (below p, which follows t2) follows b along y only.
+    Json children = {
+        {"t", located({5, 0, 0})},
+        {"t2", located({0, 0, 7})},
+        {"a", located({1, 0, 0}, {{"constraint", pointConstraint({"/root/world/a/../t"})}})},
+        {"b", located({0, 3, 0}, {{"constraint", pointConstraint({"/root/world/a"})}})},
+        {"p",
+         {{"attrs",
+           {{"xform",
+             {{"translate", doubles({0, 0, 1})}, {"constraint", pointConstraint({"/root/world/t2"})}}}}},
+          {"children",
+           {{"c", located({0, 0, 1}, {{"constraint", pointConstraint({"/root/world/b"},
+                                                                     {{"args",
+                                                                       {{"targetOrigin", "origin"},
+                                                                        {"baseOrigin", "origin"},
+                                                                        {"xAxis", ints({0})},
+                                                                        {"zAxis", ints({0})}}}})}})}}}}}};
+    CookResult result = cookWorld(
+        children, listAttrs({"/root/world/a", "/root/world/b", "/root/world/p", "/root/world/p/c"}));
+    EXPECT_LT((position(result.scene, "/root/world/a") - Imath::V3d(5, 0, 0)).length(), kTolerance);
+    EXPECT_LT((position(result.scene, "/root/world/b") - Imath::V3d(5, 0, 0)).length(), kTolerance);
+    EXPECT_LT((position(result.scene, "/root/world/p") - Imath::V3d(0, 0, 7)).length(), kTolerance);
+    // c keeps x and z of its own world position (under the resolved p: z = 7 + 1) and takes b's y (0).
+    EXPECT_LT((position(result.scene, "/root/world/p/c") - Imath::V3d(0, 0, 8)).length(), kTolerance);
+
+    // The same scene with the list in the wrong order: b needs a, which the list puts after it.
+    CookResult wrong = cookWorld(children, listAttrs({"/root/world/b", "/root/world/a"}));
+    EXPECT_EQ(stringValue(wrong.scene, "/root/world/b", "errorMessage"),
+              "Point Constraint Error: Constraint list not sufficient to resolve constraint dependencies.");
+    EXPECT_EQ(stringValue(wrong.scene, "/root/world/a", "errorMessage"), "");
+}
+
+TEST(ResolveFramework, ACycleFailsOnEveryLocationInvolved) {
+    Json children = {{"x", located({1, 0, 0}, {{"constraint", pointConstraint({"/root/world/y"})}})},
+                     {"y", located({2, 0, 0}, {{"constraint", pointConstraint({"/root/world/z"})}})},
+                     {"z", located({3, 0, 0}, {{"constraint", pointConstraint({"/root/world/x"})}})},
+                     {"free", located({4, 0, 0}, {{"constraint", pointConstraint({"/root/world/t"})}})},
+                     {"t", located({6, 0, 0})}};
+    const std::vector<std::string> list = {"/root/world/x", "/root/world/y", "/root/world/z",
+                                           "/root/world/free"};
+    CookResult result = cookWorld(children, listAttrs(list));
+    for (const char* path : {"/root/world/x", "/root/world/y", "/root/world/z"}) {
+        EXPECT_EQ(
+            stringValue(result.scene, path, "errorMessage"),
+            "Point Constraint Error: Constraint list not sufficient to resolve constraint dependencies.")
+            << path;
+    }
+    EXPECT_LT((position(result.scene, "/root/world/free") - Imath::V3d(6, 0, 0)).length(), kTolerance);
+}
+
+TEST(ResolveFramework, OutputDoesNotDependOnThreadsOrAbortMode) {
+    Json children = Json::object();
+    std::vector<std::string> list;
+    children["t"] = {
+        {"attrs", {{"xform", {{"translate", animatedDoubles({{"0", {0, 0, 0}}, {"1", {1, 2, 3}}})}}}}}};
+    std::string previous = "/root/world/t";
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "n" + std::to_string(i);
+        children[name] = located({double(i), 0, 0}, {{"constraint", pointConstraint({previous})}});
+        list.push_back("/root/world/" + name);
+        previous = "/root/world/" + name;
+    }
+    const Json worldAttrs = listAttrs(list);
+    CookResult one = cookWorld(children, worldAttrs, {"--world", "--threads", "1"});
+    CookResult two = cookWorld(children, worldAttrs, {"--world", "--threads", "2"});
+    CookResult aborting = cookWorld(children, worldAttrs, {"--world", "--threads", "2", "--abort-mode"});
+    EXPECT_EQ(one.out, two.out);
+    EXPECT_EQ(one.out, aborting.out);
+    EXPECT_LT((position(one.scene, "/root/world/n39", 1.0f) - Imath::V3d(1, 2, 3)).length(), kTolerance);
+}

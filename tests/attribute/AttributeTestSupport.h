@@ -1,0 +1,76 @@
+// Shared set-up of the attribute tests: the real host library, live-count leak checks and capture of
+// the standard error stream.
+#pragma once
+
+#include "hostapi/attribute/Attributes.h"
+
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <sstream>
+
+namespace AttributeTests {
+
+/// Loads <build>/bin/libQnAttributeHost.so once per process.
+inline const AttributeHostSuite* hostSuite() {
+    static const AttributeHostSuite* suite = [] {
+        const bool loaded = Qn::Attribute::loadSuite(VEXIL_BUILD_DIR);
+        return loaded ? Qn::Attribute::suite() : nullptr;
+    }();
+    return suite;
+}
+
+/// Live attributes and builders as the host counts them.
+struct Live {
+    int64_t attributes = 0;
+    int64_t builders = 0;
+    bool operator==(const Live& o) const { return attributes == o.attributes && builders == o.builders; }
+};
+
+inline Live liveCounts() {
+    Live live;
+    hostSuite()->getLiveCounts(&live.attributes, &live.builders);
+    return live;
+}
+
+/// Every test starts with the suite loaded and must release every handle it made.
+class AttributeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(hostSuite(), nullptr);
+        m_start = liveCounts();
+    }
+    void TearDown() override {
+        const Live end = liveCounts();
+        EXPECT_EQ(end.attributes, m_start.attributes) << "attributes leaked";
+        EXPECT_EQ(end.builders, m_start.builders) << "builders leaked";
+    }
+    const AttributeHostSuite* suite() const { return hostSuite(); }
+
+private:
+    Live m_start;
+};
+
+/// Redirects std::cerr into a string while alive.
+class CerrCapture {
+public:
+    CerrCapture() : m_old(std::cerr.rdbuf(m_text.rdbuf())) {}
+    ~CerrCapture() { std::cerr.rdbuf(m_old); }
+    std::string text() const { return m_text.str(); }
+
+private:
+    std::ostringstream m_text;
+    std::streambuf* m_old;
+};
+
+/// The message of the std::runtime_error thrown by `f`, or "<no exception>".
+template <typename F> std::string thrownMessage(F&& f) {
+    try {
+        f();
+    } catch (const std::runtime_error& e) {
+        return e.what();
+    }
+    return "<no exception>";
+}
+
+} // namespace AttributeTests

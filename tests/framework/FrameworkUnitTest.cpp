@@ -93,7 +93,8 @@ Qn::GroupAttribute typeGroup(const std::string& type) {
 TEST(ResolveAtSampleTimes, AFailingSampleLeavesNoPartialMatrix) {
     // The driver hands the interface on untouched; the compute step above never calls it.
     static const VexilCookSuite unusedSuite{};
-    Qn::VexilCookInterface cookInterface(reinterpret_cast<VexilCookHandle>(&unusedSuite), &unusedSuite);
+    Qn::VexilCookInterface cookInterface(
+        reinterpret_cast<VexilCookHandle>(const_cast<VexilCookSuite*>(&unusedSuite)), &unusedSuite);
     NoCache cache;
     const Qn::GroupAttribute group = typeGroup("Point");
 

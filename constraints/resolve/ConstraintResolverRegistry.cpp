@@ -18,11 +18,16 @@ void registerConstraintResolvers() {
     // REGISTRY LINES (keep in this order)
     registry["Aim"] = &createAimConstraintResolver;
     registry["Billboard"] = &createBillboardConstraintResolver;
+    registry["CameraScreenWindow"] = &createCameraScreenWindowConstraintResolver;
+    registry["Clipping"] = &createClippingConstraintResolver;
+    registry["Dolly"] = &createDollyConstraintResolver;
+    registry["FOV"] = &createFOVConstraintResolver;
     registry["Orient"] = &createOrientConstraintResolver;
     registry["ParentChild"] = &createParentChildConstraintResolver;
     registry["Point"] = &createPointConstraintResolver;
     registry["Reflection"] = &createReflectionConstraintResolver;
     registry["Scale"] = &createScaleConstraintResolver;
+    registry["ScreenCoordinate"] = &createScreenCoordinateConstraintResolver;
     g_registry = &registry;
 }
 

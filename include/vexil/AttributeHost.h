@@ -169,7 +169,7 @@ VEXIL_STATIC_ASSERT(sizeof(AttributeHostSuite) == 65 * sizeof(void*), "Attribute
 #undef QN_ATTRIBUTE_ENTRY
 
 /** Exported by libQnAttributeHost.so: a service table that offers the AttributeHost suite. */
-typedef const VexilHost* (*QnGetAttributeHostFn)(void);
+typedef const VexilHostServices* (*QnGetAttributeHostFn)(void);
 #define QN_GET_ATTRIBUTE_HOST_SYMBOL "getAttributeHost"
 
 #ifdef __cplusplus

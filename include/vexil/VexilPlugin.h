@@ -11,11 +11,19 @@ extern "C" {
 
 /** The host's service table. Its first entry returns the suite of the given name and version, or null
  *  when the host does not offer it. */
-typedef struct VexilHost {
+typedef struct VexilHostServices {
     const void* (*getSuite)(const char* suiteName, unsigned int suiteVersion);
     /** The host's name, for diagnostics ("vexil-cook", "QnAttributeHost"). */
     const char* (*getHostName)(void);
-} VexilHost;
+} VexilHostServices;
+
+/* Plug-ins call the service table VexilHost. The reference host's C++ code lives in a namespace of
+ * that name, which cannot share the global scope with a type of the same name: host code is built
+ * with VEXIL_HOST_SIDE defined and names the table VexilHostServices (the client classes in
+ * namespace Qn keep their spelling through the alias below). The layout and the ABI are the same. */
+#if !defined(__cplusplus) || !defined(VEXIL_HOST_SIDE)
+typedef VexilHostServices VexilHost;
+#endif
 
 /** One plug-in of a library: 56 bytes, the layout is part of the contract. */
 typedef struct VexilPluginRecord {
@@ -25,7 +33,7 @@ typedef struct VexilPluginRecord {
     uint32_t pluginVersionMajor;  /* offset 20 */
     uint32_t pluginVersionMinor;  /* offset 24 */
     uint32_t padding;             /* offset 28: always 0 */
-    int (*setHost)(const VexilHost* host); /* offset 32: 0 on success, -1 on failure */
+    int (*setHost)(const VexilHostServices* host); /* offset 32: 0 on success, -1 on failure */
     const void* (*getSuite)(void);         /* offset 40: the plug-in's API suite */
     void (*flush)(void);                   /* offset 48 */
 } VexilPluginRecord;
@@ -57,4 +65,9 @@ typedef void (*VexilRegisterPluginFn)(const VexilPluginRecord* record);
 
 #ifdef __cplusplus
 }
+#if defined(VEXIL_HOST_SIDE)
+namespace Qn {
+typedef ::VexilHostServices VexilHost;
+} // namespace Qn
+#endif
 #endif

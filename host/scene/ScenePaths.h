@@ -1,0 +1,21 @@
+// Location paths of the in-memory scene: "/root", "/root/world/geo".
+#pragma once
+
+#include "host/scene/SceneTypes.h"
+
+#include <string>
+
+namespace VexilHost {
+
+/// True for "/root" and for "/root/" followed by names separated by single slashes, with no empty
+/// name and no trailing slash.
+bool isLocationPath(const std::string& path);
+
+/// True for a name a location may have below "/root": not empty, no "/".
+bool isLocationName(const std::string& name);
+
+/// The location at `path` in the tree whose root is "/root", or null when there is none (or when
+/// `path` is not a location path).
+const SceneLocation* findLocation(const SceneLocation& root, const std::string& path);
+
+} // namespace VexilHost

@@ -1,0 +1,262 @@
+#include "host/scene/SceneReader.h"
+
+#include "host/scene/AttributeDecoder.h"
+#include "host/scene/JsonDocument.h"
+#include "host/scene/SceneFormatError.h"
+#include "host/scene/ScenePaths.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace VexilHost {
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+JsonPath child(const JsonPath& path, const std::string& key) {
+    JsonPath result = path;
+    result.push_back({key, 0, false});
+    return result;
+}
+
+JsonPath element(const JsonPath& path, std::size_t index) {
+    JsonPath result = path;
+    result.push_back({std::string(), index, true});
+    return result;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+// Rejects members of `object` other than `allowed`, naming what was expected.
+void checkKeys(const Json& object, const JsonPath& path, const std::vector<std::string>& allowed,
+               const std::string& what) {
+    for (const auto& member : object.items()) {
+        if (std::find(allowed.begin(), allowed.end(), member.key()) == allowed.end()) {
+            throw SceneFormatError(child(path, member.key()), "unknown key \"" + member.key() + "\" in " +
+                                                                  what + " (expected " + joined(allowed) +
+                                                                  ")");
+        }
+    }
+}
+
+const Json* member(const Json& object, const char* key) {
+    const auto found = object.find(key);
+    return found == object.end() ? nullptr : &*found;
+}
+
+float timeValue(const Json& value, const JsonPath& path) {
+    if (value.is_number()) {
+        const double v = value.get<double>();
+        if (std::isfinite(v) && std::fabs(v) <= std::numeric_limits<float>::max()) {
+            return static_cast<float>(v);
+        }
+    }
+    throw SceneFormatError(path, "must be a number");
+}
+
+TimeSlice readTime(const Json& value, const JsonPath& path) {
+    if (!value.is_object()) {
+        throw SceneFormatError(
+            path, "must be an object with currentTime, shutterOpen, shutterClose and numSamples");
+    }
+    checkKeys(value, path, {"currentTime", "shutterOpen", "shutterClose", "numSamples"}, "\"time\"");
+    TimeSlice time;
+    if (const Json* v = member(value, "currentTime")) {
+        time.currentTime = timeValue(*v, child(path, "currentTime"));
+    }
+    if (const Json* v = member(value, "shutterOpen")) {
+        time.shutterOpen = timeValue(*v, child(path, "shutterOpen"));
+    }
+    if (const Json* v = member(value, "shutterClose")) {
+        time.shutterClose = timeValue(*v, child(path, "shutterClose"));
+    }
+    if (const Json* v = member(value, "numSamples")) {
+        if (!v->is_number_integer() || v->get<int64_t>() < 1 ||
+            v->get<int64_t>() > std::numeric_limits<int>::max()) {
+            throw SceneFormatError(child(path, "numSamples"), "must be a whole number of at least 1");
+        }
+        time.numSamples = static_cast<int>(v->get<int64_t>());
+    }
+    return time;
+}
+
+std::vector<std::pair<std::string, std::string>> readVariables(const Json& value, const JsonPath& path) {
+    if (!value.is_object()) {
+        throw SceneFormatError(path, "must be an object from variable name to string value");
+    }
+    std::vector<std::pair<std::string, std::string>> variables;
+    for (const auto& [name, v] : value.items()) {
+        if (name.empty()) {
+            throw SceneFormatError(child(path, name), "a variable name is empty");
+        }
+        if (!v.is_string()) {
+            throw SceneFormatError(child(path, name), "a variable's value must be a string");
+        }
+        variables.emplace_back(name, v.get<std::string>());
+    }
+    return variables;
+}
+
+SceneLocation readLocation(const Json& value, const std::string& name, const JsonPath& path) {
+    if (!value.is_object()) {
+        throw SceneFormatError(path, "a location must be an object with \"attrs\" and \"children\"");
+    }
+    checkKeys(value, path, {"attrs", "children"}, "a location");
+    SceneLocation location;
+    location.name = name;
+    if (const Json* attrs = member(value, "attrs")) {
+        location.attrs = decodeAttributeGroup(*attrs, child(path, "attrs"));
+    } else {
+        location.attrs = decodeAttributeGroup(Json::object(), path);
+    }
+    if (const Json* children = member(value, "children")) {
+        const JsonPath childrenPath = child(path, "children");
+        if (!children->is_object()) {
+            throw SceneFormatError(childrenPath, "must be an object from child name to location");
+        }
+        location.children.reserve(children->size());
+        for (const auto& [childName, childValue] : children->items()) {
+            const JsonPath childPath = child(childrenPath, childName);
+            if (!isLocationName(childName)) {
+                throw SceneFormatError(childPath,
+                                       "\"" + childName +
+                                           "\" is not a location name (names are not empty and hold no "
+                                           "\"/\")");
+            }
+            location.children.push_back(readLocation(childValue, childName, childPath));
+        }
+    }
+    return location;
+}
+
+OpDescription readOp(const Json& value, const JsonPath& path, const SceneReadOptions& options) {
+    if (!value.is_object()) {
+        throw SceneFormatError(path, "an op must be an object with \"type\", \"location\" and \"args\"");
+    }
+    checkKeys(value, path, {"type", "location", "args"}, "an op");
+    OpDescription op;
+    const Json* type = member(value, "type");
+    if (!type) {
+        throw SceneFormatError(path, "an op needs a \"type\"");
+    }
+    if (!type->is_string() || type->get_ref<const std::string&>().empty()) {
+        throw SceneFormatError(child(path, "type"), "an op's \"type\" must be a non-empty string");
+    }
+    op.type = type->get<std::string>();
+    if (options.knownOpTypes) {
+        const std::vector<std::string>& known = *options.knownOpTypes;
+        if (std::find(known.begin(), known.end(), op.type) == known.end()) {
+            throw SceneFormatError(child(path, "type"),
+                                   "unknown op type \"" + op.type + "\" (" +
+                                       (known.empty() ? std::string("no op types are loaded")
+                                                      : "known types: " + joined(known)) +
+                                       ")");
+        }
+    }
+    if (const Json* location = member(value, "location")) {
+        if (!location->is_string() || !isLocationPath(location->get_ref<const std::string&>())) {
+            throw SceneFormatError(child(path, "location"), "\"location\" must be a location path such as "
+                                                            "\"/root/world\", not " +
+                                                                location->dump());
+        }
+        op.location = location->get<std::string>();
+    }
+    if (const Json* args = member(value, "args")) {
+        op.args = decodeAttributeGroup(*args, child(path, "args"));
+    } else {
+        op.args = decodeAttributeGroup(Json::object(), path);
+    }
+    return op;
+}
+
+SceneFile readDocument(const Json& document, const SceneReadOptions& options) {
+    const JsonPath top;
+    if (!document.is_object()) {
+        throw SceneFormatError(top, "the file must hold one object with \"scene\" (and optionally \"time\", "
+                                    "\"variables\" and \"ops\")");
+    }
+    checkKeys(document, top, {"time", "variables", "scene", "ops", "comment"}, "the file");
+    SceneFile file;
+    if (const Json* time = member(document, "time")) {
+        file.time = readTime(*time, child(top, "time"));
+    }
+    if (const Json* variables = member(document, "variables")) {
+        file.variables = readVariables(*variables, child(top, "variables"));
+    }
+    if (const Json* comment = member(document, "comment"); comment && !comment->is_string()) {
+        throw SceneFormatError(child(top, "comment"), "a comment must be a string");
+    }
+    const Json* scene = member(document, "scene");
+    if (!scene) {
+        throw SceneFormatError(top, "the file has no \"scene\"");
+    }
+    file.root = readLocation(*scene, "root", child(top, "scene"));
+    if (const Json* ops = member(document, "ops")) {
+        const JsonPath opsPath = child(top, "ops");
+        if (!ops->is_array()) {
+            throw SceneFormatError(opsPath, "must be an array of ops");
+        }
+        for (std::size_t i = 0; i < ops->size(); ++i) {
+            file.ops.push_back(readOp((*ops)[i], element(opsPath, i), options));
+        }
+    }
+    return file;
+}
+
+} // namespace
+
+SceneFile readSceneText(const std::string& text, const std::string& nameForMessages,
+                        const SceneReadOptions& options) {
+    Json document;
+    try {
+        document = parseJsonDocument(text);
+    } catch (const JsonSyntaxError& error) {
+        throw SceneFileError(nameForMessages + ": line " + std::to_string(error.line()) + ", column " +
+                             std::to_string(error.column()) + ": invalid JSON: " + error.what());
+    }
+    try {
+        return readDocument(document, options);
+    } catch (const SceneFormatError& error) {
+        std::string where;
+        if (const std::size_t line = error.path().empty() ? 0 : lineOfJsonPath(text, error.path())) {
+            where += "line " + std::to_string(line) + ": ";
+        }
+        if (!error.path().empty()) {
+            where += formatJsonPath(error.path()) + ": ";
+        }
+        throw SceneFileError(nameForMessages + ": " + where + error.what());
+    }
+}
+
+SceneFile readSceneFile(const std::string& path, const SceneReadOptions& options) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        throw SceneFileError(path + ": cannot read: it is a directory");
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        throw SceneFileError(path + ": cannot open: " + std::strerror(errno));
+    }
+    std::ostringstream content;
+    content << in.rdbuf();
+    if (in.bad()) {
+        throw SceneFileError(path + ": cannot read: " + std::strerror(errno));
+    }
+    return readSceneText(content.str(), path, options);
+}
+
+} // namespace VexilHost

@@ -1,0 +1,153 @@
+#include "host/scene/NumberText.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+
+using namespace VexilHost;
+
+namespace {
+
+template <typename T, typename Bits> Bits bitsOf(T value) {
+    Bits bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+// What a reader makes of a number text: the JSON number as a double.
+double readBack(const std::string& text) {
+    return nlohmann::json::parse(text).get<double>();
+}
+
+} // namespace
+
+TEST(NumberText, FloatsTakeTheirShortestForm) {
+    const struct {
+        float value;
+        const char* text;
+    } cases[] = {
+        {0.1f, "0.1"},
+        {1.0f, "1"},
+        {-2.5f, "-2.5"},
+        {0.0f, "0"},
+        {-0.0f, "-0.0"},
+        {1.0f / 3.0f, "0.33333334"},
+        {16777216.0f, "16777216"},
+        {1e10f, "1e+10"},
+        {std::numeric_limits<float>::max(), "3.4028235e+38"},
+        {std::numeric_limits<float>::denorm_min(), "1e-45"},
+        {std::numeric_limits<float>::infinity(), "\"inf\""},
+        {-std::numeric_limits<float>::infinity(), "\"-inf\""},
+        {std::numeric_limits<float>::quiet_NaN(), "\"nan\""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(formatFloat(c.value), c.text) << c.text;
+    }
+}
+
+TEST(NumberText, DoublesTakeTheirShortestForm) {
+    const struct {
+        double value;
+        const char* text;
+    } cases[] = {
+        {0.1, "0.1"},
+        {0.1 + 0.2, "0.30000000000000004"},
+        {1.0 / 3.0, "0.3333333333333333"},
+        {-0.0, "-0.0"},
+        {9007199254740992.0, "9007199254740992"},
+        {1e300, "1e+300"},
+        {std::numeric_limits<double>::max(), "1.7976931348623157e+308"},
+        {std::numeric_limits<double>::denorm_min(), "5e-324"},
+        {-std::numeric_limits<double>::infinity(), "\"-inf\""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(formatDouble(c.value), c.text) << c.text;
+    }
+}
+
+// Every finite float and double must read back bit for bit through a JSON number (which readers
+// take as the nearest double, then the nearest float).
+TEST(NumberText, RandomValuesReadBackExactly) {
+    std::mt19937_64 random(20240611);
+    int floatsChecked = 0;
+    int doublesChecked = 0;
+    for (int i = 0; i < 100000; ++i) {
+        const uint64_t bits = random();
+        float f;
+        const uint32_t low = static_cast<uint32_t>(bits);
+        std::memcpy(&f, &low, sizeof f);
+        if (std::isfinite(f)) {
+            const std::string text = formatFloat(f);
+            ASSERT_EQ((bitsOf<float, uint32_t>(static_cast<float>(readBack(text)))), low) << text;
+            ++floatsChecked;
+        }
+        double d;
+        std::memcpy(&d, &bits, sizeof d);
+        if (std::isfinite(d)) {
+            const std::string text = formatDouble(d);
+            ASSERT_EQ((bitsOf<double, uint64_t>(readBack(text))), bits) << text;
+            ++doublesChecked;
+        }
+    }
+    EXPECT_GT(floatsChecked, 95000);
+    EXPECT_GT(doublesChecked, 95000);
+}
+
+TEST(NumberText, SampleTimesArePlainDecimals) {
+    const struct {
+        float time;
+        const char* text;
+    } cases[] = {
+        {0.0f, "0"},   {-0.0f, "0"},         {0.25f, "0.25"},        {-0.5f, "-0.5"},
+        {0.1f, "0.1"}, {1e-7f, "0.0000001"}, {1e10f, "10000000000"}, {100.0f, "100"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(formatSampleTime(c.time), c.text) << c.text;
+        float back = 99.0f;
+        ASSERT_TRUE(parseSampleTime(c.text, back)) << c.text;
+        EXPECT_EQ(back, c.time) << c.text;
+    }
+}
+
+TEST(NumberText, SampleTimeKeysAreStrictDecimals) {
+    const struct {
+        const char* text;
+        bool valid;
+        float time;
+    } cases[] = {
+        {"0", true, 0.0f},
+        {"-0.25", true, -0.25f},
+        {"12.5", true, 12.5f},
+        {"007", true, 7.0f},
+        {"0.1", true, 0.1f},
+        {"", false, 0},
+        {"-", false, 0},
+        {".5", false, 0},
+        {"1.", false, 0},
+        {"1e3", false, 0},
+        {"+1", false, 0},
+        {" 1", false, 0},
+        {"1 ", false, 0},
+        {"0x1", false, 0},
+        {"1.5.2", false, 0},
+        {"nan", false, 0},
+        {"inf", false, 0},
+        {"1,5", false, 0},
+        {"1000000000000000000000000000000000000000", false, 0}, // beyond the float range
+    };
+    for (const auto& c : cases) {
+        float time = 99.0f;
+        EXPECT_EQ(parseSampleTime(c.text, time), c.valid) << '"' << c.text << '"';
+        if (c.valid) {
+            EXPECT_EQ(time, c.time) << c.text;
+        }
+    }
+    float negativeZero = 99.0f;
+    ASSERT_TRUE(parseSampleTime("-0", negativeZero));
+    EXPECT_FALSE(std::signbit(negativeZero)) << "time -0 is time 0";
+}

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <new>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 namespace {
 
 const AttributeValue* val(QnAttributeHandle h) {
@@ -427,12 +427,12 @@ const char* hostName() {
     return "QnAttributeHost";
 }
 
-const VexilHost kHost = {hostGetSuite, hostName};
+const VexilHostServices kHost = {hostGetSuite, hostName};
 
 } // namespace
-} // namespace VexilAttributeHost
+} // namespace VexilHost
 
 /// The attribute library's service table: offers "AttributeHost" version 5.
-extern "C" __attribute__((visibility("default"))) const VexilHost* getAttributeHost(void) {
-    return &VexilAttributeHost::kHost;
+extern "C" __attribute__((visibility("default"))) const VexilHostServices* getAttributeHost(void) {
+    return &VexilHost::kHost;
 }

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 std::atomic<int64_t> LiveCounts::attributes{0};
 std::atomic<int64_t> LiveCounts::builders{0};
@@ -82,4 +82,4 @@ bool AttributeValue::contentEquals(const AttributeValue& other) const {
     return sameContent(other);
 }
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <mutex>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 /// One immutable attribute of any kind; shared between threads and freed with its last reference.
 class AttributeValue {
@@ -61,4 +61,4 @@ struct LiveCounts {
     static std::atomic<int64_t> builders;
 };
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

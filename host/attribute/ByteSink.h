@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 /// Receives encoded bytes; the encoding is little-endian whatever the machine.
 class ByteSink {
@@ -61,4 +61,4 @@ private:
     std::vector<uint8_t> m_bytes;
 };
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 namespace {
 
@@ -174,4 +174,4 @@ template class DataValue<float>;
 template class DataValue<double>;
 template class DataValue<std::string>;
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 /// The index of the sample whose time is nearest to `time`, differences taken in single precision;
 /// the earliest sample wins a tie. -1 when there are no samples.
@@ -77,4 +77,4 @@ extern template class DataValue<float>;
 extern template class DataValue<double>;
 extern template class DataValue<std::string>;
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

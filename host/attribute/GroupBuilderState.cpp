@@ -1,6 +1,6 @@
 #include "host/attribute/GroupBuilderState.h"
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 GroupBuilderState::Node::~Node() {
     clear();
@@ -172,4 +172,4 @@ void GroupBuilderState::clear() {
     m_root.clear();
 }
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

@@ -9,7 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 /// Collects named children and builds immutable groups. Used by one thread at a time.
 class GroupBuilderState {
@@ -64,4 +64,4 @@ private:
     Node m_root;
 };
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

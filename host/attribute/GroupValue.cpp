@@ -1,6 +1,6 @@
 #include "host/attribute/GroupValue.h"
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 namespace {
 constexpr size_t kIndexThreshold = 16;
@@ -84,4 +84,4 @@ bool GroupValue::sameContent(const AttributeValue& other) const {
     return true;
 }
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 /// One named child of a group; the group owns one reference to the value.
 struct GroupChild {
@@ -45,4 +45,4 @@ private:
     std::unordered_map<std::string_view, size_t> m_index;
 };
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

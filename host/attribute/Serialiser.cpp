@@ -7,7 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 namespace {
 
@@ -201,4 +201,4 @@ const AttributeValue* deserialiseAttribute(const uint8_t* bytes, size_t length, 
     return nullptr;
 }
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace VexilAttributeHost {
+namespace VexilHost {
 
 /// Magic bytes at the start of every serialised attribute.
 constexpr char kSerialMagic[4] = {'Q', 'N', 'A', 'B'};
@@ -23,4 +23,4 @@ std::vector<uint8_t> serialiseAttribute(const AttributeValue& value);
 /// or followed by trailing bytes. Never reads outside [bytes, bytes + length).
 const AttributeValue* deserialiseAttribute(const uint8_t* bytes, size_t length, std::string& error);
 
-} // namespace VexilAttributeHost
+} // namespace VexilHost

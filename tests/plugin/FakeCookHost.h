@@ -1,0 +1,82 @@
+// A stand-in for the host's cook interface: one FakeCook per cooked location, with the input scene's
+// attributes, the op arguments, and a log of everything the op asked the host to do.
+#pragma once
+
+#include "hostapi/attribute/DataAttribute.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <vexil/VexilOp.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace VexilTest {
+
+/// Loads the build's attribute host library once; fails the calling test when it cannot.
+void ensureAttributeSuite();
+
+/// One request the op made of the host, in call order.
+struct HostCall {
+    std::string kind;   ///< "setAttr", "deleteAttr", "extendAttr", "stopChildTraversal", "createChild"
+    std::string name;   ///< attribute or child name
+    Qn::Attribute attr; ///< the attribute handed over (setAttr, extendAttr) or the op args (createChild)
+    int groupInherit = -1;
+    std::string srcName;   ///< extendAttr
+    std::string inputPath; ///< extendAttr
+    int inputIndex = 0;    ///< extendAttr
+    std::string opType;    ///< createChild
+    int resetRecursive = -1;
+    void* privateData = nullptr;
+};
+
+/// A query the op made of the host's scene.
+struct HostQuery {
+    std::string name;
+    std::string path;
+    int inputIndex = 0;
+};
+
+/// The cook of one location. The handle handed to the op is the object's address.
+class FakeCook {
+public:
+    std::string outputPath = "/root/world";
+    std::string opType = "ConstraintSetup";
+    bool atRoot = false;
+    /// Every query that may abort sets the abort flag and returns nothing.
+    bool abortQueries = false;
+    /// The op arguments; a dotted name reaches into nested groups.
+    Qn::GroupAttribute opArgs;
+    /// The input scene: location path -> attribute name (dotted, as queried) -> value.
+    std::map<std::string, std::map<std::string, Qn::Attribute>> input;
+
+    std::vector<HostCall> calls;
+    std::vector<HostQuery> queries;
+
+    VexilCookHandle handle() { return reinterpret_cast<VexilCookHandle>(this); }
+    /// The cook suite whose entries forward to the FakeCook behind the handle.
+    static const VexilCookSuite* suite();
+
+    /// Runs an op suite's cook on this location; returns the abort flag.
+    uint8_t cookWith(const VexilOpSuite& opSuite);
+
+    /// The attribute of the output location after the recorded calls (input value, then set,
+    /// delete and extend applied in order); null when absent.
+    Qn::Attribute output(const std::string& name) const;
+    /// Kinds and names of the calls, "setAttr:type", "stopChildTraversal", ... in order.
+    std::vector<std::string> callLog() const;
+    /// Whether the op stopped the traversal below this location.
+    bool stopped() const;
+};
+
+/// The string values of the sample nearest to 0 (empty for an invalid attribute).
+std::vector<std::string> strings(const Qn::Attribute& attr);
+/// The first string value nearest to 0, "" when none.
+std::string string(const Qn::Attribute& attr);
+
+/// Builds a group from name/value pairs, in order (default builder mode).
+Qn::GroupAttribute group(const std::vector<std::pair<std::string, Qn::Attribute>>& children);
+/// An integer attribute with one sample at time 0 and no values (present but unreadable).
+Qn::IntAttribute emptyInt();
+
+} // namespace VexilTest

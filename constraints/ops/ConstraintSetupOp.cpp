@@ -1,8 +1,9 @@
 #include "constraints/ops/ConstraintSetupOp.h"
 
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
+#include "constraints/ops/ConstraintListRules.h"
+#include "constraints/ops/ConstraintNaming.h"
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -48,25 +49,6 @@ Qn::GroupAttribute withRelativeTargets(const Qn::GroupAttribute& constraintGroup
     return builder.build();
 }
 
-// "constraint", then "constraint1", "constraint2", ...: the first name that neither a constraint nor
-// a resolved constraint ("resolved" + name) of `xform` uses.
-std::string freshConstraintName(const Qn::GroupAttribute& xform) {
-    std::set<std::string> taken;
-    if (xform.isValid()) {
-        const int64_t n = xform.getNumberOfChildren();
-        for (int64_t i = 0; i < n; ++i) {
-            taken.insert(xform.getChildName(i));
-        }
-    }
-    std::string candidate = "constraint";
-    int counter = 0;
-    while (taken.count(candidate) || taken.count("resolved" + candidate)) {
-        ++counter;
-        candidate = "constraint" + std::to_string(counter);
-    }
-    return candidate;
-}
-
 void extendConstraintList(const Qn::VexilCookInterface& cookInterface,
                           const Qn::GroupAttribute& constraints) {
     std::vector<std::string> paths;
@@ -82,8 +64,7 @@ void extendConstraintList(const Qn::VexilCookInterface& cookInterface,
         }
     }
     if (!paths.empty()) {
-        cookInterface.extendAttr("globals.constraintList", Qn::StringAttribute(paths), std::string(), false,
-                                 std::string(), -1);
+        appendToConstraintList(cookInterface, Qn::StringAttribute(paths));
     }
 }
 

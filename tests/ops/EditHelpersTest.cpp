@@ -1,0 +1,337 @@
+// The helpers of the authoring ops that need no host: constraint naming, the list removal rule, the
+// argument checks with their exact messages, setAttrs flattening and the working defaults.
+#include "constraints/ops/ConstraintListRules.h"
+#include "constraints/ops/ConstraintNaming.h"
+#include "constraints/ops/EditArguments.h"
+#include "constraints/ops/EditableArguments.h"
+#include "hostapi/attribute/DataAttribute.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <gtest/gtest.h>
+
+using namespace Vexil3Constraints::Private;
+using Strings = std::vector<std::string>;
+
+namespace {
+
+class AttributeSuite : public ::testing::Environment {
+public:
+    void SetUp() override { ASSERT_TRUE(Qn::Attribute::loadSuite(VEXIL_BUILD_DIR)); }
+};
+const auto* const g_suite = ::testing::AddGlobalTestEnvironment(new AttributeSuite);
+
+Strings childNames(const Qn::GroupAttribute& group) {
+    Strings names;
+    for (int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+        names.push_back(group.getChildName(i));
+    }
+    return names;
+}
+
+Strings stringsOf(const Qn::Attribute& attr) {
+    return Qn::StringAttribute(attr).getNearestSampleStrings(0.0f);
+}
+
+std::vector<float> floatsOf(const Qn::Attribute& attr) {
+    const Qn::SampleView<float> view = Qn::FloatAttribute(attr).getNearestSample(0.0f);
+    return std::vector<float>(view.begin(), view.end());
+}
+
+// A group built in literal mode, so that a dotted name stays one child as a scene file writes it.
+Qn::GroupAttribute literalGroup(const std::vector<std::pair<std::string, Qn::Attribute>>& children) {
+    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+    for (const auto& [name, value] : children) {
+        builder.set(name, value);
+    }
+    return builder.build();
+}
+
+} // namespace
+
+TEST(ConstraintNaming, FreshNamesSkipTakenAndResolvedNames) {
+    const std::vector<std::pair<std::set<std::string>, std::string>> cases = {
+        {{}, "constraint"},
+        {{"constraint"}, "constraint1"},
+        {{"resolvedconstraint"}, "constraint1"},
+        {{"constraint", "resolvedconstraint1"}, "constraint2"},
+        {{"constraint1"}, "constraint"},
+        {{"constraint", "constraint1", "resolvedconstraint2", "constraint3"}, "constraint4"},
+        {{"constraintA", "translate", "Constraint"}, "constraint"},
+    };
+    for (const auto& [taken, expected] : cases) {
+        EXPECT_EQ(freshConstraintName(taken), expected) << ::testing::PrintToString(taken);
+    }
+    Qn::GroupBuilder xform;
+    xform.set("translate", Qn::DoubleAttribute(1.0));
+    xform.set("constraint", Qn::GroupAttribute(Qn::GroupBuilder().build()));
+    xform.set("resolvedconstraint1", Qn::GroupAttribute(Qn::GroupBuilder().build()));
+    EXPECT_EQ(freshConstraintName(xform.build()), "constraint2");
+    EXPECT_EQ(freshConstraintName(Qn::GroupAttribute()), "constraint");
+}
+
+TEST(ConstraintNaming, ConstraintChildrenAndLookupByType) {
+    for (const char* name : {"constraint", "constraint1", "constraintAim"}) {
+        EXPECT_TRUE(isConstraintChildName(name)) << name;
+    }
+    for (const char* name : {"", "constrain", "Constraint", "resolvedconstraint", "translate"}) {
+        EXPECT_FALSE(isConstraintChildName(name)) << name;
+    }
+    auto constraintOf = [](const std::string& type) {
+        Qn::GroupBuilder b;
+        b.set("type", Qn::StringAttribute(type));
+        return b.build();
+    };
+    Qn::GroupBuilder xform;
+    xform.set("resolvedconstraint", constraintOf("Aim")); // not a constraint child: already resolved
+    xform.set("other", constraintOf("Aim"));              // not a constraint child: wrong prefix
+    xform.set("constraint", constraintOf("Point"));
+    xform.set("constraint1", Qn::StringAttribute("Aim")); // not a group
+    xform.set("constraint2", constraintOf("Aim"));
+    xform.set("constraint3", constraintOf("Aim"));
+    const Qn::GroupAttribute built = xform.build();
+    EXPECT_EQ(findConstraintOfType(built, "Aim").name, "constraint2");
+    EXPECT_EQ(findConstraintOfType(built, "Point").name, "constraint");
+    EXPECT_EQ(findConstraintOfType(built, "Orient").name, "");
+    EXPECT_EQ(findConstraintOfType(built, "aim").name, "");
+    EXPECT_EQ(findConstraintOfType(Qn::GroupAttribute(), "Aim").name, "");
+}
+
+TEST(ConstraintListRules, EachPathRemovesItsLastOccurrenceOnce) {
+    struct Case {
+        Strings list;
+        Strings requested;
+        bool dropped;
+        Strings expected;
+    };
+    const std::vector<Case> cases = {
+        {{"/a", "/b", "/a", "/c"}, {"/a"}, true, {"/a", "/b", "/c"}},
+        {{"/a", "/b", "/a", "/c"}, {"/a", "/a"}, true, {"/a", "/b", "/c"}},
+        {{"/a", "/b", "/a", "/c"}, {"/c", "/a", "/b"}, true, {"/a"}},
+        {{"/a", "/b"}, {"/x"}, false, {"/a", "/b"}},
+        {{"/a"}, {"/a"}, true, {}},
+        {{}, {"/a"}, false, {}},
+        {{"/a", "/b"}, {}, false, {"/a", "/b"}},
+        {{"/a/", "/a"}, {"/a"}, true, {"/a/"}},
+    };
+    for (const Case& c : cases) {
+        Strings list = c.list;
+        EXPECT_EQ(removeLastOccurrences(list, c.requested), c.dropped) << ::testing::PrintToString(c.list);
+        EXPECT_EQ(list, c.expected) << ::testing::PrintToString(c.list);
+    }
+}
+
+TEST(EditArguments, LocationPathAndTypeChecksGiveExactMessages) {
+    struct Case {
+        Qn::Attribute arg;
+        std::string value;
+        std::string error;
+    };
+    const std::vector<Case> paths = {
+        {Qn::Attribute(), "", "Op: a 'locationPath' argument must be given."},
+        {Qn::IntAttribute(1), "", "Op: a 'locationPath' argument must be given."},
+        {Qn::StringAttribute(""), "", "Op: a 'locationPath' argument must be given."},
+        {Qn::StringAttribute(Strings{}), "", "Op: a 'locationPath' argument must be given."},
+        {Qn::StringAttribute("root/world/a"), "",
+         "Op: 'locationPath' must be an absolute location path, not 'root/world/a'."},
+        {Qn::StringAttribute("/root/world/a"), "/root/world/a", ""},
+        {Qn::StringAttribute("/root/world/a//"), "/root/world/a", ""},
+        {Qn::StringAttribute(Strings{"/root/world/b", "/root/world/c"}), "/root/world/b", ""},
+    };
+    for (const Case& c : paths) {
+        const CheckedArgument checked = checkLocationPathArg(c.arg, "Op");
+        EXPECT_EQ(checked.value, c.value);
+        EXPECT_EQ(checked.error, c.error);
+        EXPECT_EQ(checked.ok(), c.error.empty());
+    }
+    const std::string missingType =
+        "Op: a 'constraintType' argument must be given: 'Aim', 'Orient' or 'Point'.";
+    const std::vector<Case> types = {
+        {Qn::Attribute(), "", missingType},
+        {Qn::FloatAttribute(1.0f), "", missingType},
+        {Qn::StringAttribute(""), "", missingType},
+        {Qn::StringAttribute("aim"), "",
+         "Op: unsupported constraint type 'aim'; the types are 'Aim', 'Orient' and 'Point'."},
+        {Qn::StringAttribute("Scale"), "",
+         "Op: unsupported constraint type 'Scale'; the types are 'Aim', 'Orient' and 'Point'."},
+        {Qn::StringAttribute("Aim"), "Aim", ""},
+        {Qn::StringAttribute("Orient"), "Orient", ""},
+        {Qn::StringAttribute("Point"), "Point", ""},
+    };
+    for (const Case& c : types) {
+        const CheckedArgument checked = checkConstraintTypeArg(c.arg, "Op");
+        EXPECT_EQ(checked.value, c.value);
+        EXPECT_EQ(checked.error, c.error);
+    }
+    const std::string missingAction = "Op: an 'action' argument must be given: 'createOrOverride', "
+                                      "'addToConstraintList' or 'removeFromConstraintList'.";
+    const std::vector<Case> actions = {
+        {Qn::Attribute(), "", missingAction},
+        {Qn::IntAttribute(0), "", missingAction},
+        {Qn::StringAttribute("create"), "",
+         "Op: unsupported action 'create'; the actions are 'createOrOverride', 'addToConstraintList' and "
+         "'removeFromConstraintList'."},
+        {Qn::StringAttribute("createOrOverride"), "createOrOverride", ""},
+        {Qn::StringAttribute("addToConstraintList"), "addToConstraintList", ""},
+        {Qn::StringAttribute("removeFromConstraintList"), "removeFromConstraintList", ""},
+    };
+    for (const Case& c : actions) {
+        const CheckedArgument checked = checkActionArg(c.arg, "Op");
+        EXPECT_EQ(checked.value, c.value);
+        EXPECT_EQ(checked.error, c.error);
+    }
+}
+
+TEST(EditArguments, SetAttrsFlattenToDottedPathsInOrder) {
+    Qn::GroupBuilder nestedArgs;
+    nestedArgs.set("xAxis", Qn::IntAttribute(0));
+    nestedArgs.set("deeper.flag", Qn::IntAttribute(2));
+    const Qn::GroupAttribute setAttrs =
+        literalGroup({{"target", Qn::StringAttribute(Strings{"/root/world/t"})},
+                      {"args.targetOrigin", Qn::StringAttribute("boundingBox")},
+                      {"args", nestedArgs.build()}});
+    const auto flat = flattenSetAttrs(setAttrs);
+    Strings paths;
+    for (const auto& entry : flat) {
+        paths.push_back(entry.first);
+    }
+    EXPECT_EQ(paths, (Strings{"target", "args.targetOrigin", "args.xAxis", "args.deeper.flag"}));
+    EXPECT_EQ(stringsOf(flat[1].second), Strings{"boundingBox"});
+    EXPECT_EQ(Qn::IntAttribute(flat[3].second).getValue(), 2);
+    EXPECT_TRUE(flattenSetAttrs(Qn::GroupAttribute()).empty());
+}
+
+TEST(EditArguments, SetAttrsMayNotChangeTheType) {
+    const std::string notGroup = "ConstraintEdit: 'setAttrs' must be a group of attributes.";
+    const std::string changesType =
+        "ConstraintEdit: 'setAttrs' cannot change the constraint type ('Aim'); choose the type with "
+        "'constraintType'.";
+    const std::vector<std::pair<Qn::Attribute, std::string>> cases = {
+        {Qn::Attribute(), ""},
+        {literalGroup({}), ""},
+        {literalGroup({{"args.xAxis", Qn::IntAttribute(0)}}), ""},
+        {literalGroup({{"type", Qn::StringAttribute("Aim")}}), ""},
+        {Qn::StringAttribute("args.xAxis"), notGroup},
+        {literalGroup({{"type", Qn::StringAttribute("Point")}}), changesType},
+        {literalGroup({{"type", Qn::IntAttribute(1)}}), changesType},
+        {literalGroup({{"type.inner", Qn::StringAttribute("Aim")}}), changesType},
+    };
+    for (const auto& [arg, expected] : cases) {
+        EXPECT_EQ(checkSetAttrsArg(arg, "Aim"), expected);
+    }
+}
+
+TEST(EditableArguments, NewConstraintsHoldTheWorkingDefaults) {
+    const Strings common = {
+        "type", "target", "allowMissingTargets", "requireTargetBounds", "respectMotionBlur", "args"};
+    const std::vector<std::pair<std::string, Strings>> argsOf = {
+        {"Aim", {"targetOrigin", "baseAimAxis", "baseUpAxis", "targetUpAxis"}},
+        {"Orient", {"targetOrientation", "xAxis", "yAxis", "zAxis"}},
+        {"Point", {"targetOrigin", "baseOrigin", "xAxis", "yAxis", "zAxis"}},
+    };
+    for (const auto& [type, args] : argsOf) {
+        const Qn::GroupAttribute constraint = newConstraintGroup(type);
+        ASSERT_TRUE(constraint.isValid()) << type;
+        EXPECT_EQ(childNames(constraint), common) << type;
+        EXPECT_EQ(childNames(constraint.getChildByName("args")), args) << type;
+        EXPECT_EQ(stringsOf(constraint.getChildByName("type")), Strings{type});
+        const Qn::StringAttribute target(constraint.getChildByName("target"));
+        ASSERT_TRUE(target.isValid()) << type;
+        EXPECT_EQ(target.getNumberOfValues(), 0) << type;
+        EXPECT_EQ(Qn::IntAttribute(constraint.getChildByName("allowMissingTargets")).getValue(), 0);
+        EXPECT_EQ(Qn::IntAttribute(constraint.getChildByName("requireTargetBounds")).getValue(), 0);
+        EXPECT_EQ(Qn::IntAttribute(constraint.getChildByName("respectMotionBlur")).getValue(), 1);
+    }
+    const Qn::GroupAttribute aim = newConstraintGroup("Aim");
+    EXPECT_EQ(stringsOf(aim.getChildByName("args.targetOrigin")), Strings{"origin"});
+    EXPECT_EQ(floatsOf(aim.getChildByName("args.baseAimAxis")), (std::vector<float>{1, 0, 0}));
+    EXPECT_EQ(floatsOf(aim.getChildByName("args.baseUpAxis")), (std::vector<float>{0, 1, 0}));
+    EXPECT_EQ(floatsOf(aim.getChildByName("args.targetUpAxis")), (std::vector<float>{0, 1, 0}));
+    EXPECT_EQ(Qn::FloatAttribute(aim.getChildByName("args.baseAimAxis")).getTupleSize(), 3);
+
+    const Qn::GroupAttribute point = newConstraintGroup("Point");
+    EXPECT_EQ(stringsOf(point.getChildByName("args.targetOrigin")), Strings{"origin"});
+    EXPECT_EQ(stringsOf(point.getChildByName("args.baseOrigin")), Strings{"origin"});
+    const Qn::GroupAttribute orient = newConstraintGroup("Orient");
+    EXPECT_EQ(stringsOf(orient.getChildByName("args.targetOrientation")), Strings{"object"});
+    for (const char* axis : {"args.xAxis", "args.yAxis", "args.zAxis"}) {
+        EXPECT_EQ(Qn::IntAttribute(point.getChildByName(axis)).getValue(), 1) << axis;
+        EXPECT_EQ(Qn::IntAttribute(orient.getChildByName(axis)).getValue(), 1) << axis;
+    }
+    for (const char* type : {"aim", "Scale", ""}) {
+        EXPECT_FALSE(newConstraintGroup(type).isValid()) << type;
+        EXPECT_TRUE(editableArguments(type).empty()) << type;
+    }
+}
+
+TEST(EditableArguments, KindsAcceptOnlyWhatTheResolversRead) {
+    auto argumentNamed = [](const std::string& type, const std::string& name) {
+        for (const EditableArgument& a : editableArguments(type)) {
+            if (a.name == name) {
+                return a;
+            }
+        }
+        ADD_FAILURE() << "no argument " << name;
+        return EditableArgument();
+    };
+    const float three[] = {1, 2, 3};
+    const double threeDoubles[] = {1, 2, 3};
+    const float four[] = {1, 2, 3, 4};
+    struct Case {
+        std::string name;
+        Qn::Attribute value;
+        bool accepted;
+    };
+    const std::vector<Case> cases = {
+        {"target", Qn::StringAttribute(Strings{}), true},
+        {"target", Qn::StringAttribute(Strings{"/a", "/b"}), true},
+        {"target", Qn::IntAttribute(1), false},
+        {"args.targetOrigin", Qn::StringAttribute("boundingBox"), true},
+        {"args.targetOrigin", Qn::StringAttribute(Strings{}), false},
+        {"args.targetOrigin", Qn::Attribute(), false},
+        {"args.baseAimAxis", Qn::FloatAttribute(three, 3, 3), true},
+        {"args.baseAimAxis", Qn::FloatAttribute(three, 3, 1), true},
+        {"args.baseAimAxis", Qn::FloatAttribute(four, 4, 1), false},
+        {"args.baseAimAxis", Qn::DoubleAttribute(threeDoubles, 3, 3), false},
+        {"respectMotionBlur", Qn::IntAttribute(0), true},
+        {"respectMotionBlur", Qn::FloatAttribute(0.0f), false},
+        {"respectMotionBlur", Qn::IntAttribute(std::vector<int32_t>{}), false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(hasEditableKind(c.value, argumentNamed("Aim", c.name)), c.accepted) << c.name;
+    }
+}
+
+TEST(EditableArguments, HintsNameTheWidgetsAndOptions) {
+    const Strings origins = {"origin", "boundingBox", "faceCenterAverage", "faceBoundingBox"};
+    struct Case {
+        std::string type;
+        std::string name;
+        std::string widget;
+        Strings options;
+    };
+    const std::vector<Case> cases = {
+        {"Aim", "target", "scenegraphLocation", {}},
+        {"Aim", "respectMotionBlur", "checkBox", {}},
+        {"Aim", "args.targetOrigin", "popup", origins},
+        {"Aim", "args.targetUpAxis", "vector3", {}},
+        {"Point", "args.baseOrigin", "popup", origins},
+        {"Point", "args.zAxis", "checkBox", {}},
+        {"Orient", "args.targetOrientation", "popup", {"object", "face"}},
+        {"Orient", "args.targetFaceIndex", "integer", {}},
+    };
+    for (const Case& c : cases) {
+        bool found = false;
+        for (const EditableArgument& a : editableArguments(c.type)) {
+            if (a.name == c.name) {
+                found = true;
+                EXPECT_EQ(a.widget, c.widget) << c.type << " " << c.name;
+                EXPECT_EQ(a.options, c.options) << c.type << " " << c.name;
+                EXPECT_FALSE(a.label.empty());
+                // One line of help, ending with a full stop.
+                EXPECT_EQ(a.help.find('\n'), std::string::npos);
+                EXPECT_EQ(a.help.back(), '.');
+            }
+        }
+        EXPECT_TRUE(found) << c.type << " " << c.name;
+    }
+}

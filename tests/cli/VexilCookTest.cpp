@@ -1,0 +1,404 @@
+#include "tests/cli/CookRunner.h"
+
+#include <Imath/ImathMatrix.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <map>
+#include <string>
+#include <vector>
+
+using namespace VexilCliTest;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+const std::string kExamples = VEXIL_EXAMPLES_DIR;
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+const Json& locationIn(const Json& cooked, const std::string& path) {
+    const Json* node = &cooked.at("scene");
+    size_t start = 6; // after "/root/"
+    while (start < path.size() + 1 && path.size() > 5) {
+        const size_t slash = path.find('/', start);
+        const std::string name =
+            path.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
+        node = &node->at("children").at(name);
+        if (slash == std::string::npos) {
+            break;
+        }
+        start = slash + 1;
+    }
+    return *node;
+}
+
+// The "world" attribute of a location, decoded: sample time text → matrix.
+std::map<std::string, Imath::M44d> worldOf(const Json& cooked, const std::string& path) {
+    const Json& world = locationIn(cooked, path).at("attrs").at("world");
+    EXPECT_EQ(world.at("tupleSize"), 16) << path;
+    std::map<std::string, Json> samples;
+    if (world.at("double").is_array()) {
+        samples["0"] = world.at("double");
+    } else {
+        for (const auto& [time, values] : world.at("double").items()) {
+            samples[time] = values;
+        }
+    }
+    std::map<std::string, Imath::M44d> result;
+    for (const auto& [time, values] : samples) {
+        Imath::M44d m;
+        for (int i = 0; i < 16; ++i) {
+            m[i / 4][i % 4] = values.at(static_cast<size_t>(i)).get<double>();
+        }
+        result[time] = m;
+    }
+    return result;
+}
+
+Imath::M44d matrix(std::initializer_list<double> rowMajor) {
+    Imath::M44d m;
+    int i = 0;
+    for (double v : rowMajor) {
+        m[i / 4][i % 4] = v;
+        ++i;
+    }
+    return m;
+}
+
+double largestDifference(const Imath::M44d& a, const Imath::M44d& b) {
+    double worst = 0.0;
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) {
+            worst = std::max(worst, std::fabs(a[i][j] - b[i][j]));
+        }
+    }
+    return worst;
+}
+
+const char* const kKnownOps =
+    "ConstraintEdit, ConstraintEditAttributes, ConstraintListEdit, ConstraintResolve, "
+    "ConstraintSetup";
+
+} // namespace
+
+// Every kind of input that cannot be used ends the run with one "vexil-cook ERROR:" line naming the
+// file (and the line and attribute where there is one), nothing on standard output, and status 1
+// (2 for a bad command line). {FILE} stands for the scene file's path, {DIR} for the scratch folder.
+TEST(VexilCook, UnusableInputFailsWithOneClearLine) {
+    const struct {
+        const char* name;
+        const char* scene; // null: no scene file is written
+        std::vector<std::string> arguments;
+        int status;
+        std::string err;
+    } cases[] = {
+        {"bad JSON",
+         "{\"scene\": {\n  \"attrs\": {,}\n}}",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 2, column 13: invalid JSON: syntax error while parsing object key - "
+         "unexpected ','; expected string literal\n"},
+        {"duplicate key",
+         "{\"scene\": {},\n \"scene\": {}}",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 2, column 8: invalid JSON: duplicate key \"scene\" in one object\n"},
+        {"bare number",
+         "{\"scene\": {\"attrs\": {\n  \"n\": 3}}}",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 2: scene.attrs.n: bare number 3: the kind must be explicit "
+         "({\"int\": "
+         "V}, {\"float\": V} or {\"double\": V})\n"},
+        {"ragged samples",
+         "{\"scene\": {\"children\": {\"world\": {\"attrs\": {\"xform\": {\n"
+         "  \"translate\": {\"double\": {\"0\": [1, 2, 3], \"1\": [1, 2]}}}}}}}}",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 2: scene.children.world.attrs.xform.translate: samples differ in "
+         "length: time 0 has 3 values, time 1 has 2\n"},
+        {"time key",
+         "{\"scene\": {\"attrs\": {\"t\": {\"float\": {\"soon\": [1]}}}}}",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 1: scene.attrs.t: sample time \"soon\" is not a decimal number "
+         "(such "
+         "as \"0\" or \"-0.25\")\n"},
+        {"op without type",
+         "{\"scene\": {},\n \"ops\": [\n  {\"location\": \"/root\"}]}",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 3: ops[0]: an op needs a \"type\"\n"},
+        {"unknown op type",
+         "{\"scene\": {},\n \"ops\": [\n  {\"type\": \"ConstraintSetup\"},\n  {\"type\": \"Constrain\"}]}",
+         {},
+         1,
+         std::string(
+             "vexil-cook ERROR: {FILE}: line 4: ops[1].type: unknown op type \"Constrain\" (known types: ") +
+             kKnownOps + ")\n"},
+        {"no scene", "{\"ops\": []}", {}, 1, "vexil-cook ERROR: {FILE}: the file has no \"scene\"\n"},
+        {"empty file",
+         "",
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: line 1, column 1: invalid JSON: syntax error while parsing value - "
+         "unexpected "
+         "end of input; expected '[', '{', or a literal\n"},
+        {"missing file",
+         nullptr,
+         {},
+         1,
+         "vexil-cook ERROR: {FILE}: cannot open: No such file or directory\n"},
+        {"bad location path",
+         "{\"scene\": {}}",
+         {"--location", "root/world"},
+         1,
+         "vexil-cook ERROR: {FILE}: --location \"root/world\" is not a location path (such as "
+         "/root/world)\n"},
+        {"missing location",
+         "{\"scene\": {\"children\": {\"world\": {}}}}",
+         {"--location", "/root/world/geo"},
+         1,
+         "vexil-cook ERROR: {FILE}: --location /root/world/geo: no such location in the cooked scene\n"},
+        {"unwritable output",
+         "{\"scene\": {}}",
+         {"-o", "{DIR}/no/such/folder/out.json"},
+         1,
+         "vexil-cook ERROR: {DIR}/no/such/folder/out.json: cannot write: No such file or directory\n"},
+        {"negative threads",
+         "{\"scene\": {}}",
+         {"--threads", "-1"},
+         2,
+         "vexil-cook ERROR: --threads: Value -1 not in range 0 to 4096\nRun vexil-cook --help for the "
+         "options.\n"},
+        {"unknown option",
+         "{\"scene\": {}}",
+         {"--wrld"},
+         2,
+         "vexil-cook ERROR: The following argument was not expected: --wrld\nRun vexil-cook --help for the "
+         "options.\n"},
+    };
+    for (const auto& c : cases) {
+        const ScratchFolder folder;
+        const std::string file = c.scene ? folder.write("scene.json", c.scene) : folder.path("missing.json");
+        std::vector<std::string> arguments;
+        for (const std::string& argument : c.arguments) {
+            arguments.push_back(replaced(argument, "{DIR}/", folder.path("")));
+        }
+        arguments.push_back(file);
+        const RunResult result = runCook(arguments);
+        EXPECT_EQ(result.status, c.status) << c.name;
+        EXPECT_EQ(result.out, "") << c.name;
+        EXPECT_EQ(result.err, replaced(replaced(c.err, "{FILE}", file), "{DIR}/", folder.path(""))) << c.name;
+    }
+    // A folder given as the scene file.
+    const ScratchFolder folder;
+    const RunResult directory = runCook({folder.path("")});
+    EXPECT_EQ(directory.status, 1);
+    EXPECT_EQ(directory.err, "vexil-cook ERROR: " + folder.path("") + ": cannot read: it is a directory\n");
+    // No scene file at all.
+    const RunResult none = runCook({});
+    EXPECT_EQ(none.status, 2);
+    EXPECT_EQ(none.err, "vexil-cook ERROR: SCENE is required\nRun vexil-cook --help for the options.\n");
+}
+
+// Without ops the cooked scene is the input scene, printed in the canonical form.
+TEST(VexilCook, PrintsTheCookedSceneOrWritesItToAFile) {
+    const ScratchFolder folder;
+    const std::string scene = folder.write("scene.json", R"({
+  "scene": {"attrs": {"type": {"string": "group"}},
+            "children": {"world": {"children": {"geo": {"attrs": {"n": {"int": [3]}, "p": {"float": {"0": [0.5]}}}}}}}}
+})");
+    const std::string expected = R"({
+  "scene": {
+    "attrs": {
+      "type": "group"
+    },
+    "children": {
+      "world": {
+        "attrs": {},
+        "children": {
+          "geo": {
+            "attrs": {
+              "n": {"int": 3},
+              "p": {"float": 0.5}
+            },
+            "children": {}
+          }
+        }
+      }
+    }
+  }
+}
+)";
+    const RunResult printed = runCook({scene});
+    EXPECT_EQ(printed.status, 0);
+    EXPECT_EQ(printed.out, expected);
+    EXPECT_EQ(printed.err, "vexil-cook: 3 locations cooked, 0 with errors, 0 with warnings\n");
+
+    const std::string output = folder.path("cooked.json");
+    const RunResult written = runCook({"-o", output, scene});
+    EXPECT_EQ(written.status, 0);
+    EXPECT_EQ(written.out, "");
+    EXPECT_EQ(readFile(output), expected);
+
+    const RunResult subtree = runCook({"--location", "/root/world/geo", scene});
+    EXPECT_EQ(subtree.status, 0);
+    EXPECT_EQ(subtree.out, R"({
+  "scene": {
+    "attrs": {
+      "n": {"int": 3},
+      "p": {"float": 0.5}
+    },
+    "children": {}
+  }
+}
+)");
+    EXPECT_EQ(subtree.err, "vexil-cook: 1 location cooked, 0 with errors, 0 with warnings\n");
+}
+
+// The transform example: an arm animated from x=1 (time 0) to x=3 (time 1) and a chain below it.
+// Expected matrices worked out by hand (row vectors: W = L * parent's W, a rotation of 90 degrees
+// about z takes x to y).
+TEST(VexilCook, WorldTransformsOfTheTransformExample) {
+    const RunResult result = runCook({"--world", kExamples + "/transform_chain.json"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const Json cooked = Json::parse(result.out);
+    const Imath::M44d identity;
+    // Hand: translate (0,2,0) first, then rotate: the origin lands at (-2,0,0) before the arm's move.
+    const auto hand = [](double x) {
+        return matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, x, 0, 0, 1});
+    };
+    const struct {
+        const char* path;
+        std::map<std::string, Imath::M44d> world;
+    } cases[] = {
+        {"/root", {{"0", identity}}},
+        {"/root/world", {{"0", identity}}},
+        {"/root/world/arm",
+         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
+          {"1", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
+        {"/root/world/arm/hand", {{"0", hand(-1)}, {"1", hand(1)}}},
+        {"/root/world/arm/hand/finger",
+         {{"0", matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, -1, 0, 0, 1})},
+          {"1", matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 1, 0, 0, 1})}}},
+        // Half scale, lifted by 1 along the hand's own z (which is world z).
+        {"/root/world/arm/hand/placed",
+         {{"0", matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, -1, 0, 1, 1})},
+          {"1", matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, 1, 0, 1, 1})}}},
+        // Its own samples (0, 0.5) join the arm's (0, 1); the arm is interpolated at 0.5, the
+        // rotation held at its last sample at 1.
+        {"/root/world/arm/spinner",
+         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
+          {"0.5", matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 2, 0, 0, 1})},
+          {"1", matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
+        // origin discards the parent and the offset before it; the times are still the arm's.
+        {"/root/world/arm/pinned",
+         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})},
+          {"1", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})}}},
+        // An unresolved constraint group contributes nothing.
+        {"/root/world/arm/pending",
+         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 1, 1})},
+          {"1", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 1, 1})}}},
+    };
+    for (const auto& c : cases) {
+        const std::map<std::string, Imath::M44d> world = worldOf(cooked, c.path);
+        ASSERT_EQ(world.size(), c.world.size()) << c.path;
+        for (const auto& [time, expected] : c.world) {
+            ASSERT_EQ(world.count(time), 1u) << c.path << " has no sample at " << time;
+            EXPECT_LT(largestDifference(world.at(time), expected), 1e-12) << c.path << " at " << time;
+        }
+    }
+}
+
+// The README's example: the follower takes the target's place at both shutter samples.
+TEST(VexilCook, PointFollowExampleFollowsItsTarget) {
+    const RunResult result = runCook({"--world", kExamples + "/point_follow.json"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "vexil-cook: 4 locations cooked, 0 with errors, 0 with warnings\n");
+    const Json cooked = Json::parse(result.out);
+    const std::map<std::string, Imath::M44d> follower = worldOf(cooked, "/root/world/follower");
+    ASSERT_EQ(follower.size(), 2u);
+    EXPECT_LT(largestDifference(follower.at("0"), Imath::M44d()), 1e-12);
+    EXPECT_LT(largestDifference(follower.at("0.5"), matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 2, 0, 1})),
+              1e-12);
+}
+
+TEST(VexilCook, ErrorsAndWarningsAreSummarisedOnStandardError) {
+    const ScratchFolder folder;
+    const std::string scene = folder.write("scene.json", R"({
+  "scene": {"children": {"world": {"children": {"a": {"attrs": {"xform": {"translate": {"double": [1, 0, 0]}}}}, "b": {}}}}},
+  "ops": [
+    {"type": "ConstraintSetup", "args": {"constraints": {
+      "c0": {"baseLocationPath": "/root/world/a",
+             "constraintGroup": {"type": "Point", "target": ["/root/world/nothing"], "allowMissingTargets": {"int": 1},
+                                 "args": {"targetOrigin": "origin", "baseOrigin": "origin"}}}}}},
+    {"type": "ConstraintResolve"},
+    {"type": "ConstraintListEdit", "args": {"locationPaths": ["/root/world/a"]}}
+  ]
+})");
+    const RunResult result = runCook({scene});
+    EXPECT_EQ(result.status, 0) << "a cook that finished succeeds, whatever its locations carry";
+    EXPECT_EQ(result.err,
+              "vexil-cook: /root/world: error: A valid 'mode' argument must be given, 'edit' or 'remove'\n"
+              "vexil-cook: /root/world/a: warning: Point Constraint found no valid targets.\n"
+              "vexil-cook: 4 locations cooked, 1 with errors, 1 with warnings\n");
+    const Json cooked = Json::parse(result.out);
+    EXPECT_EQ(locationIn(cooked, "/root/world").at("attrs").at("type"), "error");
+}
+
+// A generated scene of a few thousand locations, some point-constrained to animated targets: the
+// output must not depend on the number of threads or on abort mode.
+TEST(VexilCook, ThreadsAndAbortModeGiveIdenticalOutput) {
+    Json scene;
+    scene["time"] = {{"currentTime", 0}, {"shutterOpen", 0}, {"shutterClose", 0.5}, {"numSamples", 2}};
+    Json world = Json::object();
+    Json constraints = Json::object();
+    for (int g = 0; g < 40; ++g) {
+        const std::string group = "g" + std::to_string(g);
+        Json children = Json::object();
+        children["target"]["attrs"]["xform"]["translate"]["double"] = {{"0", {g, 0, 0}}, {"0.5", {g, 1, 0}}};
+        for (int i = 0; i < 60; ++i) {
+            const std::string name = "n" + std::to_string(i);
+            children[name]["attrs"]["xform"]["translate"]["double"] = {i, g, 1};
+            if (i % 6 == 0) {
+                const std::string base = "/root/world/" + group + "/" + name;
+                constraints[group + name] = {
+                    {"baseLocationPath", base},
+                    {"constraintGroup",
+                     {{"type", "Point"},
+                      {"target", {"/root/world/" + group + "/target"}},
+                      {"args", {{"targetOrigin", "origin"}, {"baseOrigin", "origin"}}}}}};
+            }
+        }
+        world[group]["children"] = children;
+    }
+    scene["scene"]["children"]["world"]["children"] = world;
+    scene["ops"] = Json::array({{{"type", "ConstraintSetup"}, {"args", {{"constraints", constraints}}}},
+                                {{"type", "ConstraintResolve"}}});
+    const ScratchFolder folder;
+    const std::string file = folder.write("generated.json", scene.dump(1));
+
+    const RunResult one = runCook({"--world", "--threads", "1", file});
+    ASSERT_EQ(one.status, 0) << one.err;
+    EXPECT_EQ(one.err, "vexil-cook: 2482 locations cooked, 0 with errors, 0 with warnings\n");
+    size_t resolved = 0;
+    for (size_t at = one.out.find("\"resolvedconstraint\""); at != std::string::npos;
+         at = one.out.find("\"resolvedconstraint\"", at + 1)) {
+        ++resolved;
+    }
+    EXPECT_EQ(resolved, 400u) << "every constraint is resolved";
+    const RunResult two = runCook({"--world", "--threads", "2", file});
+    const RunResult aborting = runCook({"--world", "--threads", "2", "--abort-mode", file});
+    EXPECT_EQ(two.status, 0);
+    EXPECT_EQ(aborting.status, 0);
+    EXPECT_TRUE(two.out == one.out) << "--threads 2 differs from --threads 1";
+    EXPECT_TRUE(aborting.out == one.out) << "--abort-mode differs from a normal cook";
+}

@@ -114,7 +114,7 @@ template <> std::string valueOf<std::string>(const Json& value, const char* kind
     throw SceneFormatError(path, std::string("\"") + kind + "\" value " + shown(value) + " is not a string");
 }
 
-// The values of one sample: an array, or a scalar standing for one value.
+// The values of one sample: an array, or a scalar standing for one value (the scalar form of V).
 template <typename T>
 std::vector<T> sampleValues(const Json& sample, const char* kind, const JsonPath& path) {
     std::vector<T> values;
@@ -123,9 +123,6 @@ std::vector<T> sampleValues(const Json& sample, const char* kind, const JsonPath
         for (const Json& element : sample) {
             values.push_back(valueOf<T>(element, kind, path));
         }
-    } else if (sample.is_object()) {
-        throw SceneFormatError(path, std::string("\"") + kind + "\" sample " + shown(sample) +
-                                         " is not a value or an array of values");
     } else {
         values.push_back(valueOf<T>(sample, kind, path));
     }

@@ -16,7 +16,18 @@ struct EngineOptions {
     bool abortMode = false;
 };
 
-/// Cooks one scene with the ops of a registry. Immutable inputs; safe to cook from one thread.
+/// Counts of the last cook of an Engine.
+struct CookStatistics {
+    /// Op cooks that finished (one per cooked location and op step).
+    int64_t cooks = 0;
+    /// Op cooks that ended with the abort flag set and were tried again.
+    int64_t abortedAttempts = 0;
+};
+
+/// Cooks one scene with the ops of a registry: lazily (a location is cooked when the output or another
+/// cook needs it), each location at most once per op step, concurrently, with the same result for any
+/// number of threads and with or without abort mode. Every cook call starts afresh and frees all op
+/// private data before it returns. The scene and registry must outlive the engine; one cook at a time.
 class Engine {
 public:
     Engine(const SceneFile& scene, const OpRegistry& registry, const EngineOptions& options = {});
@@ -30,6 +41,9 @@ public:
 
     /// Cooks and returns only the subtree at `path` (throws std::runtime_error when it does not exist).
     SceneLocation cook(const std::string& path);
+
+    /// The counts of the last cook (zero before the first).
+    CookStatistics statistics() const;
 
 private:
     struct Impl;

@@ -31,6 +31,11 @@ public:
 
     /// The suite of op `type`, or null.
     const VexilOpSuite* find(const std::string& type) const;
+    /// The threading mode op `type` asked for in its setup: 0 any number of cooks at once, 1 one at a time.
+    int threadingMode(const std::string& type) const;
+    /// The path of the library that provides op `type` (empty when unknown).
+    std::string libraryOf(const std::string& type) const;
+    /// The op types, sorted.
     std::vector<std::string> opTypes() const;
 
 private:
@@ -40,6 +45,6 @@ private:
 
 /// The service table this host hands to plug-ins (AttributeHost, XFormUtilHost,
 /// VexilCookInterfaceUtilsHost).
-const VexilHost* hostServices();
+const VexilHostServices* hostServices();
 
 } // namespace VexilHost

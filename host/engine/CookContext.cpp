@@ -1,0 +1,661 @@
+#include "host/engine/CookContext.h"
+
+#include "host/engine/AttributeEdit.h"
+#include "hostapi/attribute/DataAttribute.h"
+
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+
+namespace VexilHost {
+
+namespace {
+
+std::string text(const char* data, int32_t length) {
+    if (data == nullptr || length <= 0) {
+        return std::string();
+    }
+    return std::string(data, static_cast<size_t>(length));
+}
+
+const char* giveString(const std::string& value, int32_t* lengthOut) {
+    if (lengthOut != nullptr) {
+        *lengthOut = static_cast<int32_t>(value.size());
+    }
+    return value.c_str();
+}
+
+QnAttributeHandle give(Qn::Attribute attr) {
+    return attr.releaseHandle();
+}
+
+bool validInput(int32_t inputIndex) {
+    return inputIndex == -1 || inputIndex == 0;
+}
+
+// ---- the C entries: each forwards to the context; nothing may throw across them ----
+
+CookContext& ctx(VexilCookHandle h) {
+    return CookContext::from(h);
+}
+
+int32_t getNumInputs(VexilCookHandle) {
+    return 1;
+}
+
+int32_t getCurrentInputIndex(VexilCookHandle) {
+    return 0;
+}
+
+const char* getInputLocationPath(VexilCookHandle h, int32_t* lengthOut) {
+    return giveString(ctx(h).path(), lengthOut);
+}
+
+const char* getOutputLocationPath(VexilCookHandle h, int32_t* lengthOut) {
+    return giveString(ctx(h).path(), lengthOut);
+}
+
+const char* getRootLocationPath(VexilCookHandle h, int32_t* lengthOut) {
+    return giveString(ctx(h).traversal().op->rootPath(), lengthOut);
+}
+
+uint8_t atRoot(VexilCookHandle h) {
+    return ctx(h).traversal().atRoot ? 1 : 0;
+}
+
+const char* getOpType(VexilCookHandle h, int32_t* lengthOut) {
+    return giveString(ctx(h).traversal().op->type(), lengthOut);
+}
+
+QnAttributeHandle getOpArg(VexilCookHandle h, const char* name, int32_t nameLength) {
+    try {
+        return give(ctx(h).opArg(text(name, nameLength)));
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void* getPrivateData(VexilCookHandle h) {
+    return ctx(h).traversal().op->privateData();
+}
+
+void prefetch(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex) {
+    try {
+        ctx(h).prefetch(text(path, pathLength), inputIndex);
+    } catch (...) {
+    }
+}
+
+QnAttributeHandle getAttr(VexilCookHandle h, const char* name, int32_t nameLength, const char* path,
+                          int32_t pathLength, int32_t inputIndex, uint8_t* abort) {
+    try {
+        Node node;
+        if (!ctx(h).queryNode(path, pathLength, inputIndex, abort, node) || !node.exists()) {
+            return nullptr;
+        }
+        return give(AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(text(name, nameLength))));
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+uint8_t doesLocationExist(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                          uint8_t* abort) {
+    try {
+        Node node;
+        return ctx(h).queryNode(path, pathLength, inputIndex, abort, node) && node.exists() ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+QnAttributeHandle getPotentialChildren(VexilCookHandle h, const char* path, int32_t pathLength,
+                                       int32_t inputIndex, uint8_t* abort) {
+    try {
+        Node node;
+        if (!ctx(h).queryNode(path, pathLength, inputIndex, abort, node)) {
+            return nullptr;
+        }
+        std::vector<std::string> names;
+        for (size_t i = 0; i < node.numChildren(); ++i) {
+            names.push_back(node.childName(i));
+        }
+        return give(Qn::StringAttribute(names));
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void createChild(VexilCookHandle h, const char* name, int32_t nameLength, const char* opType,
+                 int32_t opTypeLength, QnAttributeHandle opArgs, int32_t resetRecursive, void* privateData,
+                 VexilPrivateDataDeleter deleter) {
+    try {
+        ctx(h).createChild(text(name, nameLength), text(opType, opTypeLength),
+                           Qn::GroupAttribute(Qn::Attribute::share(opArgs)), resetRecursive, privateData,
+                           deleter);
+    } catch (...) {
+    }
+}
+
+QnAttributeHandle getAllAttrs(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                              uint8_t* abort) {
+    try {
+        Node node;
+        if (!ctx(h).queryNode(path, pathLength, inputIndex, abort, node) || !node.exists()) {
+            return nullptr;
+        }
+        return give(node.attrs());
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+QnAttributeHandle getAttrWithFallback(VexilCookHandle h, const char* path, int32_t pathLength,
+                                      const char* fallbackPath, int32_t fallbackLength, int32_t inputIndex,
+                                      QnAttributeHandle namesPair, uint8_t* abort) {
+    try {
+        const std::vector<std::string> names =
+            Qn::StringAttribute(Qn::Attribute::share(namesPair)).getNearestSampleStrings(0.0f);
+        const std::pair<const char*, int32_t> places[2] = {{path, pathLength},
+                                                           {fallbackPath, fallbackLength}};
+        for (const auto& place : places) {
+            Node node;
+            if (!ctx(h).queryNode(place.first, place.second, inputIndex, abort, node)) {
+                return nullptr;
+            }
+            if (!node.exists()) {
+                continue;
+            }
+            for (size_t i = 0; i < names.size() && i < 2; ++i) {
+                Qn::Attribute attr = AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(names[i]));
+                if (attr.isValid()) {
+                    return give(attr);
+                }
+            }
+        }
+        return nullptr;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void setAttr(VexilCookHandle h, const char* name, int32_t nameLength, QnAttributeHandle attr, uint8_t) {
+    try {
+        ctx(h).setAttr(text(name, nameLength), Qn::Attribute::share(attr));
+    } catch (...) {
+    }
+}
+
+void deleteAttr(VexilCookHandle h, const char* name, int32_t nameLength) {
+    try {
+        ctx(h).deleteAttr(text(name, nameLength));
+    } catch (...) {
+    }
+}
+
+void replaceChildTraversalOp(VexilCookHandle h, const char* opType, int32_t opTypeLength,
+                             QnAttributeHandle opArgs, void* privateData, VexilPrivateDataDeleter deleter) {
+    try {
+        ctx(h).replaceChildTraversal(text(opType, opTypeLength),
+                                     Qn::GroupAttribute(Qn::Attribute::share(opArgs)), privateData, deleter);
+    } catch (...) {
+    }
+}
+
+QnAttributeHandle getLocationType(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                                  uint8_t* abort) {
+    try {
+        Node node;
+        if (!ctx(h).queryNode(path, pathLength, inputIndex, abort, node) || !node.exists()) {
+            return nullptr;
+        }
+        return give(AttributeEdit::childNamed(node.attrs(), "type"));
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void stopChildTraversal(VexilCookHandle h) {
+    ctx(h).stopChildTraversal();
+}
+
+void setAttrsAt(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle attrs) {
+    try {
+        CookContext& c = ctx(h);
+        std::string where = text(path, pathLength);
+        while (where.size() > 1 && where.back() == '/') {
+            where.pop_back();
+        }
+        if (!where.empty() && where != c.path()) {
+            return;
+        }
+        const Qn::GroupAttribute group(Qn::Attribute::share(attrs));
+        const int64_t n = group.getNumberOfChildren();
+        for (int64_t i = 0; i < n; ++i) {
+            // Children are top-level attribute names, taken literally.
+            const std::string childName = group.getChildName(i);
+            if (!childName.empty()) {
+                c.setAttr(childName, group.getChildByIndex(i));
+            }
+        }
+    } catch (...) {
+    }
+}
+
+void copyAttr(VexilCookHandle h, const char* destName, int32_t destLength, const char* srcName,
+              int32_t srcLength, uint8_t, const char* srcPath, int32_t srcPathLength, int32_t inputIndex,
+              uint8_t* abort) {
+    try {
+        CookContext& c = ctx(h);
+        Node node;
+        if (!c.queryNode(srcPath, srcPathLength, inputIndex, abort, node)) {
+            return;
+        }
+        const std::string dest = text(destName, destLength);
+        const Qn::Attribute source =
+            node.exists()
+                ? AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(text(srcName, srcLength)))
+                : Qn::Attribute();
+        // Copying an absent attribute leaves the destination absent too.
+        if (source.isValid()) {
+            c.setAttr(dest, source);
+        } else {
+            c.deleteAttr(dest);
+        }
+    } catch (...) {
+    }
+}
+
+void extendAttr(VexilCookHandle h, const char* name, int32_t nameLength, QnAttributeHandle attr,
+                const char* srcName, int32_t srcNameLength, uint8_t, const char* inputPath,
+                int32_t inputPathLength, int32_t inputIndex, uint8_t* abort) {
+    try {
+        ctx(h).extendAttr(text(name, nameLength), Qn::Attribute::share(attr), text(srcName, srcNameLength),
+                          inputPath, inputPathLength, inputIndex, abort);
+    } catch (...) {
+    }
+}
+
+const VexilCookSuite kCookSuite = {
+    /* 0 */ &getNumInputs,
+    /* 1 */ &getCurrentInputIndex,
+    /* 2 */ &getInputLocationPath,
+    /* 3 */ &getOutputLocationPath,
+    /* 4 */ &getRootLocationPath,
+    /* 5 */ nullptr,
+    /* 6 */ nullptr,
+    /* 7 */ &atRoot,
+    /* 8 */ nullptr,
+    /* 9 */ nullptr,
+    /* 10 */ &getOpType,
+    /* 11 */ &getOpArg,
+    /* 12 */ &getPrivateData,
+    /* 13 */ &prefetch,
+    /* 14 */ &getAttr,
+    /* 15 */ &doesLocationExist,
+    /* 16 */ &getPotentialChildren,
+    /* 17 */ nullptr,
+    /* 18 */ &createChild,
+    /* 19 */ nullptr,
+    /* 20 */ &getAllAttrs,
+    /* 21 */ nullptr,
+    /* 22 */ nullptr,
+    /* 23 */ &getAttrWithFallback,
+    /* 24 */ &setAttr,
+    /* 25 */ &deleteAttr,
+    /* 26 */ &replaceChildTraversalOp,
+    /* 27 */ &getLocationType,
+    /* 28 */ &stopChildTraversal,
+    /* 29 */ &setAttrsAt,
+    /* 30 */ &copyAttr,
+    /* 31 */ &extendAttr,
+};
+
+} // namespace
+
+CookContext::CookContext(StageGraph& graph, int stage, const std::string& path, const Traversal& traversal,
+                         const Node& input)
+    : m_graph(graph), m_stage(stage), m_path(path), m_traversal(traversal), m_input(input),
+      m_childOp(traversal.childOp) {
+    for (size_t i = 0; i < input.numChildren(); ++i) {
+        m_childNames.push_back(input.childName(i));
+    }
+}
+
+const VexilCookSuite* CookContext::suite() {
+    return &kCookSuite;
+}
+
+CookContext::RunResult CookContext::run() {
+    const OpInstance& op = *m_traversal.op;
+    if (op.suite() == nullptr || op.suite()->cook == nullptr) {
+        setError(op.type() + " Op: no op of this type is loaded");
+        return RunResult::Finished;
+    }
+    uint8_t aborted = 0;
+    try {
+        // Isolated, so that a thread waiting inside an op's own parallel work never picks up another
+        // location's cook that might need the one this thread is cooking.
+        tbb::this_task_arena::isolate([&] {
+            std::unique_lock<std::mutex> serial;
+            if (op.serialLock() != nullptr) {
+                serial = std::unique_lock<std::mutex>(*op.serialLock());
+            }
+            op.suite()->cook(handle(), &kCookSuite, &aborted);
+        });
+    } catch (...) {
+        // The op's own wrapper should have caught it; the host must survive anyway.
+        setError(op.type() + " Op: host caught an exception");
+        return RunResult::Finished;
+    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (aborted == 0 && !m_aborted) {
+        return RunResult::Finished;
+    }
+    if (m_pending.empty()) {
+        return RunResult::AbortedWithoutPending;
+    }
+    m_pending.insert(m_pending.end(), m_prefetched.begin(), m_prefetched.end());
+    return RunResult::Aborted;
+}
+
+void CookContext::finish(CookedLocation& out) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_attrsMaterialised) {
+        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+        for (const auto& entry : m_attrs) {
+            builder.set(entry.first, entry.second);
+        }
+        out.attrs = builder.build();
+    } else if (m_input.exists()) {
+        out.attrs = m_input.attrs();
+    } else {
+        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+        out.attrs = builder.build();
+    }
+    out.childNames = std::move(m_childNames);
+    out.childOp = std::move(m_childOp);
+    out.created = std::move(m_created);
+}
+
+void CookContext::setError(const std::string& message) {
+    setAttr("type", Qn::StringAttribute("error"));
+    setAttr("errorMessage", Qn::StringAttribute(message));
+}
+
+std::string CookContext::normalisedPath(const char* path, int32_t length) const {
+    std::string p = text(path, length);
+    while (p.size() > 1 && p.back() == '/') {
+        p.pop_back();
+    }
+    return p.empty() ? m_path : p;
+}
+
+bool CookContext::markAborted(uint8_t* abort, const std::string& path) {
+    *abort = 1;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!path.empty()) {
+        m_pending.push_back({m_stage - 1, path});
+    }
+    m_aborted = true;
+    return false;
+}
+
+bool CookContext::queryNode(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
+                            Node& out) {
+    out = Node();
+    if (!validInput(inputIndex)) {
+        return false;
+    }
+    const std::string p = normalisedPath(path, pathLength);
+    if (p == m_path) {
+        out = m_input; // the op's own input location is always cooked before the op runs
+        return true;
+    }
+    const bool canAbort = m_graph.abortMode() && abort != nullptr;
+    if (canAbort) {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_aborted) {
+                *abort = 1;
+                return false;
+            }
+        }
+        if (!m_graph.probe(m_stage - 1, p, out)) {
+            return markAborted(abort, p);
+        }
+        return true;
+    }
+    out = m_graph.locate(m_stage - 1, p);
+    return true;
+}
+
+bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
+                             std::vector<Node>& chain, std::vector<std::string>& paths) {
+    chain.clear();
+    paths.clear();
+    if (!validInput(inputIndex)) {
+        return false;
+    }
+    const std::string p = normalisedPath(path, pathLength);
+    const bool canAbort = m_graph.abortMode() && abort != nullptr && p != m_path;
+    if (canAbort) {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_aborted) {
+                *abort = 1;
+                return false;
+            }
+        }
+        Node node;
+        if (!m_graph.probe(m_stage - 1, p, node, &chain)) {
+            chain.clear();
+            return markAborted(abort, p);
+        }
+    } else {
+        chain = m_graph.locateChain(m_stage - 1, p);
+    }
+    // The paths of the chain's nodes: "/root" and each longer prefix of `p` ending before a slash.
+    for (size_t end = p.find('/', 1); paths.size() < chain.size(); end = p.find('/', end + 1)) {
+        paths.push_back(p.substr(0, end == std::string::npos ? p.size() : end));
+        if (end == std::string::npos) {
+            break;
+        }
+    }
+    return true;
+}
+
+Qn::Attribute CookContext::opArg(const std::string& name) const {
+    const Qn::GroupAttribute& args = m_traversal.op->args();
+    if (name.empty()) {
+        return args;
+    }
+    return AttributeEdit::get(args, AttributeEdit::splitDotted(name));
+}
+
+void CookContext::prefetch(const std::string& path, int32_t inputIndex) {
+    if (!validInput(inputIndex)) {
+        return;
+    }
+    std::string p = normalisedPath(path.data(), static_cast<int32_t>(path.size()));
+    if (m_graph.abortMode()) {
+        // Like a scheduling host: what was prefetched is cooked before the next attempt.
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_prefetched.push_back({m_stage - 1, std::move(p)});
+        return;
+    }
+    m_graph.locate(m_stage - 1, p);
+}
+
+void CookContext::materialiseAttrs() {
+    if (m_attrsMaterialised) {
+        return;
+    }
+    m_attrsMaterialised = true;
+    if (!m_input.exists()) {
+        return;
+    }
+    const Qn::GroupAttribute attrs = m_input.attrs();
+    const int64_t n = attrs.getNumberOfChildren();
+    m_attrs.reserve(static_cast<size_t>(n));
+    for (int64_t i = 0; i < n; ++i) {
+        m_attrs.emplace_back(attrs.getChildName(i), attrs.getChildByIndex(i));
+    }
+}
+
+void CookContext::setAttr(const std::string& name, const Qn::Attribute& attr) {
+    const std::vector<std::string> parts = AttributeEdit::splitDotted(name);
+    if (parts.empty()) {
+        // An empty name with a group replaces every attribute of the location.
+        if (attr.getType() != QN_ATTRIBUTE_TYPE_GROUP) {
+            return;
+        }
+        const Qn::GroupAttribute group(attr);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_attrsMaterialised = true;
+        m_attrs.clear();
+        for (int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+            m_attrs.emplace_back(group.getChildName(i), group.getChildByIndex(i));
+        }
+        return;
+    }
+    if (!attr.isValid()) {
+        deleteAttr(name);
+        return;
+    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    materialiseAttrs();
+    auto it =
+        std::find_if(m_attrs.begin(), m_attrs.end(), [&](const auto& e) { return e.first == parts[0]; });
+    Qn::Attribute value = attr;
+    if (parts.size() > 1) {
+        const Qn::GroupAttribute existing(it == m_attrs.end() ? Qn::Attribute() : it->second);
+        value = AttributeEdit::set(existing, std::vector<std::string>(parts.begin() + 1, parts.end()), attr);
+    }
+    if (it == m_attrs.end()) {
+        m_attrs.emplace_back(parts[0], std::move(value));
+    } else {
+        it->second = std::move(value);
+    }
+}
+
+void CookContext::deleteAttr(const std::string& name) {
+    const std::vector<std::string> parts = AttributeEdit::splitDotted(name);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    materialiseAttrs();
+    if (parts.empty()) {
+        m_attrs.clear();
+        return;
+    }
+    auto it =
+        std::find_if(m_attrs.begin(), m_attrs.end(), [&](const auto& e) { return e.first == parts[0]; });
+    if (it == m_attrs.end()) {
+        return;
+    }
+    if (parts.size() == 1) {
+        m_attrs.erase(it);
+        return;
+    }
+    const Qn::GroupAttribute existing(it->second);
+    if (existing.isValid()) {
+        it->second =
+            AttributeEdit::remove(existing, std::vector<std::string>(parts.begin() + 1, parts.end()));
+    }
+}
+
+Qn::Attribute CookContext::outputAttr(const std::string& name) {
+    const std::vector<std::string> parts = AttributeEdit::splitDotted(name);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_attrsMaterialised) {
+        return m_input.exists() ? AttributeEdit::get(m_input.attrs(), parts) : Qn::Attribute();
+    }
+    if (parts.empty()) {
+        return Qn::Attribute();
+    }
+    auto it =
+        std::find_if(m_attrs.begin(), m_attrs.end(), [&](const auto& e) { return e.first == parts[0]; });
+    if (it == m_attrs.end()) {
+        return Qn::Attribute();
+    }
+    return parts.size() == 1 ? it->second
+                             : AttributeEdit::get(Qn::GroupAttribute(it->second),
+                                                  std::vector<std::string>(parts.begin() + 1, parts.end()));
+}
+
+void CookContext::createChild(const std::string& name, const std::string& opType,
+                              const Qn::GroupAttribute& args, int32_t mode, void* privateData,
+                              VexilPrivateDataDeleter deleter) {
+    if (name.empty() || name.find('/') != std::string::npos) {
+        // Nothing is created; the private data handed over is still freed, exactly once.
+        if (privateData != nullptr && deleter != nullptr) {
+            deleter(privateData);
+        }
+        return;
+    }
+    if (mode != VEXIL_RESET_RECURSIVE_ON && mode != VEXIL_RESET_RECURSIVE_AUTO) {
+        mode = VEXIL_RESET_RECURSIVE_NONE;
+    }
+    const std::string childPath = m_path + "/" + name;
+    const std::string& root = mode == VEXIL_RESET_RECURSIVE_NONE ? m_traversal.op->rootPath() : childPath;
+    OpInstancePtr instance = m_graph.makeInstance(m_stage, opType, args, root, privateData, deleter);
+    OpInstancePtr replaced;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto it = std::find_if(m_created.begin(), m_created.end(),
+                           [&](const CreatedChild& c) { return c.name == name; });
+    if (it != m_created.end()) {
+        replaced = std::move(it->op); // a second createChild of one name replaces the first
+        it->op = std::move(instance);
+        it->mode = mode;
+        return;
+    }
+    m_created.push_back({name, std::move(instance), mode});
+    if (std::find(m_childNames.begin(), m_childNames.end(), name) == m_childNames.end()) {
+        m_childNames.push_back(name);
+    }
+}
+
+void CookContext::replaceChildTraversal(const std::string& opType, const Qn::GroupAttribute& args,
+                                        void* privateData, VexilPrivateDataDeleter deleter) {
+    OpInstancePtr instance =
+        m_graph.makeInstance(m_stage, opType, args, m_traversal.op->rootPath(), privateData, deleter);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_childOp.swap(instance); // the previous instance is released after the lock
+}
+
+void CookContext::stopChildTraversal() {
+    OpInstancePtr previous;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_childOp.swap(previous);
+}
+
+bool CookContext::extendAttr(const std::string& name, const Qn::Attribute& extra,
+                             const std::string& sourceName, const char* sourcePath, int32_t sourcePathLength,
+                             int32_t inputIndex, uint8_t* abort) {
+    const std::string source = sourceName.empty() ? name : sourceName;
+    const std::string where = normalisedPath(sourcePath, sourcePathLength);
+    Qn::Attribute base;
+    if (where == m_path) {
+        // This location: the output as the cook has left it so far, so that edits accumulate.
+        base = outputAttr(source);
+    } else {
+        Node node;
+        if (!queryNode(sourcePath, sourcePathLength, inputIndex, abort, node)) {
+            return false;
+        }
+        if (node.exists()) {
+            base = AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(source));
+        }
+    }
+    std::string error;
+    const Qn::Attribute result = AttributeEdit::appendValues(base, extra, error);
+    if (!error.empty()) {
+        setError(m_traversal.op->type() + " Op: extendAttr(\"" + name + "\"): " + error);
+        return true;
+    }
+    if (result.isValid()) {
+        setAttr(name, result);
+    }
+    return true;
+}
+
+} // namespace VexilHost

@@ -1,0 +1,93 @@
+// The state of one cook attempt of one op at one location, and the cook suite that ops reach it
+// through (the VexilCookHandle is a pointer to a CookContext).
+#pragma once
+
+#include "host/engine/CookedLocation.h"
+#include "host/engine/StageGraph.h"
+
+#include <vexil/VexilOp.h>
+
+#include <deque>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace VexilHost {
+
+/// One cook attempt. Queries read the step below (the op's input); writes go to the output, which
+/// starts as the input location (attributes and children). Safe to call from several threads of one op.
+class CookContext {
+public:
+    CookContext(StageGraph& graph, int stage, const std::string& path, const Traversal& traversal,
+                const Node& input);
+    CookContext(const CookContext&) = delete;
+    CookContext& operator=(const CookContext&) = delete;
+
+    /// The cook suite whose entries take a handle made by handle().
+    static const VexilCookSuite* suite();
+    VexilCookHandle handle() { return reinterpret_cast<VexilCookHandle>(this); }
+    static CookContext& from(VexilCookHandle handle) { return *reinterpret_cast<CookContext*>(handle); }
+
+    enum class RunResult { Finished, Aborted, AbortedWithoutPending };
+    /// Runs the op's cook once. After Aborted, `pending()` lists what to cook before trying again; an
+    /// op that aborts without a pending query gives AbortedWithoutPending (its output is not to be used).
+    RunResult run();
+    /// The locations to cook before trying again, after an aborted run.
+    const std::vector<PendingLocation>& pending() const { return m_pending; }
+    /// The output of a finished run.
+    void finish(CookedLocation& out);
+    /// Marks the output location as failed: "type" = "error" and "errorMessage" = `message`.
+    void setError(const std::string& message);
+
+    // ---- queries shared with the host utility suites ----
+
+    /// The location at `path` (empty: this location) on input `inputIndex`; false when the query
+    /// must abort (then *abort is 1) or the input index is not valid.
+    bool queryNode(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort, Node& out);
+    /// Like queryNode, also giving the nodes of "/root" and every location down to it, and their paths.
+    bool queryChain(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
+                    std::vector<Node>& chain, std::vector<std::string>& paths);
+
+    // ---- the cook suite entries ----
+    const std::string& path() const { return m_path; }
+    const Traversal& traversal() const { return m_traversal; }
+    Qn::Attribute opArg(const std::string& name) const;
+    void prefetch(const std::string& path, int32_t inputIndex);
+    void setAttr(const std::string& name, const Qn::Attribute& attr);
+    void deleteAttr(const std::string& name);
+    /// The attribute `name` of the output as written so far (invalid when absent).
+    Qn::Attribute outputAttr(const std::string& name);
+    void createChild(const std::string& name, const std::string& opType, const Qn::GroupAttribute& args,
+                     int32_t mode, void* privateData, VexilPrivateDataDeleter deleter);
+    void replaceChildTraversal(const std::string& opType, const Qn::GroupAttribute& args, void* privateData,
+                               VexilPrivateDataDeleter deleter);
+    void stopChildTraversal();
+    /// Appends `extra` to the attribute `name` (base: `sourceName` of this output, or of the input
+    /// location `sourcePath` when it is another location). False when the query aborted.
+    bool extendAttr(const std::string& name, const Qn::Attribute& extra, const std::string& sourceName,
+                    const char* sourcePath, int32_t sourcePathLength, int32_t inputIndex, uint8_t* abort);
+
+private:
+    void materialiseAttrs();
+    std::string normalisedPath(const char* path, int32_t length) const;
+    bool markAborted(uint8_t* abort, const std::string& path);
+
+    StageGraph& m_graph;
+    int m_stage;
+    std::string m_path;
+    Traversal m_traversal;
+    Node m_input;
+
+    std::mutex m_mutex; // guards everything below
+    bool m_attrsMaterialised = false;
+    std::vector<std::pair<std::string, Qn::Attribute>> m_attrs;
+    std::vector<std::string> m_childNames;
+    OpInstancePtr m_childOp;
+    std::vector<CreatedChild> m_created;
+    bool m_aborted = false;
+    std::vector<PendingLocation> m_pending;
+    std::vector<PendingLocation> m_prefetched;
+};
+
+} // namespace VexilHost

@@ -1,0 +1,60 @@
+#include "host/engine/CookedLocation.h"
+
+#include <algorithm>
+
+namespace VexilHost {
+
+bool CookedLocation::childTraversal(const std::string& name, bool knownChild, Traversal& out) const {
+    out = Traversal();
+    for (const CreatedChild& child : created) {
+        if (child.name != name) {
+            continue;
+        }
+        out.op = child.op;
+        switch (child.mode) {
+        case VEXIL_RESET_RECURSIVE_ON:
+            out.childOp = child.op;
+            out.atRoot = true;
+            break;
+        case VEXIL_RESET_RECURSIVE_AUTO:
+            // Made by the new op; what lies below it goes on with this location's traversal.
+            out.childOp = childOp;
+            out.atRoot = true;
+            break;
+        default:
+            out.childOp = child.op;
+            out.atRoot = false;
+            break;
+        }
+        return true;
+    }
+    if (!knownChild && std::find(childNames.begin(), childNames.end(), name) == childNames.end()) {
+        return false;
+    }
+    out.op = childOp;
+    out.childOp = childOp;
+    return true;
+}
+
+Qn::GroupAttribute Node::attrs() const {
+    if (input != nullptr) {
+        return input->attrs;
+    }
+    if (cooked != nullptr) {
+        return cooked->attrs;
+    }
+    return Qn::GroupAttribute();
+}
+
+size_t Node::numChildren() const {
+    if (input != nullptr) {
+        return input->children.size();
+    }
+    return cooked != nullptr ? cooked->childNames.size() : 0;
+}
+
+const std::string& Node::childName(size_t index) const {
+    return input != nullptr ? input->children[index].name : cooked->childNames[index];
+}
+
+} // namespace VexilHost

@@ -1,0 +1,58 @@
+// What the engine keeps of one location: a cooked location record, the traversal that cooks it, and
+// a view of a location on one step of the op chain (either an input-scene location or a cooked one).
+#pragma once
+
+#include "host/engine/OpInstance.h"
+#include "host/scene/SceneTypes.h"
+
+#include <string>
+#include <vector>
+
+namespace VexilHost {
+
+/// Which op instance cooks a location, whether it is the root of that op's traversal, and which
+/// instance cooks its children unless the cook says otherwise.
+struct Traversal {
+    OpInstancePtr op;
+    OpInstancePtr childOp;
+    bool atRoot = false;
+};
+
+/// A child made by createChild: its op instance and reset-recursive mode.
+struct CreatedChild {
+    std::string name;
+    OpInstancePtr op;
+    int32_t mode = VEXIL_RESET_RECURSIVE_NONE;
+};
+
+/// The output of one op cook at one location.
+struct CookedLocation {
+    /// The attributes after the cook (a valid group).
+    Qn::GroupAttribute attrs;
+    /// The children after the cook: the input's, then created ones, in order.
+    std::vector<std::string> childNames;
+    /// The instance that cooks the children that came from the input; null when traversal stopped.
+    OpInstancePtr childOp;
+    std::vector<CreatedChild> created;
+
+    /// How child `name` is cooked on this step: false when there is no such child (not checked when
+    /// `knownChild` is set); otherwise `out.op` is null when the child passes through unchanged.
+    bool childTraversal(const std::string& name, bool knownChild, Traversal& out) const;
+};
+
+/// One location on one step of the op chain, or none. Exactly one of `input` and `cooked` is set when
+/// the location exists.
+struct Node {
+    const SceneLocation* input = nullptr;
+    const CookedLocation* cooked = nullptr;
+    /// The step of the chain whose op cooked `cooked` (0 for an input location).
+    int stage = 0;
+
+    bool exists() const { return input != nullptr || cooked != nullptr; }
+    /// The attributes (invalid when the location does not exist).
+    Qn::GroupAttribute attrs() const;
+    size_t numChildren() const;
+    const std::string& childName(size_t index) const;
+};
+
+} // namespace VexilHost

@@ -1,0 +1,96 @@
+#include "host/engine/Engine.h"
+
+#include "host/engine/HostServices.h"
+#include "host/engine/StageGraph.h"
+
+#include <tbb/global_control.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <stdexcept>
+
+namespace VexilHost {
+
+namespace {
+
+// Cooks nest (a query cooks what it needs on the asking thread) and the traversal recurses per
+// level, so worker threads get more stack than the default.
+constexpr size_t kWorkerStackBytes = 64u << 20;
+
+/// Fills `out` with the location whose nodes on every step are `column`, and everything below it.
+void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std::string& path,
+                  SceneLocation& out) {
+    const int last = graph.lastStage();
+    const Node& node = column[static_cast<size_t>(last)];
+    out.attrs = node.attrs();
+    const size_t count = node.numChildren();
+    out.children.resize(count);
+    for (size_t i = 0; i < count; ++i) {
+        out.children[i].name = node.childName(i);
+    }
+    auto cookChild = [&](size_t i) {
+        const std::string childPath = path + "/" + out.children[i].name;
+        const std::vector<Node> childColumn = graph.childColumn(column, childPath, last);
+        buildSubtree(graph, childColumn, childPath, out.children[i]);
+    };
+    if (count == 1) {
+        cookChild(0);
+    } else if (count > 1) {
+        tbb::parallel_for(size_t(0), count, cookChild);
+    }
+}
+
+} // namespace
+
+struct Engine::Impl {
+    const SceneFile& scene;
+    const OpRegistry& registry;
+    EngineOptions options;
+    CookStatistics statistics;
+};
+
+Engine::Engine(const SceneFile& scene, const OpRegistry& registry, const EngineOptions& options)
+    : m_impl(std::make_unique<Impl>(Impl{scene, registry, options, {}})) {}
+
+Engine::~Engine() = default;
+
+SceneLocation Engine::cook() {
+    return cook("/root");
+}
+
+SceneLocation Engine::cook(const std::string& path) {
+    attributeSuite();
+    StageGraph graph(m_impl->scene, m_impl->registry, m_impl->options.abortMode);
+    std::string where = path;
+    while (where.size() > 1 && where.back() == '/') {
+        where.pop_back();
+    }
+    const int threads = m_impl->options.threads > 0 ? m_impl->options.threads : tbb::task_arena::automatic;
+    tbb::global_control stack(tbb::global_control::thread_stack_size, kWorkerStackBytes);
+    tbb::task_arena arena(threads);
+    SceneLocation out;
+    bool found = false;
+    arena.execute([&] {
+        const std::vector<Node> column = graph.columnOf(graph.lastStage(), where);
+        if (column.empty()) {
+            return;
+        }
+        found = true;
+        out.name = where.substr(where.rfind('/') + 1);
+        buildSubtree(graph, column, where, out);
+    });
+    m_impl->statistics.cooks = graph.finishedCooks();
+    m_impl->statistics.abortedAttempts = graph.abortedAttempts();
+    // Every cooked location, and with them the op instances and their private data, goes here.
+    graph.clear();
+    if (!found) {
+        throw std::runtime_error("no location " + path + " in the cooked scene");
+    }
+    return out;
+}
+
+CookStatistics Engine::statistics() const {
+    return m_impl->statistics;
+}
+
+} // namespace VexilHost

@@ -1,0 +1,60 @@
+#include "host/engine/HostServices.h"
+
+#include "host/engine/OpRegistry.h"
+#include "hostapi/attribute/Attribute.h"
+
+#include <cstring>
+#include <mutex>
+
+extern "C" const VexilHostServices* getAttributeHost(void);
+
+namespace VexilHost {
+
+namespace {
+
+const void* getSuite(const char* suiteName, unsigned int suiteVersion) {
+    if (suiteName == nullptr) {
+        return nullptr;
+    }
+    if (std::strcmp(suiteName, QN_ATTRIBUTE_HOST_SUITE_NAME) == 0 &&
+        suiteVersion == QN_ATTRIBUTE_HOST_SUITE_VERSION) {
+        return attributeSuite();
+    }
+    if (std::strcmp(suiteName, VEXIL_XFORM_UTIL_SUITE_NAME) == 0 &&
+        suiteVersion == VEXIL_XFORM_UTIL_SUITE_VERSION) {
+        return xformUtilSuite();
+    }
+    if (std::strcmp(suiteName, VEXIL_COOK_UTILS_SUITE_NAME) == 0 &&
+        suiteVersion == VEXIL_COOK_UTILS_SUITE_VERSION) {
+        return cookUtilsSuite();
+    }
+    return nullptr;
+}
+
+const char* getHostName() {
+    return "vexil-cook";
+}
+
+const VexilHostServices kServices = {&getSuite, &getHostName};
+
+} // namespace
+
+const AttributeHostSuite* attributeSuite() {
+    static const AttributeHostSuite* suite = [] {
+        const VexilHostServices* attributeHost = getAttributeHost();
+        const auto* found = attributeHost == nullptr
+                                ? nullptr
+                                : static_cast<const AttributeHostSuite*>(attributeHost->getSuite(
+                                      QN_ATTRIBUTE_HOST_SUITE_NAME, QN_ATTRIBUTE_HOST_SUITE_VERSION));
+        Qn::Attribute::setSuites(found);
+        return found;
+    }();
+    return suite;
+}
+
+const VexilHostServices* hostServices() {
+    attributeSuite();
+    return &kServices;
+}
+
+} // namespace VexilHost

@@ -1,0 +1,186 @@
+// The XFormUtilHost and VexilCookInterfaceUtilsHost suites: world transforms and bounds of locations
+// on an op's input, following the transform model.
+#include "host/engine/AttributeEdit.h"
+#include "host/engine/CookContext.h"
+#include "host/engine/HostServices.h"
+#include "host/engine/XformModel.h"
+#include "hostapi/attribute/DataAttribute.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace VexilHost {
+
+namespace {
+
+/// The flattened transforms of a location and its ancestors ("/root" first), `overrides` applied.
+struct XformChain {
+    bool exists = false;
+    std::vector<XformModel::Operations> operations;
+
+    std::vector<const XformModel::Operations*> pointers() const {
+        std::vector<const XformModel::Operations*> out;
+        for (const auto& ops : operations) {
+            out.push_back(&ops);
+        }
+        return out;
+    }
+};
+
+/// Fills `chain`; false when the query aborted.
+bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+               QnAttributeHandle overrides, uint8_t* abort, XformChain& chain) {
+    std::vector<Node> nodes;
+    std::vector<std::string> paths;
+    if (!CookContext::from(h).queryChain(path, pathLength, inputIndex, abort, nodes, paths)) {
+        return false;
+    }
+    chain.exists = !nodes.empty() && nodes.back().exists() && paths.size() == nodes.size();
+    if (!chain.exists) {
+        return true;
+    }
+    // Location paths are keys of a literal group: they must be matched whole, never split at dots.
+    const Qn::GroupAttribute overrideGroup(Qn::Attribute::share(overrides));
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        Qn::Attribute xform = AttributeEdit::childNamed(overrideGroup, paths[i]);
+        if (!xform.isValid()) {
+            xform = AttributeEdit::childNamed(nodes[i].attrs(), "xform");
+        }
+        chain.operations.push_back(XformModel::flatten(xform));
+    }
+    return true;
+}
+
+std::vector<float> sortedTimes(const float* times, int64_t numTimes) {
+    std::vector<float> out;
+    if (times != nullptr && numTimes > 0) {
+        out.assign(times, times + numTimes);
+    }
+    std::sort(out.begin(), out.end());
+    out.erase(std::unique(out.begin(), out.end()), out.end());
+    return out;
+}
+
+/// One sample of 16 values (the matrix row by row) per time.
+QnAttributeHandle matrixSamples(const std::vector<float>& times, const std::vector<Imath::M44d>& matrices) {
+    std::vector<const double*> pointers;
+    for (const Imath::M44d& m : matrices) {
+        pointers.push_back(m.getValue());
+    }
+    return Qn::DoubleAttribute(times.data(), static_cast<int64_t>(times.size()), pointers.data(), 16, 16)
+        .releaseHandle();
+}
+
+QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength,
+                                           int32_t inputIndex, QnAttributeHandle overrides, uint8_t* abort) {
+    try {
+        XformChain chain;
+        if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {
+            return nullptr;
+        }
+        const std::vector<float> times = XformModel::worldSampleTimes(chain.pointers());
+        return Qn::FloatAttribute(times).releaseHandle();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int32_t pathLength,
+                                       int32_t inputIndex, const float* times, int64_t numTimes,
+                                       QnAttributeHandle overrides, uint8_t* abort) {
+    try {
+        XformChain chain;
+        if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain) || !chain.exists) {
+            return nullptr;
+        }
+        const std::vector<float> sorted = sortedTimes(times, numTimes);
+        if (sorted.empty()) {
+            return nullptr;
+        }
+        std::vector<Imath::M44d> matrices;
+        for (float t : sorted) {
+            matrices.push_back(XformModel::worldAt(chain.pointers(), t));
+        }
+        return matrixSamples(sorted, matrices);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+QnAttributeHandle getLocalXformAtTimes(QnAttributeHandle xformGroup, const float* times, int64_t numTimes) {
+    try {
+        const XformModel::Operations ops = XformModel::flatten(Qn::Attribute::share(xformGroup));
+        const std::vector<float> sorted = sortedTimes(times, numTimes);
+        if (sorted.empty()) {
+            return nullptr;
+        }
+        std::vector<Imath::M44d> matrices;
+        for (float t : sorted) {
+            matrices.push_back(XformModel::localAt(ops, t).matrix);
+        }
+        return matrixSamples(sorted, matrices);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex, float time,
+                      double boundOut[6], uint8_t* abort) {
+    try {
+        XformChain chain;
+        if (!readChain(h, path, pathLength, inputIndex, nullptr, abort, chain) || !chain.exists) {
+            return 0;
+        }
+        Node node;
+        if (!CookContext::from(h).queryNode(path, pathLength, inputIndex, abort, node) || !node.exists()) {
+            return 0;
+        }
+        // Only a double bound of exactly six values is a bound.
+        const Qn::DoubleAttribute bound(AttributeEdit::childNamed(node.attrs(), "bound"));
+        if (!bound.isValid() || bound.getNumberOfValues() != 6) {
+            return 0;
+        }
+        XformModel::Operation samples;
+        samples.times = bound.getSampleTimes();
+        for (float t : samples.times) {
+            auto view = bound.getNearestSample(t);
+            samples.samples.emplace_back(view.begin(), view.end());
+        }
+        const std::vector<double> b = XformModel::valuesAt(samples, time);
+        const Imath::M44d world = XformModel::worldAt(chain.pointers(), time);
+        Imath::V3d lo(std::numeric_limits<double>::max());
+        Imath::V3d hi(-std::numeric_limits<double>::max());
+        for (int corner = 0; corner < 8; ++corner) {
+            const Imath::V3d p(b[(corner & 1) ? 1 : 0], b[(corner & 2) ? 3 : 2], b[(corner & 4) ? 5 : 4]);
+            Imath::V3d q;
+            world.multVecMatrix(p, q);
+            for (int axis = 0; axis < 3; ++axis) {
+                lo[axis] = std::min(lo[axis], q[axis]);
+                hi[axis] = std::max(hi[axis], q[axis]);
+            }
+        }
+        for (int axis = 0; axis < 3; ++axis) {
+            boundOut[2 * axis] = lo[axis];
+            boundOut[2 * axis + 1] = hi[axis];
+        }
+        return 1;
+    } catch (...) {
+        return 0;
+    }
+}
+
+const XFormUtilHostSuite kXformUtilSuite = {&getWorldXformSampleTimes, &getWorldXformAtTimes,
+                                            &getLocalXformAtTimes};
+const VexilCookInterfaceUtilsHostSuite kCookUtilsSuite = {&getWorldBound};
+
+} // namespace
+
+const XFormUtilHostSuite* xformUtilSuite() {
+    return &kXformUtilSuite;
+}
+
+const VexilCookInterfaceUtilsHostSuite* cookUtilsSuite() {
+    return &kCookUtilsSuite;
+}
+
+} // namespace VexilHost

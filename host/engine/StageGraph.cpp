@@ -1,0 +1,358 @@
+#include "host/engine/StageGraph.h"
+
+#include "host/engine/CookContext.h"
+#include "hostapi/attribute/DataAttribute.h"
+
+#include <stdexcept>
+
+namespace VexilHost {
+
+namespace {
+
+// A cook keeps aborting only while it finds locations not cooked yet; this bound is a safety net
+// against an op that aborts for no query at all in some other way.
+constexpr int kMaxAttempts = 1000000;
+
+std::string normalisedRoot(std::string path) {
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+/// 0: `path` is not at or below `root`; 1: it is `root`; 2: it lies strictly below `root`.
+int relation(const std::string& path, const std::string& root) {
+    if (path.size() < root.size() || path.compare(0, root.size(), root) != 0) {
+        return 0;
+    }
+    if (path.size() == root.size()) {
+        return 1;
+    }
+    return path[root.size()] == '/' ? 2 : 0;
+}
+
+void indexScene(const SceneLocation& location, const std::string& path,
+                std::unordered_map<std::string, const SceneLocation*>& index) {
+    index.emplace(path, &location);
+    for (const SceneLocation& child : location.children) {
+        indexScene(child, path + "/" + child.name, index);
+    }
+}
+
+Qn::GroupAttribute systemArgs(const SceneFile& scene) {
+    Qn::GroupBuilder timeSlice(QN_GROUP_BUILDER_MODE_LITERAL);
+    timeSlice.set("currentTime", Qn::FloatAttribute(scene.time.currentTime));
+    timeSlice.set("shutterOpen", Qn::FloatAttribute(scene.time.shutterOpen));
+    timeSlice.set("shutterClose", Qn::FloatAttribute(scene.time.shutterClose));
+    timeSlice.set("numSamples", Qn::IntAttribute(scene.time.numSamples));
+    Qn::GroupBuilder variables(QN_GROUP_BUILDER_MODE_LITERAL);
+    for (const auto& variable : scene.variables) {
+        variables.set(variable.first, Qn::StringAttribute(variable.second));
+    }
+    Qn::GroupBuilder system(QN_GROUP_BUILDER_MODE_LITERAL);
+    system.set("timeSlice", timeSlice.build());
+    system.set("variables", variables.build());
+    return system.build();
+}
+
+/// Splits "/root/a/b" into {"a", "b"}; false when the path is not "/root" or below it, or malformed.
+bool componentsBelowRoot(const std::string& path, std::vector<std::string>& parts) {
+    static const std::string kRoot = "/root";
+    if (relation(path, kRoot) == 0) {
+        return false;
+    }
+    size_t start = kRoot.size() + 1;
+    while (start <= path.size() && path.size() > kRoot.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string::npos) {
+            slash = path.size();
+        }
+        if (slash == start) {
+            return false;
+        }
+        parts.push_back(path.substr(start, slash - start));
+        start = slash + 1;
+    }
+    return true;
+}
+
+} // namespace
+
+struct StageGraph::Entry {
+    std::once_flag once;
+    std::atomic<bool> done{false};
+    CookedLocation record;
+};
+
+struct StageGraph::Stage {
+    std::string root;
+    OpInstancePtr rootInstance;
+    tbb::concurrent_unordered_map<std::string, std::unique_ptr<Entry>> cache;
+};
+
+StageGraph::StageGraph(const SceneFile& scene, const OpRegistry& registry, bool abortMode)
+    : m_scene(scene), m_registry(registry), m_abortMode(abortMode), m_systemArgs(systemArgs(scene)) {
+    indexScene(scene.root, "/root", m_inputIndex);
+    m_stages.push_back(std::make_unique<Stage>());
+    for (size_t i = 0; i < scene.ops.size(); ++i) {
+        const OpDescription& op = scene.ops[i];
+        if (registry.find(op.type) == nullptr) {
+            throw std::runtime_error("unknown op type \"" + op.type + "\" (op " + std::to_string(i + 1) +
+                                     " of " + std::to_string(scene.ops.size()) + ")");
+        }
+        auto stage = std::make_unique<Stage>();
+        stage->root = normalisedRoot(op.location.empty() ? "/root" : op.location);
+        m_stages.push_back(std::move(stage));
+        m_stages.back()->rootInstance =
+            makeInstance(static_cast<int>(i) + 1, op.type, op.args, m_stages.back()->root, nullptr, nullptr);
+    }
+}
+
+StageGraph::~StageGraph() {
+    clear();
+}
+
+void StageGraph::clear() {
+    for (auto& stage : m_stages) {
+        stage->cache.clear();
+    }
+}
+
+OpInstancePtr StageGraph::makeInstance(int stage, const std::string& type, const Qn::GroupAttribute& args,
+                                       const std::string& rootPath, void* privateData,
+                                       VexilPrivateDataDeleter deleter) {
+    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+    if (args.isValid()) {
+        builder.update(args);
+    }
+    builder.set("system", m_systemArgs);
+    std::mutex* serialLock = nullptr;
+    if (m_registry.threadingMode(type) == 1) {
+        // One cook at a time per op type and step: a cook only waits on lower steps, so it can never
+        // wait on a cook holding the same lock.
+        std::lock_guard<std::mutex> lock(m_serialLocksMutex);
+        auto& slot = m_serialLocks[std::to_string(stage) + ":" + type];
+        if (!slot) {
+            slot = std::make_unique<std::mutex>();
+        }
+        serialLock = slot.get();
+    }
+    return std::make_shared<OpInstance>(type, m_registry.find(type), builder.build(), rootPath, privateData,
+                                        deleter, serialLock);
+}
+
+bool StageGraph::cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input,
+                        Mode mode, Node& out) {
+    Stage& s = *m_stages[static_cast<size_t>(stage)];
+    Entry* entry = nullptr;
+    auto it = s.cache.find(path);
+    if (it != s.cache.end()) {
+        entry = it->second.get();
+    } else {
+        if (mode == Mode::Probe) {
+            return false;
+        }
+        entry = s.cache.emplace(path, std::make_unique<Entry>()).first->second.get();
+    }
+    if (mode == Mode::Probe) {
+        if (!entry->done.load(std::memory_order_acquire)) {
+            return false;
+        }
+    } else {
+        std::call_once(entry->once, [&] {
+            cookInto(entry->record, stage, path, traversal, input);
+            entry->done.store(true, std::memory_order_release);
+        });
+    }
+    out = Node{nullptr, &entry->record, stage};
+    return true;
+}
+
+void StageGraph::cookInto(CookedLocation& record, int stage, const std::string& path,
+                          const Traversal& traversal, const Node& input) {
+    for (int attempt = 1;; ++attempt) {
+        std::vector<PendingLocation> pending;
+        {
+            CookContext context(*this, stage, path, traversal, input);
+            const CookContext::RunResult result = context.run();
+            if (result == CookContext::RunResult::Finished) {
+                context.finish(record);
+                m_finishedCooks.fetch_add(1, std::memory_order_relaxed);
+                return;
+            }
+            m_abortedAttempts.fetch_add(1, std::memory_order_relaxed);
+            if (result == CookContext::RunResult::Aborted && attempt < kMaxAttempts) {
+                pending = context.pending();
+            }
+        } // an aborted attempt is dropped whole, with the private data it was handed
+        if (pending.empty()) {
+            CookContext failed(*this, stage, path, traversal, input);
+            failed.setError(traversal.op->type() + " Op: cook aborted without a query to wait for");
+            failed.finish(record);
+            m_finishedCooks.fetch_add(1, std::memory_order_relaxed);
+            return;
+        }
+        for (const PendingLocation& location : pending) {
+            locate(location.stage, location.path);
+        }
+    }
+}
+
+bool StageGraph::rootColumn(int stage, Mode mode, std::vector<Node>& out) {
+    static const std::string kRoot = "/root";
+    out.assign(static_cast<size_t>(stage) + 1, Node());
+    out[0].input = &m_scene.root;
+    for (int k = 1; k <= stage; ++k) {
+        const Stage& s = *m_stages[static_cast<size_t>(k)];
+        const Node& below = out[static_cast<size_t>(k) - 1];
+        if (relation(kRoot, s.root) != 1) {
+            out[static_cast<size_t>(k)] = below;
+            continue;
+        }
+        if (!below.exists()) {
+            continue;
+        }
+        const Traversal traversal{s.rootInstance, s.rootInstance, true};
+        if (!cooked(k, kRoot, traversal, below, mode, out[static_cast<size_t>(k)])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool StageGraph::column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
+                        std::vector<Node>& out, bool knownChild) {
+    out.assign(static_cast<size_t>(stage) + 1, Node());
+    const std::string name = childPath.substr(childPath.rfind('/') + 1);
+    if (parent[0].exists()) {
+        auto it = m_inputIndex.find(childPath);
+        if (it != m_inputIndex.end()) {
+            out[0].input = it->second;
+        }
+    }
+    for (int k = 1; k <= stage; ++k) {
+        const size_t ks = static_cast<size_t>(k);
+        const Node& up = parent[ks];
+        const Node& below = out[ks - 1];
+        if (!up.exists()) {
+            continue;
+        }
+        const Stage& s = *m_stages[ks];
+        const int where = relation(childPath, s.root);
+        if (where == 0) {
+            out[ks] = below;
+            continue;
+        }
+        Traversal traversal;
+        if (where == 1) {
+            if (!below.exists()) {
+                continue;
+            }
+            traversal = Traversal{s.rootInstance, s.rootInstance, true};
+        } else {
+            if (up.cooked == nullptr || up.stage != k) {
+                out[ks] = below; // the parent passes through on this step, and so does all below it
+                continue;
+            }
+            if (!up.cooked->childTraversal(name, knownChild && k == stage, traversal)) {
+                continue;
+            }
+            if (!traversal.op) {
+                out[ks] = below;
+                continue;
+            }
+        }
+        if (!cooked(k, childPath, traversal, below, mode, out[ks])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain) {
+    out = Node();
+    std::vector<std::string> parts;
+    if (!componentsBelowRoot(path, parts)) {
+        return true;
+    }
+    std::vector<Node> current;
+    if (!rootColumn(stage, mode, current)) {
+        return false;
+    }
+    if (chain != nullptr) {
+        chain->push_back(current.back());
+    }
+    std::string currentPath = "/root";
+    std::vector<Node> next;
+    for (const std::string& part : parts) {
+        if (!current.back().exists()) {
+            return true;
+        }
+        currentPath += "/";
+        currentPath += part;
+        if (!column(current, currentPath, stage, mode, next, false)) {
+            return false;
+        }
+        current.swap(next);
+        if (chain != nullptr) {
+            chain->push_back(current.back());
+        }
+    }
+    out = current.back();
+    return true;
+}
+
+Node StageGraph::locate(int stage, const std::string& path) {
+    Node out;
+    walk(stage, path, Mode::Cook, out, nullptr);
+    return out;
+}
+
+bool StageGraph::probe(int stage, const std::string& path, Node& out, std::vector<Node>* chain) {
+    return walk(stage, path, Mode::Probe, out, chain);
+}
+
+std::vector<Node> StageGraph::locateChain(int stage, const std::string& path) {
+    std::vector<Node> chain;
+    Node out;
+    walk(stage, path, Mode::Cook, out, &chain);
+    return chain;
+}
+
+std::vector<Node> StageGraph::childColumn(const std::vector<Node>& parent, const std::string& childPath,
+                                          int stage) {
+    std::vector<Node> out;
+    column(parent, childPath, stage, Mode::Cook, out, true);
+    return out;
+}
+
+std::vector<Node> StageGraph::columnOf(int stage, const std::string& path) {
+    std::vector<std::string> parts;
+    std::vector<Node> current;
+    if (!componentsBelowRoot(path, parts) || !rootColumn(stage, Mode::Cook, current)) {
+        return {};
+    }
+    std::string currentPath = "/root";
+    std::vector<Node> next;
+    for (const std::string& part : parts) {
+        if (!current.back().exists()) {
+            return {};
+        }
+        currentPath += "/";
+        currentPath += part;
+        column(current, currentPath, stage, Mode::Cook, next, false);
+        current.swap(next);
+    }
+    if (!current.back().exists()) {
+        return {};
+    }
+    return current;
+}
+
+std::vector<Node> StageGraph::rootColumn(int stage) {
+    std::vector<Node> out;
+    rootColumn(stage, Mode::Cook, out);
+    return out;
+}
+
+} // namespace VexilHost

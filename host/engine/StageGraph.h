@@ -1,0 +1,98 @@
+// The memoised cook of a scene through an op chain: step 0 is the input scene, step k the output of
+// the k-th op. Locations are cooked on demand, each at most once per step, from any thread.
+#pragma once
+
+#include "host/engine/CookedLocation.h"
+#include "host/engine/OpRegistry.h"
+#include "host/scene/SceneTypes.h"
+
+#include <tbb/concurrent_unordered_map.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace VexilHost {
+
+/// A location that a query needed but that was not cooked yet (abort mode).
+struct PendingLocation {
+    int stage = 0;
+    std::string path;
+};
+
+/// The cooked steps of one scene. Thread-safe; nothing cooked is ever changed or dropped until clear().
+class StageGraph {
+public:
+    /// Throws std::runtime_error naming the op when an op type of the chain is not in `registry`.
+    StageGraph(const SceneFile& scene, const OpRegistry& registry, bool abortMode);
+    ~StageGraph();
+    StageGraph(const StageGraph&) = delete;
+    StageGraph& operator=(const StageGraph&) = delete;
+
+    /// The number of ops in the chain (the last step's number).
+    int lastStage() const { return static_cast<int>(m_stages.size()) - 1; }
+    bool abortMode() const { return m_abortMode; }
+
+    /// The location at absolute `path` on step `stage`, cooking whatever it depends on.
+    Node locate(int stage, const std::string& path);
+
+    /// Like locate, but cooks nothing: false (and `missing` set) when a location it depends on is not
+    /// cooked yet. `chain`, when given, receives the nodes of "/root" and every location down to `path`.
+    bool probe(int stage, const std::string& path, Node& out, std::vector<Node>* chain = nullptr);
+
+    /// The nodes on `stage` of "/root" and every location down to `path`, cooking as needed; empty when
+    /// the path is malformed; ends early (with a node that does not exist) when a location is missing.
+    std::vector<Node> locateChain(int stage, const std::string& path);
+
+    /// The node of child `name` (path `childPath`) on every step up to `stage`, given the same for
+    /// its parent. Cooks as needed.
+    std::vector<Node> childColumn(const std::vector<Node>& parent, const std::string& childPath, int stage);
+    /// The nodes of "/root" on every step up to `stage`.
+    std::vector<Node> rootColumn(int stage);
+    /// The nodes of the location at `path` on every step up to `stage`; empty when the path is
+    /// malformed or the location does not exist on `stage`.
+    std::vector<Node> columnOf(int stage, const std::string& path);
+
+    /// A new op instance cooking on `stage` (arguments get the system.* groups added).
+    OpInstancePtr makeInstance(int stage, const std::string& type, const Qn::GroupAttribute& args,
+                               const std::string& rootPath, void* privateData,
+                               VexilPrivateDataDeleter deleter);
+
+    /// Op cooks that finished, and attempts that aborted, so far.
+    int64_t finishedCooks() const { return m_finishedCooks.load(); }
+    int64_t abortedAttempts() const { return m_abortedAttempts.load(); }
+
+    /// Drops every cooked location (their op instances, and so their private data, go with them).
+    void clear();
+
+private:
+    struct Entry;
+    struct Stage;
+    enum class Mode { Cook, Probe };
+
+    bool column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
+                std::vector<Node>& out, bool knownChild);
+    bool rootColumn(int stage, Mode mode, std::vector<Node>& out);
+    bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain);
+    bool cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input, Mode mode,
+                Node& out);
+    void cookInto(CookedLocation& record, int stage, const std::string& path, const Traversal& traversal,
+                  const Node& input);
+
+    const SceneFile& m_scene;
+    const OpRegistry& m_registry;
+    bool m_abortMode;
+    Qn::GroupAttribute m_systemArgs;
+    std::unordered_map<std::string, const SceneLocation*> m_inputIndex;
+    std::vector<std::unique_ptr<Stage>> m_stages; // [0] is the input scene
+    std::map<std::string, std::unique_ptr<std::mutex>> m_serialLocks;
+    std::mutex m_serialLocksMutex;
+    std::atomic<int64_t> m_finishedCooks{0};
+    std::atomic<int64_t> m_abortedAttempts{0};
+};
+
+} // namespace VexilHost

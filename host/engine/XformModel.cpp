@@ -1,0 +1,247 @@
+#include "host/engine/XformModel.h"
+
+#include "hostapi/attribute/DataAttribute.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace VexilHost {
+namespace XformModel {
+
+namespace {
+
+/// Copies the samples of a numeric attribute of kind A as doubles; false when it has no samples.
+template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
+    A typed(attr);
+    if (!typed.isValid()) {
+        return false;
+    }
+    out.times = typed.getSampleTimes();
+    for (float t : out.times) {
+        auto view = typed.getNearestSample(t);
+        out.samples.emplace_back(view.begin(), view.end());
+    }
+    return !out.times.empty();
+}
+
+bool readNumeric(const Qn::Attribute& attr, Operation& out) {
+    switch (attr.getType()) {
+    case QN_ATTRIBUTE_TYPE_INT:
+        return readSamples<Qn::IntAttribute>(attr, out);
+    case QN_ATTRIBUTE_TYPE_FLOAT:
+        return readSamples<Qn::FloatAttribute>(attr, out);
+    case QN_ATTRIBUTE_TYPE_DOUBLE:
+        return readSamples<Qn::DoubleAttribute>(attr, out);
+    default:
+        return false;
+    }
+}
+
+bool kindOfName(const std::string& name, Operation::Kind& kind, size_t& count) {
+    if (name == "translate") {
+        kind = Operation::Kind::Translate;
+        count = 3;
+    } else if (name == "rotate") {
+        kind = Operation::Kind::Rotate;
+        count = 4;
+    } else if (name == "scale") {
+        kind = Operation::Kind::Scale;
+        count = 3;
+    } else if (name == "matrix") {
+        kind = Operation::Kind::Matrix;
+        count = 16;
+    } else if (name == "origin") {
+        kind = Operation::Kind::Origin;
+        count = 0;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
+    const int64_t n = group.getNumberOfChildren();
+    for (int64_t i = 0; i < n; ++i) {
+        const std::string name = group.getChildName(i);
+        const Qn::Attribute child = group.getChildByIndex(i);
+        if (child.getType() == QN_ATTRIBUTE_TYPE_GROUP) {
+            // Constraint descriptions not yet resolved do not move anything.
+            if (name.compare(0, 10, "constraint") != 0) {
+                flattenInto(Qn::GroupAttribute(child), out);
+            }
+            continue;
+        }
+        Operation op;
+        size_t count = 0;
+        if (!kindOfName(name, op.kind, count)) {
+            continue;
+        }
+        if (op.kind == Operation::Kind::Origin) {
+            if (child.isValid()) {
+                op.times = {0.0f};
+                op.samples = {{}};
+                out.push_back(std::move(op));
+            }
+            continue;
+        }
+        if (!readNumeric(child, op)) {
+            continue;
+        }
+        const bool complete =
+            std::all_of(op.samples.begin(), op.samples.end(),
+                        [count](const std::vector<double>& s) { return s.size() >= count; });
+        if (!complete) {
+            continue;
+        }
+        for (auto& s : op.samples) {
+            s.resize(count);
+        }
+        out.push_back(std::move(op));
+    }
+}
+
+Imath::M44d rotation(double degrees, double x, double y, double z) {
+    const double length = std::sqrt(x * x + y * y + z * z);
+    if (length == 0.0) {
+        return Imath::M44d();
+    }
+    x /= length;
+    y /= length;
+    z /= length;
+    const double radians = degrees * M_PI / 180.0;
+    const double c = std::cos(radians);
+    const double s = std::sin(radians);
+    const double t = 1.0 - c;
+    // Row-vector form (p' = p * R): the transpose of the column-vector axis-angle matrix, so that a
+    // positive angle about +z takes +x toward +y.
+    return Imath::M44d(t * x * x + c, t * x * y + s * z, t * x * z - s * y, 0.0, //
+                       t * x * y - s * z, t * y * y + c, t * y * z + s * x, 0.0, //
+                       t * x * z + s * y, t * y * z - s * x, t * z * z + c, 0.0, //
+                       0.0, 0.0, 0.0, 1.0);
+}
+
+void insertSorted(std::vector<float>& times, float t) {
+    auto it = std::lower_bound(times.begin(), times.end(), t);
+    if (it == times.end() || *it != t) {
+        times.insert(it, t);
+    }
+}
+
+} // namespace
+
+Operations flatten(const Qn::Attribute& xform) {
+    Operations out;
+    if (xform.getType() == QN_ATTRIBUTE_TYPE_GROUP) {
+        flattenInto(Qn::GroupAttribute(xform), out);
+    }
+    return out;
+}
+
+std::vector<double> valuesAt(const Operation& operation, float time) {
+    const auto& times = operation.times;
+    if (times.empty()) {
+        return {};
+    }
+    if (time <= times.front()) {
+        return operation.samples.front();
+    }
+    if (time >= times.back()) {
+        return operation.samples.back();
+    }
+    const size_t right =
+        static_cast<size_t>(std::upper_bound(times.begin(), times.end(), time) - times.begin());
+    const size_t left = right - 1;
+    if (times[left] == time) {
+        return operation.samples[left];
+    }
+    const double w =
+        (static_cast<double>(time) - times[left]) / (static_cast<double>(times[right]) - times[left]);
+    const auto& a = operation.samples[left];
+    const auto& b = operation.samples[right];
+    std::vector<double> out(a.size());
+    for (size_t i = 0; i < a.size(); ++i) {
+        out[i] = a[i] + (b[i] - a[i]) * w;
+    }
+    return out;
+}
+
+Imath::M44d operationMatrix(const Operation& operation, float time) {
+    if (operation.kind == Operation::Kind::Origin) {
+        return Imath::M44d();
+    }
+    const std::vector<double> v = valuesAt(operation, time);
+    Imath::M44d m;
+    switch (operation.kind) {
+    case Operation::Kind::Translate:
+        m.setTranslation(Imath::V3d(v[0], v[1], v[2]));
+        break;
+    case Operation::Kind::Rotate:
+        m = rotation(v[0], v[1], v[2], v[3]);
+        break;
+    case Operation::Kind::Scale:
+        m.setScale(Imath::V3d(v[0], v[1], v[2]));
+        break;
+    case Operation::Kind::Matrix:
+        for (int i = 0; i < 4; ++i) {
+            for (int j = 0; j < 4; ++j) {
+                m[i][j] = v[static_cast<size_t>(4 * i + j)];
+            }
+        }
+        break;
+    case Operation::Kind::Origin:
+        break;
+    }
+    return m;
+}
+
+Local localAt(const Operations& operations, float time) {
+    Local local;
+    for (const Operation& op : operations) {
+        if (op.kind == Operation::Kind::Origin) {
+            local.matrix.makeIdentity();
+            local.resetsParent = true;
+            continue;
+        }
+        // L = On * ... * O1: each later operation multiplies from the left.
+        local.matrix = operationMatrix(op, time) * local.matrix;
+    }
+    return local;
+}
+
+void addSampleTimes(const Operations& operations, std::vector<float>& times) {
+    for (const Operation& op : operations) {
+        for (float t : op.times) {
+            insertSorted(times, t);
+        }
+    }
+}
+
+Imath::M44d worldAt(const std::vector<const Operations*>& chain, float time) {
+    Imath::M44d world;
+    for (const Operations* ops : chain) {
+        if (ops == nullptr) {
+            continue;
+        }
+        const Local local = localAt(*ops, time);
+        world = local.resetsParent ? local.matrix : local.matrix * world;
+    }
+    return world;
+}
+
+std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain) {
+    std::vector<float> times;
+    for (const Operations* ops : chain) {
+        if (ops != nullptr) {
+            addSampleTimes(*ops, times);
+        }
+    }
+    if (times.empty()) {
+        times.push_back(0.0f);
+    }
+    return times;
+}
+
+} // namespace XformModel
+} // namespace VexilHost

@@ -1,0 +1,64 @@
+// The host's transform model: how an `xform` group turns into a local matrix, and how local
+// matrices chain into world transforms. Free functions over attributes and Imath, no engine state.
+#pragma once
+
+#include "hostapi/attribute/Attribute.h"
+
+#include <Imath/ImathMatrix.h>
+
+#include <vector>
+
+namespace VexilHost {
+namespace XformModel {
+
+/// One operation of a flattened `xform` group, with its samples converted to doubles.
+struct Operation {
+    enum class Kind { Translate, Rotate, Scale, Matrix, Origin };
+    Kind kind = Kind::Origin;
+    /// Ascending sample times; never empty.
+    std::vector<float> times;
+    /// One value array per sample time (3, 4, 3 or 16 values; empty for origin).
+    std::vector<std::vector<double>> samples;
+};
+
+/// The operations of one location's `xform`, in the order they are read (O1 first).
+using Operations = std::vector<Operation>;
+
+/// Reads an `xform` attribute into operations: data children `translate` (3 values), `rotate` (angle in
+/// degrees, then the axis), `scale` (3), `matrix` (16, row-major) and `origin` (any kind), groups read
+/// recursively, groups named "constraint..." skipped. Numeric children of any kind (int, float, double)
+/// are accepted; a child with too few values, another name or another kind contributes nothing. A
+/// null or non-group attribute yields no operations.
+Operations flatten(const Qn::Attribute& xform);
+
+/// The values of an operation at `time`: linear interpolation between the bracketing samples, the end
+/// sample outside the sampled range.
+std::vector<double> valuesAt(const Operation& operation, float time);
+
+/// The matrix of one operation at `time` (row vectors; rotation right-handed, angle in degrees; a zero
+/// rotation axis gives the identity; origin gives the identity).
+Imath::M44d operationMatrix(const Operation& operation, float time);
+
+/// A location's local transform at one time: L = On * ... * O1 over the operations after the last
+/// origin, and whether an origin cut the parent's world transform off.
+struct Local {
+    Imath::M44d matrix;
+    bool resetsParent = false;
+};
+
+/// The local transform of `operations` at `time`.
+Local localAt(const Operations& operations, float time);
+
+/// Adds the sample times of every operation to `times` (sorted, unique).
+void addSampleTimes(const Operations& operations, std::vector<float>& times);
+
+/// The world transform at `time` of the last location of `chain`, whose entries are the operations of
+/// "/root" and of each location down to it: W = L * Wparent, an origin dropping everything above.
+Imath::M44d worldAt(const std::vector<const Operations*>& chain, float time);
+
+/// The world-transform sample times of the last location of `chain`: the sorted union of the sample
+/// times of every operation of it and of its ancestors ({0} when there is none).
+std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain);
+
+} // namespace XformModel
+} // namespace VexilHost

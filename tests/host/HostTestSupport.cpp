@@ -1,0 +1,206 @@
+#include "tests/host/HostTestSupport.h"
+
+#include "host/engine/HostServices.h"
+
+#include <dlfcn.h>
+
+#include <map>
+#include <sstream>
+#include <stdexcept>
+
+namespace VexilHost {
+namespace HostTest {
+
+void useHostAttributes() {
+    hostServices();
+}
+
+Qn::GroupAttribute group(const NamedAttrs& children) {
+    useHostAttributes();
+    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+    for (const auto& child : children) {
+        builder.set(child.first, child.second);
+    }
+    return builder.build();
+}
+
+Qn::DoubleAttribute doubles(const std::vector<double>& values, int64_t tupleSize) {
+    useHostAttributes();
+    return Qn::DoubleAttribute(values, tupleSize);
+}
+
+Qn::DoubleAttribute animated(const std::vector<std::pair<float, std::vector<double>>>& samples,
+                             int64_t tupleSize) {
+    useHostAttributes();
+    std::map<float, std::vector<double>> map(samples.begin(), samples.end());
+    return Qn::DoubleAttribute(map, tupleSize);
+}
+
+Qn::StringAttribute strings(const std::vector<std::string>& values) {
+    useHostAttributes();
+    return Qn::StringAttribute(values);
+}
+
+SceneLocation location(const std::string& name, const NamedAttrs& attrs,
+                       std::vector<SceneLocation> children) {
+    SceneLocation out;
+    out.name = name;
+    out.attrs = group(attrs);
+    out.children = std::move(children);
+    return out;
+}
+
+OpDescription op(const std::string& type, const std::string& where, const NamedAttrs& args) {
+    OpDescription out;
+    out.type = type;
+    out.location = where;
+    out.args = group(args);
+    return out;
+}
+
+SceneFile sceneFile(SceneLocation root, std::vector<OpDescription> ops) {
+    SceneFile file;
+    file.root = std::move(root);
+    file.root.name = "root";
+    file.ops = std::move(ops);
+    return file;
+}
+
+const SceneLocation* find(const SceneLocation& root, const std::string& path) {
+    if (path == "/root") {
+        return &root;
+    }
+    if (path.compare(0, 6, "/root/") != 0) {
+        return nullptr;
+    }
+    const SceneLocation* current = &root;
+    size_t start = 6;
+    while (current != nullptr && start <= path.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string::npos) {
+            slash = path.size();
+        }
+        const std::string name = path.substr(start, slash - start);
+        const SceneLocation* next = nullptr;
+        for (const SceneLocation& child : current->children) {
+            if (child.name == name) {
+                next = &child;
+                break;
+            }
+        }
+        current = next;
+        start = slash + 1;
+    }
+    return current;
+}
+
+Qn::Attribute attrOf(const SceneLocation& root, const std::string& path, const std::string& name) {
+    const SceneLocation* location = find(root, path);
+    if (location == nullptr || !location->attrs.isValid()) {
+        return Qn::Attribute();
+    }
+    return location->attrs.getChildByName(name);
+}
+
+std::string stringOf(const SceneLocation& root, const std::string& path, const std::string& name) {
+    return Qn::StringAttribute(attrOf(root, path, name)).getValue("<none>", false);
+}
+
+int intOf(const SceneLocation& root, const std::string& path, const std::string& name) {
+    return Qn::IntAttribute(attrOf(root, path, name)).getValue(-999, false);
+}
+
+std::vector<std::string> childrenOf(const SceneLocation& root, const std::string& path) {
+    std::vector<std::string> names;
+    if (const SceneLocation* location = find(root, path)) {
+        for (const SceneLocation& child : location->children) {
+            names.push_back(child.name);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> attrNamesOf(const SceneLocation& root, const std::string& path) {
+    std::vector<std::string> names;
+    const SceneLocation* location = find(root, path);
+    if (location != nullptr && location->attrs.isValid()) {
+        for (int64_t i = 0; i < location->attrs.getNumberOfChildren(); ++i) {
+            names.push_back(location->attrs.getChildName(i));
+        }
+    }
+    return names;
+}
+
+namespace {
+
+void dumpInto(const SceneLocation& location, const std::string& path, std::ostringstream& out) {
+    out << path << " {" << location.attrs.serialise() << "}\n";
+    for (const SceneLocation& child : location.children) {
+        dumpInto(child, path + "/" + child.name, out);
+    }
+}
+
+void* testLibrary() {
+    const std::string path = testPluginDir() + "/VexilTestOps.so";
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle == nullptr) {
+        throw std::runtime_error("the test op library is not loaded: " + path);
+    }
+    return handle;
+}
+
+int64_t callCounter(const char* symbol) {
+    void* handle = testLibrary();
+    auto fn = reinterpret_cast<int64_t (*)()>(dlsym(handle, symbol));
+    dlclose(handle); // drops the reference RTLD_NOLOAD took; the registry keeps its own
+    if (fn == nullptr) {
+        throw std::runtime_error(std::string("no ") + symbol + " in the test op library");
+    }
+    return fn();
+}
+
+} // namespace
+
+std::string dump(const SceneLocation& root) {
+    std::ostringstream out;
+    dumpInto(root, "/" + root.name, out);
+    return out.str();
+}
+
+std::string testPluginDir() {
+    return VEXIL_TEST_PLUGIN_DIR;
+}
+
+std::string badPluginDir() {
+    return VEXIL_BAD_PLUGIN_DIR;
+}
+
+const OpRegistry& testRegistry() {
+    static const OpRegistry registry = [] {
+        std::ostringstream diagnostics;
+        OpRegistry loaded = OpRegistry::load({testPluginDir()}, diagnostics);
+        if (!diagnostics.str().empty()) {
+            throw std::runtime_error("loading the test ops: " + diagnostics.str());
+        }
+        return loaded;
+    }();
+    return registry;
+}
+
+int64_t testDeletions() {
+    testRegistry();
+    return callCounter("vexilTestDeletions");
+}
+
+int64_t testAttempts() {
+    testRegistry();
+    return callCounter("vexilTestAttempts");
+}
+
+int64_t testSerialOverlaps() {
+    testRegistry();
+    return callCounter("vexilTestSerialOverlaps");
+}
+
+} // namespace HostTest
+} // namespace VexilHost

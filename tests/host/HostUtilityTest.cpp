@@ -1,0 +1,134 @@
+// The XFormUtilHost and VexilCookInterfaceUtilsHost suites as an op sees them, against transforms
+// and bounds worked out by hand.
+#include "host/engine/Engine.h"
+#include "host/engine/HostServices.h"
+#include "tests/host/HostTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace VexilHost {
+namespace {
+
+using namespace HostTest;
+
+/// world: translate (0,0,0) at 0 -> (0,10,0) at 1; parent: rotate 90 about z, then scale 2;
+/// target: translate (1,0,0) sampled at 0.5 only, unit-cube bound; lamp.001: translate (3,0,0).
+SceneLocation scene() {
+    return location(
+        "root", {},
+        {location(
+            "world",
+            {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {0, 10, 0}}}, 3)}})}},
+            {location(
+                 "parent",
+                 {{"xform", group({{"rotate", doubles({90, 0, 0, 1})}, {"scale", doubles({2, 2, 2})}})}},
+                 {location("target", {{"xform", group({{"translate", animated({{0.5f, {1, 0, 0}}}, 3)}})},
+                                      {"bound", doubles({-1, 1, -1, 1, -1, 1})}})}),
+             location("lamp.001", {{"xform", group({{"translate", doubles({3, 0, 0})}})}}),
+             location("probe")})});
+}
+
+SceneLocation probe(const std::string& of, const NamedAttrs& extra = {}, bool abortMode = false) {
+    NamedAttrs args = {{"at", strings({"/root/world/probe"})}, {"of", strings({of})}};
+    args.insert(args.end(), extra.begin(), extra.end());
+    // A first op makes the queried step a cooked one, so that abort mode has something to wait for.
+    const SceneFile file =
+        sceneFile(scene(), {op("TestMark", "/root/world"), op("TestWorld", "/root/world", args)});
+    EngineOptions options;
+    options.abortMode = abortMode;
+    Engine engine(file, testRegistry(), options);
+    return engine.cook();
+}
+
+using Rows = std::array<double, 16>;
+
+void expectSamples(const SceneLocation& out, const std::vector<float>& times,
+                   const std::vector<Rows>& matrices) {
+    const std::string at = "/root/world/probe";
+    const Qn::FloatAttribute gotTimes(attrOf(out, at, "queried.times"));
+    ASSERT_TRUE(gotTimes.isValid());
+    const auto t = gotTimes.getNearestSample(0.0f);
+    EXPECT_EQ(std::vector<float>(t.begin(), t.end()), times);
+    const Qn::DoubleAttribute world(attrOf(out, at, "queried.world"));
+    ASSERT_EQ(world.getNumberOfValues(), static_cast<int64_t>(16 * matrices.size()));
+    const auto values = world.getNearestSample(0.0f);
+    for (size_t m = 0; m < matrices.size(); ++m) {
+        for (size_t i = 0; i < 16; ++i) {
+            EXPECT_NEAR(values[static_cast<int64_t>(16 * m + i)], matrices[m][i], 1e-12)
+                << "sample " << m << " element " << i;
+        }
+    }
+}
+
+TEST(HostUtilities, WorldTransformOfALocationBelowAnimatedAncestors) {
+    // target: T(1,0,0) * (S * R) * T_world(t): its origin lands on (0, 2 + 10t, 0), axes turned and doubled.
+    for (bool abortMode : {false, true}) {
+        const SceneLocation out = probe("/root/world/parent/target", {}, abortMode);
+        expectSamples(out, {0.0f, 0.5f, 1.0f},
+                      {{0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1},
+                       {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 7, 0, 1},
+                       {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 12, 0, 1}});
+        // The unit cube goes to x in [-2,2], y in [0,4], z in [-2,2] at time 0.
+        const Qn::DoubleAttribute bound(attrOf(out, "/root/world/probe", "queried.bound"));
+        const auto b = bound.getNearestSample(0.0f);
+        const std::vector<double> expected = {-2, 2, 0, 4, -2, 2};
+        ASSERT_EQ(b.size, 6);
+        for (size_t i = 0; i < 6; ++i) {
+            EXPECT_NEAR(b[static_cast<int64_t>(i)], expected[i], 1e-12) << i;
+        }
+    }
+}
+
+TEST(HostUtilities, OverridesReplaceTheXformOfTheLocationsTheyName) {
+    // parent's xform replaced by translate (0,0,5): the target's origin is (1, 10t, 5), axes unchanged.
+    const SceneLocation out =
+        probe("/root/world/parent/target",
+              {{"overrides", group({{"/root/world/parent", group({{"translate", doubles({0, 0, 5})}})}})}});
+    expectSamples(out, {0.0f, 0.5f, 1.0f},
+                  {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 5, 1},
+                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 5, 5, 1},
+                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 10, 5, 1}});
+    // A key with a dot in it names one location; it is never split into nested names.
+    const SceneLocation dotted =
+        probe("/root/world/lamp.001",
+              {{"overrides", group({{"/root/world/lamp.001", group({{"translate", doubles({0, 3, 0})}})}})}});
+    expectSamples(dotted, {0.0f, 1.0f},
+                  {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 3, 0, 1},
+                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 13, 0, 1}});
+    const SceneLocation plain = probe("/root/world/lamp.001");
+    expectSamples(plain, {0.0f, 1.0f},
+                  {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1},
+                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 10, 0, 1}});
+}
+
+TEST(HostUtilities, MissingLocationsHaveNoTransformAndNoBound) {
+    const SceneLocation out = probe("/root/world/missing");
+    EXPECT_EQ(Qn::DoubleAttribute(attrOf(out, "/root/world/probe", "queried.world")).getNumberOfValues(), 0);
+    EXPECT_FALSE(attrOf(out, "/root/world/probe", "queried.bound").isValid());
+    // A location without a bound has none either.
+    const SceneLocation unbounded = probe("/root/world/lamp.001");
+    EXPECT_FALSE(attrOf(unbounded, "/root/world/probe", "queried.bound").isValid());
+}
+
+TEST(HostUtilities, LocalTransformOfAnXformGroupAtSortedDistinctTimes) {
+    const XFormUtilHostSuite* suite = xformUtilSuite();
+    const Qn::GroupAttribute xform = group(
+        {{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {4, 0, 0}}}, 3)}, {"scale", doubles({1, 2, 1})}});
+    const float times[] = {1.0f, 0.25f, 1.0f};
+    const Qn::DoubleAttribute local(
+        Qn::Attribute::adopt(suite->getLocalXformAtTimes(xform.getHandle(), times, 3)));
+    ASSERT_TRUE(local.isValid());
+    EXPECT_EQ(local.getTupleSize(), 16);
+    EXPECT_EQ(local.getSampleTimes(), (std::vector<float>{0.25f, 1.0f}));
+    // L = S * T: points are scaled first and then translated, so the translation row is the
+    // interpolated (1,0,0) itself.
+    const auto quarter = local.getNearestSample(0.25f);
+    const std::vector<double> expected = {1, 0, 0, 0, 0, 2, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1};
+    EXPECT_EQ(std::vector<double>(quarter.begin(), quarter.end()), expected);
+    EXPECT_EQ(suite->getLocalXformAtTimes(xform.getHandle(), times, 0), nullptr);
+}
+
+} // namespace
+} // namespace VexilHost

@@ -1,0 +1,128 @@
+// Scene pieces and geometric checks shared by the resolver end-to-end tests.
+#pragma once
+
+#include "CookTestSupport.h"
+
+#include <Imath/ImathMatrixAlgo.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace ResolverTests {
+
+using VexilTest::Json;
+
+/// A location with `attrs` and `children`.
+inline Json node(const Json& attrs, const Json& children = Json::object()) {
+    return {{"attrs", attrs}, {"children", children}};
+}
+
+/// A group location with an xform.
+inline Json placed(const Json& xform, const Json& children = Json::object()) {
+    return node({{"type", "group"}, {"xform", xform}}, children);
+}
+
+/// A polygon mesh location (points flat, three per point) with an xform.
+inline Json mesh(const std::vector<double>& points, const std::vector<int>& startIndex,
+                 const std::vector<int>& vertexList, const Json& xform = Json::object(),
+                 const Json& children = Json::object()) {
+    Json attrs = {
+        {"type", "polymesh"},
+        {"geometry",
+         {{"point", {{"P", VexilTest::floats(points, 3)}}},
+          {"poly",
+           {{"startIndex", VexilTest::ints(startIndex)}, {"vertexList", VexilTest::ints(vertexList)}}}}}};
+    if (!xform.empty())
+        attrs["xform"] = xform;
+    return node(attrs, children);
+}
+
+/// A constraint description of `type` on `targets` with `args`, plus optional switches.
+inline Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
+                       const Json& extra = Json::object()) {
+    Json c = {{"type", type}, {"target", targets}, {"args", args}};
+    for (auto it = extra.begin(); it != extra.end(); ++it)
+        c[it.key()] = it.value();
+    return c;
+}
+
+/// Three floats, as axis arguments are written.
+inline Json axis(double x, double y, double z) {
+    return VexilTest::floats({x, y, z});
+}
+
+/// A "rotate" operation value: angle in degrees about an axis.
+inline Json rotate(double degrees, double x, double y, double z) {
+    return VexilTest::doubles({degrees, x, y, z});
+}
+
+/// A three-double operation value ("translate", "scale").
+inline Json triple(double x, double y, double z) {
+    return VexilTest::doubles({x, y, z});
+}
+
+/// Cooks the children of /root/world with ConstraintResolve; the cook itself must succeed.
+inline VexilTest::CookResult cookWorld(const Json& children, float shutterOpen = 0.0f,
+                                       float shutterClose = 0.0f, int numSamples = 1) {
+    VexilTest::CookResult result = VexilTest::cook(
+        VexilTest::sceneFile(children, VexilTest::resolveOps(), shutterOpen, shutterClose, numSamples));
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    return result;
+}
+
+inline Imath::V3d translationOf(const Imath::M44d& m) {
+    return Imath::V3d(m[3][0], m[3][1], m[3][2]);
+}
+
+/// A direction transformed by the upper 3x3 (row vectors).
+inline Imath::V3d directionThrough(const Imath::V3d& v, const Imath::M44d& m) {
+    Imath::V3d out;
+    m.multDirMatrix(v, out);
+    return out;
+}
+
+inline Imath::V3d pointThrough(const Imath::V3d& p, const Imath::M44d& m) {
+    Imath::V3d out;
+    m.multVecMatrix(p, out);
+    return out;
+}
+
+/// Row `i` of the upper 3x3 as a vector.
+inline Imath::V3d row(const Imath::M44d& m, int i) {
+    return Imath::V3d(m[i][0], m[i][1], m[i][2]);
+}
+
+inline void expectVecNear(const Imath::V3d& expected, const Imath::V3d& actual, double tol = 1e-9) {
+    EXPECT_NEAR(expected.x, actual.x, tol);
+    EXPECT_NEAR(expected.y, actual.y, tol);
+    EXPECT_NEAR(expected.z, actual.z, tol);
+}
+
+inline void expectMatrixNear(const Imath::M44d& expected, const Imath::M44d& actual, double tol = 1e-9) {
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            EXPECT_NEAR(expected[i][j], actual[i][j], tol) << "element [" << i << "][" << j << "]";
+}
+
+/// Scale, shear and rotation-only matrix of a transform, by Imath's decomposition.
+struct Parts {
+    Imath::V3d scale, shear;
+    Imath::M44d rotation;
+};
+
+inline Parts decompose(const Imath::M44d& m) {
+    Parts parts;
+    parts.rotation = m;
+    Imath::extractAndRemoveScalingAndShear(parts.rotation, parts.scale, parts.shear);
+    parts.rotation[3][0] = parts.rotation[3][1] = parts.rotation[3][2] = 0.0;
+    return parts;
+}
+
+inline Imath::V3d eulerXYZ(const Imath::M44d& m) {
+    Imath::V3d angles;
+    Imath::extractEulerXYZ(decompose(m).rotation, angles);
+    return angles;
+}
+
+} // namespace ResolverTests

@@ -1,5 +1,6 @@
 // The helpers of the authoring ops that need no host: constraint naming, the list removal rule, the
-// argument checks with their exact messages, setAttrs flattening and the working defaults.
+// argument checks with their exact messages, setAttrs flattening and the argument kinds. The working
+// defaults and hints are checked end to end in ConstraintEditAttributesOpTest.
 #include "constraints/ops/ConstraintListRules.h"
 #include "constraints/ops/ConstraintNaming.h"
 #include "constraints/ops/EditArguments.h"
@@ -20,21 +21,8 @@ public:
 };
 const auto* const g_suite = ::testing::AddGlobalTestEnvironment(new AttributeSuite);
 
-Strings childNames(const Qn::GroupAttribute& group) {
-    Strings names;
-    for (int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
-        names.push_back(group.getChildName(i));
-    }
-    return names;
-}
-
 Strings stringsOf(const Qn::Attribute& attr) {
     return Qn::StringAttribute(attr).getNearestSampleStrings(0.0f);
-}
-
-std::vector<float> floatsOf(const Qn::Attribute& attr) {
-    const Qn::SampleView<float> view = Qn::FloatAttribute(attr).getNearestSample(0.0f);
-    return std::vector<float>(view.begin(), view.end());
 }
 
 // A group built in literal mode, so that a dotted name stays one child as a scene file writes it.
@@ -220,49 +208,6 @@ TEST(EditArguments, SetAttrsMayNotChangeTheType) {
     }
 }
 
-TEST(EditableArguments, NewConstraintsHoldTheWorkingDefaults) {
-    const Strings common = {
-        "type", "target", "allowMissingTargets", "requireTargetBounds", "respectMotionBlur", "args"};
-    const std::vector<std::pair<std::string, Strings>> argsOf = {
-        {"Aim", {"targetOrigin", "baseAimAxis", "baseUpAxis", "targetUpAxis"}},
-        {"Orient", {"targetOrientation", "xAxis", "yAxis", "zAxis"}},
-        {"Point", {"targetOrigin", "baseOrigin", "xAxis", "yAxis", "zAxis"}},
-    };
-    for (const auto& [type, args] : argsOf) {
-        const Qn::GroupAttribute constraint = newConstraintGroup(type);
-        ASSERT_TRUE(constraint.isValid()) << type;
-        EXPECT_EQ(childNames(constraint), common) << type;
-        EXPECT_EQ(childNames(constraint.getChildByName("args")), args) << type;
-        EXPECT_EQ(stringsOf(constraint.getChildByName("type")), Strings{type});
-        const Qn::StringAttribute target(constraint.getChildByName("target"));
-        ASSERT_TRUE(target.isValid()) << type;
-        EXPECT_EQ(target.getNumberOfValues(), 0) << type;
-        EXPECT_EQ(Qn::IntAttribute(constraint.getChildByName("allowMissingTargets")).getValue(), 0);
-        EXPECT_EQ(Qn::IntAttribute(constraint.getChildByName("requireTargetBounds")).getValue(), 0);
-        EXPECT_EQ(Qn::IntAttribute(constraint.getChildByName("respectMotionBlur")).getValue(), 1);
-    }
-    const Qn::GroupAttribute aim = newConstraintGroup("Aim");
-    EXPECT_EQ(stringsOf(aim.getChildByName("args.targetOrigin")), Strings{"origin"});
-    EXPECT_EQ(floatsOf(aim.getChildByName("args.baseAimAxis")), (std::vector<float>{1, 0, 0}));
-    EXPECT_EQ(floatsOf(aim.getChildByName("args.baseUpAxis")), (std::vector<float>{0, 1, 0}));
-    EXPECT_EQ(floatsOf(aim.getChildByName("args.targetUpAxis")), (std::vector<float>{0, 1, 0}));
-    EXPECT_EQ(Qn::FloatAttribute(aim.getChildByName("args.baseAimAxis")).getTupleSize(), 3);
-
-    const Qn::GroupAttribute point = newConstraintGroup("Point");
-    EXPECT_EQ(stringsOf(point.getChildByName("args.targetOrigin")), Strings{"origin"});
-    EXPECT_EQ(stringsOf(point.getChildByName("args.baseOrigin")), Strings{"origin"});
-    const Qn::GroupAttribute orient = newConstraintGroup("Orient");
-    EXPECT_EQ(stringsOf(orient.getChildByName("args.targetOrientation")), Strings{"object"});
-    for (const char* axis : {"args.xAxis", "args.yAxis", "args.zAxis"}) {
-        EXPECT_EQ(Qn::IntAttribute(point.getChildByName(axis)).getValue(), 1) << axis;
-        EXPECT_EQ(Qn::IntAttribute(orient.getChildByName(axis)).getValue(), 1) << axis;
-    }
-    for (const char* type : {"aim", "Scale", ""}) {
-        EXPECT_FALSE(newConstraintGroup(type).isValid()) << type;
-        EXPECT_TRUE(editableArguments(type).empty()) << type;
-    }
-}
-
 TEST(EditableArguments, KindsAcceptOnlyWhatTheResolversRead) {
     auto argumentNamed = [](const std::string& type, const std::string& name) {
         for (const EditableArgument& a : editableArguments(type)) {
@@ -298,40 +243,5 @@ TEST(EditableArguments, KindsAcceptOnlyWhatTheResolversRead) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(hasEditableKind(c.value, argumentNamed("Aim", c.name)), c.accepted) << c.name;
-    }
-}
-
-TEST(EditableArguments, HintsNameTheWidgetsAndOptions) {
-    const Strings origins = {"origin", "boundingBox", "faceCenterAverage", "faceBoundingBox"};
-    struct Case {
-        std::string type;
-        std::string name;
-        std::string widget;
-        Strings options;
-    };
-    const std::vector<Case> cases = {
-        {"Aim", "target", "scenegraphLocation", {}},
-        {"Aim", "respectMotionBlur", "checkBox", {}},
-        {"Aim", "args.targetOrigin", "popup", origins},
-        {"Aim", "args.targetUpAxis", "vector3", {}},
-        {"Point", "args.baseOrigin", "popup", origins},
-        {"Point", "args.zAxis", "checkBox", {}},
-        {"Orient", "args.targetOrientation", "popup", {"object", "face"}},
-        {"Orient", "args.targetFaceIndex", "integer", {}},
-    };
-    for (const Case& c : cases) {
-        bool found = false;
-        for (const EditableArgument& a : editableArguments(c.type)) {
-            if (a.name == c.name) {
-                found = true;
-                EXPECT_EQ(a.widget, c.widget) << c.type << " " << c.name;
-                EXPECT_EQ(a.options, c.options) << c.type << " " << c.name;
-                EXPECT_FALSE(a.label.empty());
-                // One line of help, ending with a full stop.
-                EXPECT_EQ(a.help.find('\n'), std::string::npos);
-                EXPECT_EQ(a.help.back(), '.');
-            }
-        }
-        EXPECT_TRUE(found) << c.type << " " << c.name;
     }
 }

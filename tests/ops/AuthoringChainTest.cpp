@@ -80,6 +80,24 @@ TEST(AuthoringExamples, EachExampleResolvesWhatItAuthors) {
               (Json::array({"allowMissingTargets", "requireTargetBounds", "respectMotionBlur"})));
 }
 
+// The ops keep no state between cooks: any number of threads, and the host's abort-and-retry of
+// queries, give the same cooked scene.
+TEST(AuthoringExamples, SameSceneOnAnyThreadCountAndWithAborts) {
+    for (const char* name : {"authoring_setup.json", "authoring_list_edit.json", "authoring_edit.json",
+                             "authoring_edit_attributes.json"}) {
+        const std::string path = std::string(VEXIL_EXAMPLES_DIR) + "/" + name;
+        const CookResult baseline = cookFile(path, {"--world", "--threads", "1"});
+        ASSERT_EQ(baseline.exitCode, 0) << baseline.err;
+        for (const std::vector<std::string>& arguments :
+             {std::vector<std::string>{"--world", "--threads", "4"},
+              {"--world", "--threads", "2", "--abort-mode"}}) {
+            const CookResult other = cookFile(path, arguments);
+            EXPECT_EQ(other.exitCode, 0) << name;
+            EXPECT_EQ(other.out, baseline.out) << name << " " << arguments.back();
+        }
+    }
+}
+
 TEST(AuthoringChain, SetupNamesConstraintsInEntryOrder) {
     const Json point = pointGroup(Json::array({"/root/world/t"}));
     Json aim = point;

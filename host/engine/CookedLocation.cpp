@@ -1,10 +1,8 @@
 #include "host/engine/CookedLocation.h"
 
-#include <algorithm>
-
 namespace VexilHost {
 
-bool CookedLocation::childTraversal(const std::string& name, bool knownChild, Traversal& out) const {
+bool CookedLocation::childTraversal(const std::string& name, bool inInput, Traversal& out) const {
     out = Traversal();
     for (const CreatedChild& child : created) {
         if (child.name != name) {
@@ -28,7 +26,7 @@ bool CookedLocation::childTraversal(const std::string& name, bool knownChild, Tr
         }
         return true;
     }
-    if (!knownChild && std::find(childNames.begin(), childNames.end(), name) == childNames.end()) {
+    if (!inInput) {
         return false;
     }
     out.op = childOp;

@@ -35,9 +35,9 @@ struct CookedLocation {
     OpInstancePtr childOp;
     std::vector<CreatedChild> created;
 
-    /// How child `name` is cooked on this step: false when there is no such child (not checked when
-    /// `knownChild` is set); otherwise `out.op` is null when the child passes through unchanged.
-    bool childTraversal(const std::string& name, bool knownChild, Traversal& out) const;
+    /// How child `name` is cooked on this step, given whether the input location had such a child:
+    /// false when there is no such child; otherwise `out.op` is null when it passes through unchanged.
+    bool childTraversal(const std::string& name, bool inInput, Traversal& out) const;
 };
 
 /// One location on one step of the op chain, or none. Exactly one of `input` and `cooked` is set when

@@ -158,7 +158,7 @@ bool StageGraph::cooked(int stage, const std::string& path, const Traversal& tra
         if (!entry->done.load(std::memory_order_acquire)) {
             return false;
         }
-    } else {
+    } else if (!entry->done.load(std::memory_order_acquire)) {
         std::call_once(entry->once, [&] {
             cookInto(entry->record, stage, path, traversal, input);
             entry->done.store(true, std::memory_order_release);
@@ -221,7 +221,7 @@ bool StageGraph::rootColumn(int stage, Mode mode, std::vector<Node>& out) {
 }
 
 bool StageGraph::column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
-                        std::vector<Node>& out, bool knownChild) {
+                        std::vector<Node>& out) {
     out.assign(static_cast<size_t>(stage) + 1, Node());
     const std::string name = childPath.substr(childPath.rfind('/') + 1);
     if (parent[0].exists()) {
@@ -254,7 +254,8 @@ bool StageGraph::column(const std::vector<Node>& parent, const std::string& chil
                 out[ks] = below; // the parent passes through on this step, and so does all below it
                 continue;
             }
-            if (!up.cooked->childTraversal(name, knownChild && k == stage, traversal)) {
+            // The cooked parent's children are its input's plus the ones it created.
+            if (!up.cooked->childTraversal(name, below.exists(), traversal)) {
                 continue;
             }
             if (!traversal.op) {
@@ -290,7 +291,7 @@ bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, 
         }
         currentPath += "/";
         currentPath += part;
-        if (!column(current, currentPath, stage, mode, next, false)) {
+        if (!column(current, currentPath, stage, mode, next)) {
             return false;
         }
         current.swap(next);
@@ -322,7 +323,7 @@ std::vector<Node> StageGraph::locateChain(int stage, const std::string& path) {
 std::vector<Node> StageGraph::childColumn(const std::vector<Node>& parent, const std::string& childPath,
                                           int stage) {
     std::vector<Node> out;
-    column(parent, childPath, stage, Mode::Cook, out, true);
+    column(parent, childPath, stage, Mode::Cook, out);
     return out;
 }
 
@@ -340,7 +341,7 @@ std::vector<Node> StageGraph::columnOf(int stage, const std::string& path) {
         }
         currentPath += "/";
         currentPath += part;
-        column(current, currentPath, stage, Mode::Cook, next, false);
+        column(current, currentPath, stage, Mode::Cook, next);
         current.swap(next);
     }
     if (!current.back().exists()) {

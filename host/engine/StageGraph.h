@@ -75,7 +75,7 @@ private:
     enum class Mode { Cook, Probe };
 
     bool column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
-                std::vector<Node>& out, bool knownChild);
+                std::vector<Node>& out);
     bool rootColumn(int stage, Mode mode, std::vector<Node>& out);
     bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain);
     bool cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input, Mode mode,

@@ -15,7 +15,7 @@ template <> struct NumericTraits<int32_t> {
     static constexpr const char* kGetError = "Error getting int value from IntAttribute.";
     static QnAttributeHandle create(const AttributeHostSuite* s, const float* t, int64_t n,
                                     const int32_t* const* v, int64_t c, int64_t ts) {
-        return s->createIntSamples(t, n, v, c, ts);
+        return s ? s->createIntSamples(t, n, v, c, ts) : nullptr;
     }
     static const int32_t* nearest(const AttributeHostSuite* s, QnAttributeHandle h, float t, int64_t* n) {
         return s->getIntNearestSample(h, t, n);
@@ -29,7 +29,7 @@ template <> struct NumericTraits<float> {
         "Error interpolating FloatAttribute. Attrs do not have sufficient value counts.";
     static QnAttributeHandle create(const AttributeHostSuite* s, const float* t, int64_t n,
                                     const float* const* v, int64_t c, int64_t ts) {
-        return s->createFloatSamples(t, n, v, c, ts);
+        return s ? s->createFloatSamples(t, n, v, c, ts) : nullptr;
     }
     static const float* nearest(const AttributeHostSuite* s, QnAttributeHandle h, float t, int64_t* n) {
         return s->getFloatNearestSample(h, t, n);
@@ -43,7 +43,7 @@ template <> struct NumericTraits<double> {
         "Error interpolating DoubleAttribute. Attrs do not have sufficient value counts.";
     static QnAttributeHandle create(const AttributeHostSuite* s, const float* t, int64_t n,
                                     const double* const* v, int64_t c, int64_t ts) {
-        return s->createDoubleSamples(t, n, v, c, ts);
+        return s ? s->createDoubleSamples(t, n, v, c, ts) : nullptr;
     }
     static const double* nearest(const AttributeHostSuite* s, QnAttributeHandle h, float t, int64_t* n) {
         return s->getDoubleNearestSample(h, t, n);
@@ -234,7 +234,8 @@ template class InterpolatedAttribute<double, QN_ATTRIBUTE_TYPE_DOUBLE>;
 // ---- StringAttribute ----
 
 StringAttribute::StringAttribute(const std::string& value) {
-    m_handle = suite()->createString(value.c_str());
+    if (const AttributeHostSuite* s = suite())
+        m_handle = s->createString(value.c_str());
 }
 
 StringAttribute::StringAttribute(const std::vector<std::string>& values, int64_t tupleSize) {
@@ -244,12 +245,16 @@ StringAttribute::StringAttribute(const std::vector<std::string>& values, int64_t
         pointers.push_back(v.c_str());
     const float time = 0.0f;
     const char* const* sample = pointers.data();
-    m_handle =
-        suite()->createStringSamples(&time, 1, &sample, static_cast<int64_t>(pointers.size()), tupleSize);
+    if (const AttributeHostSuite* s = suite())
+        m_handle =
+            s->createStringSamples(&time, 1, &sample, static_cast<int64_t>(pointers.size()), tupleSize);
 }
 
 StringAttribute::StringAttribute(const std::map<float, std::vector<std::string>>& samples,
                                  int64_t tupleSize) {
+    const AttributeHostSuite* s = suite();
+    if (!s)
+        return;
     std::map<float, std::vector<const char*>> pointers;
     for (const auto& [time, values] : samples) {
         std::vector<const char*>& p = pointers[time];
@@ -259,7 +264,7 @@ StringAttribute::StringAttribute(const std::map<float, std::vector<std::string>>
     }
     m_handle =
         createFromMap(pointers, [&](const float* t, int64_t n, const char* const* const* v, int64_t c) {
-            return suite()->createStringSamples(t, n, v, c, tupleSize);
+            return s->createStringSamples(t, n, v, c, tupleSize);
         });
 }
 

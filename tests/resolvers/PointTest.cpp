@@ -235,3 +235,23 @@ TEST(PointResolver, ExactFailureTexts) {
         EXPECT_TRUE(attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null());
     }
 }
+
+TEST(PointResolver, GeometryQueriesGiveTheSameSceneUnderAbortsAndThreads) {
+    // Every follower reads the quad's faces or bound; in abort mode the first of those queries is
+    // aborted and the location cooked again, which must not change a single byte of the output.
+    Json quad =
+        mesh({0, 0, 0, 2, 0, 0, 2, 2, 0, 0, 2, 0}, {0, 4}, {0, 1, 2, 3}, {{"translate", triple(5, 1, 0)}});
+    quad["attrs"]["bound"] = doubles({0, 2, 0, 2, 0, 0});
+    Json children = {{"q", quad}};
+    const char* modes[] = {"faceCenterAverage", "faceBoundingBox", "boundingBox"};
+    for (int i = 0; i < 30; ++i)
+        children["f" + std::to_string(i)] = follower({"/root/world/q"}, pointArgs(modes[i % 3]));
+    const Json scene = sceneFile(children, resolveOps());
+    const CookResult one = cook(scene, {"--world", "--threads", "1"});
+    const CookResult aborting = cook(scene, {"--world", "--threads", "2", "--abort-mode"});
+    ASSERT_EQ(0, one.exitCode) << one.err;
+    ASSERT_EQ(0, aborting.exitCode) << aborting.err;
+    EXPECT_EQ(one.out, aborting.out);
+    for (int i = 0; i < 30; ++i)
+        expectVecNear(V3d(6, 2, 0), position(aborting, "/root/world/f" + std::to_string(i)));
+}

@@ -73,9 +73,11 @@ std::string reasonOf(const std::string& message) {
     return bracket == std::string::npos ? message : message.substr(bracket + 2);
 }
 
-// Builds an ordered document like the library's own DOM parser, but appends object members without
-// the linear search of the ordered map (objects with many thousand children stay linear) and
-// rejects duplicate keys instead of silently keeping the last value.
+// Builds an ordered document like the library's own DOM parser, with two differences: duplicate keys
+// are rejected instead of silently keeping the last value, and objects are built in linear time. An
+// object's members are staged in a vector of movable pairs while it is open and moved into the object
+// when it closes; the ordered map itself would look every key up linearly, and its pairs (with const
+// keys) are copied, subtrees and all, each time its storage grows.
 class DocumentBuilder {
 public:
     DocumentBuilder(const std::string& text, const char** consumed) : m_text(text), m_consumed(consumed) {}
@@ -90,16 +92,22 @@ public:
 
     bool start_object(std::size_t) {
         Json* object = place(Json(Json::value_t::object));
-        m_stack.push_back({object, nullptr});
+        m_stack.push_back(Frame{object, {}, nullptr});
         return true;
     }
     bool end_object() {
+        Frame& frame = m_stack.back();
+        auto& members = static_cast<Members&>(frame.container->get_ref<Json::object_t&>());
+        members.reserve(frame.staged.size());
+        for (auto& [name, value] : frame.staged) {
+            members.emplace_back(std::move(name), std::move(value));
+        }
         m_stack.pop_back();
         return true;
     }
     bool start_array(std::size_t) {
         Json* array = place(Json(Json::value_t::array));
-        m_stack.push_back({array, nullptr});
+        m_stack.push_back(Frame{array, {}, nullptr});
         return true;
     }
     bool end_array() {
@@ -109,8 +117,7 @@ public:
 
     bool key(Json::string_t& name) {
         Frame& frame = m_stack.back();
-        auto& members = static_cast<Members&>(frame.container->get_ref<Json::object_t&>());
-        if (isDuplicate(frame, members, name)) {
+        if (isDuplicate(frame, name)) {
             // The parser has just read the key's closing quote: point at it.
             const TextPosition at =
                 positionOf(m_text, static_cast<std::size_t>(*m_consumed - m_text.data()) - 1);
@@ -121,8 +128,7 @@ public:
         if (frame.keys) {
             frame.keys->insert(name);
         }
-        members.emplace_back(std::move(name), nullptr);
-        m_pendingMember = &members.back().second;
+        frame.staged.emplace_back(std::move(name), nullptr);
         return true;
     }
 
@@ -143,37 +149,41 @@ private:
 
     struct Frame {
         Json* container;
+        std::vector<std::pair<std::string, Json>> staged; // an open object's members so far
         std::unique_ptr<std::unordered_set<std::string>> keys;
     };
 
-    bool isDuplicate(Frame& frame, const Members& members, const std::string& name) {
-        if (!frame.keys && members.size() >= kLinearKeyCheck) {
+    static bool isDuplicate(Frame& frame, const std::string& name) {
+        if (!frame.keys && frame.staged.size() >= kLinearKeyCheck) {
             frame.keys = std::make_unique<std::unordered_set<std::string>>();
-            for (const auto& member : members) {
+            for (const auto& member : frame.staged) {
                 frame.keys->insert(member.first);
             }
         }
         if (frame.keys) {
             return frame.keys->count(name) != 0;
         }
-        return std::any_of(members.begin(), members.end(), [&](const auto& m) { return m.first == name; });
+        return std::any_of(frame.staged.begin(), frame.staged.end(),
+                           [&](const auto& member) { return member.first == name; });
     }
 
     // Stores a value where the parser is: the document itself, the next array element or the member
-    // whose key came last. Containers are only appended to while they are innermost, so the
+    // whose key came last. A container only grows while it is the innermost open one, so the
     // pointers kept on the stack stay valid.
     Json* place(Json&& value) {
         if (m_stack.empty()) {
             m_root = std::move(value);
             return &m_root;
         }
-        Json& container = *m_stack.back().container;
-        if (container.is_array()) {
-            container.get_ref<Json::array_t&>().push_back(std::move(value));
-            return &container.get_ref<Json::array_t&>().back();
+        Frame& frame = m_stack.back();
+        if (frame.container->is_array()) {
+            auto& elements = frame.container->get_ref<Json::array_t&>();
+            elements.push_back(std::move(value));
+            return &elements.back();
         }
-        *m_pendingMember = std::move(value);
-        return m_pendingMember;
+        Json& member = frame.staged.back().second;
+        member = std::move(value);
+        return &member;
     }
 
     // place() in the SAX convention of returning whether to go on.
@@ -183,7 +193,6 @@ private:
     const char** m_consumed;
     Json m_root;
     std::vector<Frame> m_stack;
-    Json* m_pendingMember = nullptr;
     std::unique_ptr<JsonSyntaxError> m_error;
 };
 

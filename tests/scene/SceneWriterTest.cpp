@@ -213,24 +213,3 @@ TEST(SceneWriter, GroupsThatWouldReadBackAsDataAreRefused) {
         }
     }
 }
-
-TEST(SceneWriter, SubtreesAreWrittenAsScenes) {
-    const SceneFile file =
-        read(R"({"scene": {"children": {"world": {"attrs": {"n": {"int": 1}}, "children": {"g": {}}}}}})");
-    std::ostringstream out;
-    writeScene(file.root.children[0], out, "/root/world");
-    EXPECT_EQ(out.str(), R"({
-  "scene": {
-    "attrs": {
-      "n": {"int": 1}
-    },
-    "children": {
-      "g": {
-        "attrs": {},
-        "children": {}
-      }
-    }
-  }
-}
-)");
-}

@@ -23,6 +23,8 @@ SceneLocation scene() {
 struct Scenario {
     const char* what;
     std::vector<OpDescription> ops;
+    /// One op cook per location and step at or below each op's location (created children included).
+    int64_t cooks;
 };
 
 std::vector<Scenario> scenarios() {
@@ -32,18 +34,21 @@ std::vector<Scenario> scenarios() {
           op("TestQuery", "/root/world",
              {{"from", strings({"/root/world/geo/a"})}, {"attr", strings({"seen.label"})}}),
           op("TestQuery", "/root",
-             {{"from", strings({"/root/world/geo/b"})}, {"attr", strings({"copied"})}})}},
+             {{"from", strings({"/root/world/geo/b"})}, {"attr", strings({"copied"})}})},
+         4 + 6 + 7},
         {"created children",
          {op("TestCreate", "/root/world",
              {{"parents", strings({"cam"})},
               {"names", strings({"n1", "n2"})},
               {"privateLabel", strings({"p"})}}),
           op("TestQuery", "/root/world/geo",
-             {{"from", strings({"/root/world/cam/n1"})}, {"attr", strings({"seen.root"})}})}},
+             {{"from", strings({"/root/world/cam/n1"})}, {"attr", strings({"seen.root"})}})},
+         (6 + 2) + 4},
         {"hand over",
          {op("TestHandOver", "/root/world", {{"privateLabel", strings({"P"})}}),
           op("TestQuery", "/root/world/geo",
-             {{"from", strings({"/root/world/cam"})}, {"attr", strings({"seen.label"})}})}},
+             {{"from", strings({"/root/world/cam"})}, {"attr", strings({"seen.label"})}})},
+         6 + 4},
         {"extend",
          {op("TestExtend", "/root/world",
              {{"at", strings({"/root/world"})}, {"name", strings({"list"})}, {"values", strings({"/y"})}}),
@@ -52,13 +57,15 @@ std::vector<Scenario> scenarios() {
               {"name", strings({"list"})},
               {"values", strings({"/z"})},
               {"sourcePath", strings({"/root/world/geo/a"})},
-              {"source", strings({"value"})}})}},
+              {"source", strings({"value"})}})},
+         6 + 6},
         {"world transforms",
          {op("TestMark", "/root/world"),
           op("TestWorld", "/root/world",
              {{"at", strings({"/root/world/cam"})}, {"of", strings({"/root/world/geo/a1"})}}),
           op("TestWorld", "/root/world",
-             {{"at", strings({"/root/world/geo/b"})}, {"of", strings({"/root/world/cam"})}})}},
+             {{"at", strings({"/root/world/geo/b"})}, {"of", strings({"/root/world/cam"})}})},
+         6 + 6 + 6},
     };
 }
 
@@ -81,6 +88,7 @@ TEST(EngineAbort, ResultsEqualANormalCookForAnyThreadCount) {
         CookStatistics normal, aborting;
         const std::string reference = cookDump(file, 1, false, &normal);
         EXPECT_EQ(normal.abortedAttempts, 0) << s.what;
+        EXPECT_EQ(normal.cooks, s.cooks) << s.what;
         EXPECT_EQ(cookDump(file, 2, false), reference) << s.what;
         EXPECT_EQ(cookDump(file, 1, true, &aborting), reference) << s.what;
         EXPECT_EQ(cookDump(file, 2, true), reference) << s.what;

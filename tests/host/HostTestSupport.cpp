@@ -3,6 +3,7 @@
 #include "host/engine/HostServices.h"
 
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <map>
 #include <sstream>
@@ -14,6 +15,19 @@ namespace HostTest {
 void useHostAttributes() {
     hostServices();
 }
+
+namespace {
+
+/// Installs the attribute suite before any test builds an attribute, whichever test runs alone.
+class HostAttributesEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { useHostAttributes(); }
+};
+
+const ::testing::Environment* const kEnvironment =
+    ::testing::AddGlobalTestEnvironment(new HostAttributesEnvironment);
+
+} // namespace
 
 Qn::GroupAttribute group(const NamedAttrs& children) {
     useHostAttributes();

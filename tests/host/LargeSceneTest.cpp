@@ -94,6 +94,10 @@ TEST(LargeScene, SameBytesForOneAndTwoThreadsAndAbortMode) {
             EXPECT_TRUE(text == reference) << "threads " << run.threads << " abort " << run.abortMode;
         }
         EXPECT_EQ(testDeletions() - deletionsBefore, 2);
+        // Each location once per step, however many threads or aborts: world, 100 groups and 100,000
+        // leaves for TestMark; g1 and its leaves for TestQuery; the same 100,101 plus the two created
+        // children for each of the last three ops.
+        EXPECT_EQ(engine.statistics().cooks, 100101 + 1001 + 3 * 100103);
         if (run.abortMode) {
             EXPECT_GT(engine.statistics().abortedAttempts, 0);
         }

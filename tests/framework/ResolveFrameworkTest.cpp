@@ -52,8 +52,8 @@ TEST(ResolveFramework, PointFollowsAnAnimatedTargetAtEverySample) {
          {{"attrs", {{"xform", {{"translate", animatedDoubles({{"0", {0, 0, 0}}, {"1", {2, 4, 6}}})}}}}}}},
         {"a", located({1, 1, 1}, {{"constraint", pointConstraint({"/root/world/t"})}})}};
     CookResult result = cookWorld(children);
-    auto samples = worldSamples(result.scene, "/root/world/a");
-    ASSERT_EQ(samples.size(), 2u);
+    auto worlds = worldSamples(result.scene, "/root/world/a");
+    ASSERT_EQ(worlds.size(), 2u);
     EXPECT_LT((position(result.scene, "/root/world/a", 0.0f) - Imath::V3d(0, 0, 0)).length(), kTolerance);
     EXPECT_LT((position(result.scene, "/root/world/a", 1.0f) - Imath::V3d(2, 4, 6)).length(), kTolerance);
     const Json& resolved = attribute(result.scene, "/root/world/a", "xform.resolvedconstraint.matrix");

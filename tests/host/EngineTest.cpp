@@ -259,6 +259,49 @@ TEST(Engine, ExtendAppendsCreatesAndReportsMismatches) {
     EXPECT_EQ(Qn::StringAttribute(attrOf(out, at, "list")).getNearestSampleStrings(0), Names{"/x"});
 }
 
+TEST(Engine, AllAttributesFallbacksSetAtCopyAndDelete) {
+    const SceneLocation root = location(
+        "root", {},
+        {location(
+            "world", {},
+            {location("src", {{"value", strings({"V"})}, {"second", strings({"S2"})}}),
+             location("fb", {{"first", strings({"F1"})}}), location("none"),
+             location("target", {{"gone", strings({"x"})},
+                                 {"doomed", group({{"inner", doubles({1})}, {"kept", doubles({2})}})}})})});
+    const std::string at = "/root/world/target";
+    const Qn::GroupAttribute fallbacks =
+        group({{"ownSecond", strings({"/root/world/src", "/root/world/fb"})},
+               {"fallbackFirst", strings({"/root/world/none", "/root/world/fb"})},
+               {"neither", strings({"/root/missing", "/root/world/none"})}});
+    for (bool abortMode : {false, true}) {
+        const SceneFile file = sceneFile(
+            root,
+            {op("TestMark", "/root/world"),
+             op("TestEntries", "/root/world",
+                {{"at", strings({at})}, {"from", strings({"/root/world/src"})}, {"fallbacks", fallbacks}})});
+        EngineOptions options;
+        options.abortMode = abortMode;
+        Engine engine(file, testRegistry(), options);
+        const SceneLocation out = engine.cook();
+        // src has value, second and what TestMark wrote (seen).
+        EXPECT_EQ(intOf(out, at, "entries.allCount"), 3);
+        EXPECT_EQ(intOf(out, at, "entries.allMissing"), 1);
+        EXPECT_EQ(stringOf(out, at, "fallback.ownSecond"), "S2");
+        EXPECT_EQ(stringOf(out, at, "fallback.fallbackFirst"), "F1");
+        EXPECT_FALSE(attrOf(out, at, "fallback.neither").isValid());
+        EXPECT_EQ(intOf(out, at, "fromSetAt"), 1);
+        EXPECT_FALSE(attrOf(out, "/root/world", "ignored").isValid());
+        EXPECT_FALSE(attrOf(out, at, "ignored").isValid());
+        EXPECT_EQ(stringOf(out, at, "entries.copied"), "V");
+        EXPECT_FALSE(attrOf(out, at, "gone").isValid());
+        EXPECT_FALSE(attrOf(out, at, "doomed.inner").isValid());
+        EXPECT_EQ(Qn::DoubleAttribute(attrOf(out, at, "doomed.kept")).getValue(), 2.0);
+        // at, from, fallbacks and the host's system group.
+        EXPECT_EQ(intOf(out, at, "entries.argCount"), 4);
+        EXPECT_EQ(attrNamesOf(out, at), (Names{"doomed", "seen", "entries", "fallback", "fromSetAt"}));
+    }
+}
+
 TEST(Engine, EveryOpSeesTheTimeSliceAndVariables) {
     SceneFile file =
         sceneFile(testScene(), {op("TestMark", "/root/world/cam", {{"withSystem", Qn::IntAttribute(1)}})});

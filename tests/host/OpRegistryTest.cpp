@@ -28,9 +28,9 @@ TEST(OpRegistry, RegistersEveryOpOfTheTestLibrary) {
     const OpRegistry registry = OpRegistry::load({testPluginDir()}, diagnostics);
     EXPECT_EQ(diagnostics.str(), "");
     EXPECT_EQ(registry.opTypes(),
-              (std::vector<std::string>{"TestAbortWithoutQuery", "TestAttempts", "TestCreate", "TestEscape",
-                                        "TestExtend", "TestHandOver", "TestMark", "TestQuery", "TestSerial",
-                                        "TestThrow", "TestThrowUnknown", "TestWorld"}));
+              (std::vector<std::string>{"TestAbortWithoutQuery", "TestAttempts", "TestCreate", "TestEntries",
+                                        "TestEscape", "TestExtend", "TestHandOver", "TestMark", "TestQuery",
+                                        "TestSerial", "TestThrow", "TestThrowUnknown", "TestWorld"}));
     EXPECT_NE(registry.find("TestMark"), nullptr);
     EXPECT_EQ(registry.find("ConstraintSetup"), nullptr);
     EXPECT_EQ(registry.threadingMode("TestSerial"), 1);

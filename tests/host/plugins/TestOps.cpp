@@ -193,6 +193,44 @@ struct WorldOp : Qn::VexilOp {
     }
 };
 
+/// At location "at": every attribute of "from" (entry 20) counted in "entries.allCount"; the attribute
+/// of a missing location noted in "entries.allMissing"; for each child of group "fallbacks" (a
+/// string pair: path, fallback path) the first of "first"/"second" found (entry 23) as
+/// "fallback.<child>"; two setAttrsAt calls (entry 29), one at another path; "value" of "from"
+/// copied to "entries.copied" and an absent attribute copied over "gone" (entry 30); "doomed.inner"
+/// deleted; the number of op arguments (empty name) in "entries.argCount".
+struct EntriesOp : Qn::VexilOp {
+    static void cook(VexilCookInterface& ci) {
+        if (stringArg(ci, "at") != ci.getOutputLocationPath()) {
+            return;
+        }
+        const std::string from = stringArg(ci, "from");
+        const Qn::GroupAttribute all = ci.getAllAttrs(from);
+        ci.setAttr("entries.allCount", Qn::IntAttribute(static_cast<int32_t>(all.getNumberOfChildren())));
+        ci.setAttr("entries.allMissing", Qn::IntAttribute(ci.getAllAttrs("/root/missing").isValid() ? 0 : 1));
+        const Qn::GroupAttribute fallbacks(ci.getOpArg("fallbacks"));
+        const Qn::StringAttribute names(std::vector<std::string>{"first", "second"});
+        for (int64_t i = 0; i < fallbacks.getNumberOfChildren(); ++i) {
+            const auto pair = Qn::StringAttribute(fallbacks.getChildByIndex(i)).getNearestSampleStrings(0.0f);
+            const Qn::Attribute found = ci.getAttrWithFallback(pair.at(0), pair.at(1), names);
+            if (found.isValid()) {
+                ci.setAttr("fallback." + fallbacks.getChildName(i), found);
+            }
+        }
+        Qn::GroupBuilder here;
+        here.set("fromSetAt", Qn::IntAttribute(1));
+        ci.setAttrsAt(ci.getOutputLocationPath(), here.build());
+        Qn::GroupBuilder elsewhere;
+        elsewhere.set("ignored", Qn::IntAttribute(1));
+        ci.setAttrsAt("/root/world", elsewhere.build());
+        ci.copyAttr("entries.copied", "value", true, from);
+        ci.copyAttr("gone", "noSuchAttribute", true, from);
+        ci.deleteAttr("doomed.inner");
+        ci.setAttr("entries.argCount", Qn::IntAttribute(static_cast<int32_t>(
+                                           Qn::GroupAttribute(ci.getOpArg()).getNumberOfChildren())));
+    }
+};
+
 std::atomic<int64_t> g_attempts{0};
 
 /// Writes "attempt<N>" (N counting every cook of this op in the process), then copies attribute
@@ -273,6 +311,7 @@ extern "C" __attribute__((visibility("default"))) VexilPluginRecord* getPlugins(
         record("TestWorld", &Qn::getVexilOpSuite<WorldOp>),
         record("TestSerial", &Qn::getVexilOpSuite<SerialOp>),
         record("TestAttempts", &Qn::getVexilOpSuite<AttemptsOp>),
+        record("TestEntries", &Qn::getVexilOpSuite<EntriesOp>),
         record("TestEscape", &escapingSuite),
         record("TestAbortWithoutQuery", &abortWithoutQuerySuite),
     };

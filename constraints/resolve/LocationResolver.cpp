@@ -176,8 +176,8 @@ private:
 class ConstraintFrame : public ResolvedCache {
 public:
     ConstraintFrame(const ResolveSession& session, const std::string& basePath,
-                    const Qn::GroupAttribute& partialXform)
-        : m_session(session), m_basePath(basePath), m_partialXform(partialXform) {}
+                    const Qn::GroupAttribute& partialXform, const OutputAttributes& baseOutput)
+        : m_session(session), m_basePath(basePath), m_partialXform(partialXform), m_baseOutput(baseOutput) {}
 
     Qn::Attribute getAttr(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                           const std::string& name) override {
@@ -187,8 +187,15 @@ public:
                 return it->second;
             }
         }
-        if (locationPath == m_basePath && name == "xform") {
-            return m_partialXform;
+        if (locationPath == m_basePath) {
+            // The constrained location as the constraints before this one left it.
+            if (name == "xform") {
+                return m_partialXform;
+            }
+            auto it = m_baseOutput.find(name);
+            if (it != m_baseOutput.end()) {
+                return it->second;
+            }
         }
         return cookInterface.getAttr(name, locationPath);
     }
@@ -217,6 +224,7 @@ private:
     const ResolveSession& m_session;
     const std::string& m_basePath;
     Qn::GroupAttribute m_partialXform;
+    const OutputAttributes& m_baseOutput;
 };
 
 ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const Qn::GroupAttribute& xform) {
@@ -313,7 +321,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
                                                      const Qn::GroupAttribute& partialXform,
                                                      std::string& warnings, OutputAttributes& output) {
     requireDependencies(path, targets);
-    ConstraintFrame frame(*this, path, partialXform);
+    ConstraintFrame frame(*this, path, partialXform, output);
 
     SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, path);
     for (const std::string& target : targets) {

@@ -257,3 +257,29 @@ TEST(ResolveFramework, OutputDoesNotDependOnThreadsOrAbortMode) {
     EXPECT_EQ(one.out, aborting.out);
     EXPECT_LT((position(one.scene, "/root/world/n39", 1.0f) - Imath::V3d(1, 2, 3)).length(), kTolerance);
 }
+
+TEST(ResolveFramework, ALaterConstraintSeesWhatAnEarlierOneDidToTheSameCamera) {
+    // FOV fits the cube [-1,1]^3 seen from z = 10 (nearest face at distance 9: tan(fov/2) = 1/9);
+    // Dolly then finds the cube already fitting that new fov, so the camera stays where it is.
+    auto camera = [](bool withFov) {
+        Json args = {{"targetBounds", "box"}, {"angleOffset", floats({0})}};
+        Json xform = translateXform({0, 0, 10});
+        if (withFov) {
+            xform["constraint"] = {{"type", "FOV"}, {"target", {"/root/world/cube"}}, {"args", args}};
+        }
+        xform["constraint1"] = {{"type", "Dolly"}, {"target", {"/root/world/cube"}}, {"args", args}};
+        Json geometry = {{"left", doubles({-1})}, {"right", doubles({1})}, {"bottom", doubles({-1})},
+                         {"top", doubles({1})},   {"fov", doubles({90})},  {"projection", "perspective"}};
+        return Json{{"attrs", {{"type", "camera"}, {"xform", xform}, {"geometry", geometry}}}};
+    };
+    Json cube = {{"attrs", {{"type", "polymesh"}, {"bound", doubles({-1, 1, -1, 1, -1, 1})}}}};
+    CookResult fitted = cookWorld({{"cube", cube}, {"cam", camera(true)}});
+    EXPECT_EQ(stringValue(fitted.scene, "/root/world/cam", "errorMessage"), "");
+    const double fov = samples(attribute(fitted.scene, "/root/world/cam", "geometry.fov")).at(0.0f).at(0);
+    EXPECT_NEAR(fov, 2.0 * std::atan(1.0 / 9.0) * 180.0 / M_PI, 1e-9);
+    EXPECT_LT((position(fitted.scene, "/root/world/cam") - Imath::V3d(0, 0, 10)).length(), 1e-9);
+
+    // Without the FOV constraint the 90 degree camera dollies in towards the cube.
+    CookResult dollied = cookWorld({{"cube", cube}, {"cam", camera(false)}});
+    EXPECT_LT(position(dollied.scene, "/root/world/cam").z, 9.0);
+}

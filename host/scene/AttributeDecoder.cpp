@@ -30,12 +30,6 @@ bool isKindKey(const std::string& key) {
     return false;
 }
 
-JsonPath child(const JsonPath& path, const std::string& key) {
-    JsonPath result = path;
-    result.push_back({key, 0, false});
-    return result;
-}
-
 // A JSON value as it appears in messages, cut short when long.
 std::string shown(const Json& value) {
     std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -247,15 +241,15 @@ bool hasKindKey(const Json& object) {
     return false;
 }
 
-Qn::GroupAttribute decodeGroupMembers(const Json& object, const JsonPath& path) {
+Qn::GroupAttribute decodeGroupMembers(const Json& object, JsonPath& path) {
     // Literal names: a name with a dot is one child, exactly as it was written out.
     Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
     for (const auto& [name, value] : object.items()) {
-        const JsonPath childPath = child(path, name);
+        const JsonPathScope step(path, name);
         if (name.empty()) {
-            throw SceneFormatError(childPath, "an attribute name is empty");
+            throw SceneFormatError(path, "an attribute name is empty");
         }
-        builder.set(name, decodeAttribute(value, childPath));
+        builder.set(name, decodeAttribute(value, path));
     }
     Qn::GroupAttribute group = builder.build();
     if (!group.isValid()) {
@@ -266,7 +260,7 @@ Qn::GroupAttribute decodeGroupMembers(const Json& object, const JsonPath& path) 
 
 } // namespace
 
-Qn::Attribute decodeAttribute(const Json& value, const JsonPath& path) {
+Qn::Attribute decodeAttribute(const Json& value, JsonPath& path) {
     switch (value.type()) {
     case Json::value_t::string:
         return decodeData<Qn::StringAttribute>(Json::array({value}), "string", 1, path);
@@ -295,7 +289,7 @@ Qn::Attribute decodeAttribute(const Json& value, const JsonPath& path) {
     }
 }
 
-Qn::GroupAttribute decodeAttributeGroup(const Json& value, const JsonPath& path) {
+Qn::GroupAttribute decodeAttributeGroup(const Json& value, JsonPath& path) {
     if (!value.is_object() || hasKindKey(value)) {
         throw SceneFormatError(path, "must be an object of named attributes, not " + shown(value));
     }

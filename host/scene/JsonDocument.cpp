@@ -91,6 +91,9 @@ public:
     bool binary(Json::binary_t& value) { return placed(Json::binary(std::move(value))); }
 
     bool start_object(std::size_t) {
+        if (tooDeep()) {
+            return false;
+        }
         Json* object = place(Json(Json::value_t::object));
         m_stack.push_back(Frame{object, {}, nullptr});
         return true;
@@ -106,6 +109,9 @@ public:
         return true;
     }
     bool start_array(std::size_t) {
+        if (tooDeep()) {
+            return false;
+        }
         Json* array = place(Json(Json::value_t::array));
         m_stack.push_back(Frame{array, {}, nullptr});
         return true;
@@ -135,7 +141,8 @@ public:
     bool parse_error(std::size_t byte, const std::string&, const nlohmann::detail::exception& error) {
         // `byte` counts the characters read, the offending one included.
         const TextPosition at = positionOf(m_text, byte == 0 ? 0 : byte - 1);
-        m_error = std::make_unique<JsonSyntaxError>(reasonOf(error.what()), at.line, at.column);
+        m_error =
+            std::make_unique<JsonSyntaxError>("invalid JSON: " + reasonOf(error.what()), at.line, at.column);
         return false;
     }
 
@@ -152,6 +159,20 @@ private:
         std::vector<std::pair<std::string, Json>> staged; // an open object's members so far
         std::unique_ptr<std::unordered_set<std::string>> keys;
     };
+
+    // Readers of the document recurse once per level; the limit keeps a hostile file from exhausting
+    // the stack.
+    bool tooDeep() {
+        if (m_stack.size() < kMaxJsonDepth) {
+            return false;
+        }
+        // The parser has just read the opening bracket: point at it.
+        const TextPosition at = positionOf(m_text, static_cast<std::size_t>(*m_consumed - m_text.data()) - 1);
+        m_error = std::make_unique<JsonSyntaxError>("objects and arrays nested deeper than " +
+                                                        std::to_string(kMaxJsonDepth) + " levels",
+                                                    at.line, at.column);
+        return true;
+    }
 
     static bool isDuplicate(Frame& frame, const std::string& name) {
         if (!frame.keys && frame.staged.size() >= kLinearKeyCheck) {

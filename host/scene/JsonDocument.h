@@ -20,11 +20,33 @@ struct JsonPathStep {
 /// A path from the top of a document to one value.
 using JsonPath = std::vector<JsonPathStep>;
 
+/// Adds one step to a path for as long as it lives, so that a reader descending through a document
+/// keeps one path instead of copying it at every level.
+class JsonPathScope {
+public:
+    JsonPathScope(JsonPath& path, std::string key) : m_path(path) {
+        m_path.push_back({std::move(key), 0, false});
+    }
+    JsonPathScope(JsonPath& path, std::size_t index) : m_path(path) {
+        m_path.push_back({std::string(), index, true});
+    }
+    ~JsonPathScope() { m_path.pop_back(); }
+    JsonPathScope(const JsonPathScope&) = delete;
+    JsonPathScope& operator=(const JsonPathScope&) = delete;
+
+private:
+    JsonPath& m_path;
+};
+
 /// The dotted text of a path, indices in brackets: "scene.children.world.attrs", "ops[1].type".
 std::string formatJsonPath(const JsonPath& path);
 
-/// Malformed JSON text: `what()` is the reason alone; the 1-based line and column of the offending
-/// character are separate.
+/// Objects and arrays nest at most this deep in a document.
+constexpr std::size_t kMaxJsonDepth = 4096;
+
+/// JSON text that cannot be read: malformed ("invalid JSON: <reason>"), a key twice in one object, or
+/// nesting deeper than kMaxJsonDepth. `what()` says which; the 1-based line and column of the
+/// offending character are separate.
 class JsonSyntaxError : public std::runtime_error {
 public:
     JsonSyntaxError(const std::string& reason, std::size_t line, std::size_t column)
@@ -38,7 +60,8 @@ private:
 };
 
 /// Parses `text` into a document whose objects keep the order of their keys. Throws JsonSyntaxError
-/// for malformed text and for a key that appears twice in one object.
+/// for malformed text, for a key that appears twice in one object and for nesting deeper than
+/// kMaxJsonDepth.
 nlohmann::ordered_json parseJsonDocument(const std::string& text);
 
 /// The 1-based line on which the value at `path` in `text` starts (for an object member, the line of

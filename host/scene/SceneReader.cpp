@@ -27,12 +27,6 @@ JsonPath child(const JsonPath& path, const std::string& key) {
     return result;
 }
 
-JsonPath element(const JsonPath& path, std::size_t index) {
-    JsonPath result = path;
-    result.push_back({std::string(), index, true});
-    return result;
-}
-
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) {
@@ -111,7 +105,10 @@ std::vector<std::pair<std::string, std::string>> readVariables(const Json& value
     return variables;
 }
 
-SceneLocation readLocation(const Json& value, const std::string& name, const JsonPath& path) {
+// `path` is the location's place in the file; it is extended while the location is read and is as it
+// was on return, so deep scenes do not copy it at every level.
+SceneLocation readLocation(const Json& value, const std::string& name, JsonPath& path,
+                           const Qn::GroupAttribute& emptyGroup) {
     if (!value.is_object()) {
         throw SceneFormatError(path, "a location must be an object with \"attrs\" and \"children\"");
     }
@@ -119,31 +116,32 @@ SceneLocation readLocation(const Json& value, const std::string& name, const Jso
     SceneLocation location;
     location.name = name;
     if (const Json* attrs = member(value, "attrs")) {
-        location.attrs = decodeAttributeGroup(*attrs, child(path, "attrs"));
+        const JsonPathScope step(path, "attrs");
+        location.attrs = decodeAttributeGroup(*attrs, path);
     } else {
-        location.attrs = decodeAttributeGroup(Json::object(), path);
+        location.attrs = emptyGroup;
     }
     if (const Json* children = member(value, "children")) {
-        const JsonPath childrenPath = child(path, "children");
+        const JsonPathScope childrenStep(path, "children");
         if (!children->is_object()) {
-            throw SceneFormatError(childrenPath, "must be an object from child name to location");
+            throw SceneFormatError(path, "must be an object from child name to location");
         }
         location.children.reserve(children->size());
         for (const auto& [childName, childValue] : children->items()) {
-            const JsonPath childPath = child(childrenPath, childName);
+            const JsonPathScope childStep(path, childName);
             if (!isLocationName(childName)) {
-                throw SceneFormatError(childPath,
-                                       "\"" + childName +
-                                           "\" is not a location name (names are not empty and hold no "
-                                           "\"/\")");
+                throw SceneFormatError(path, "\"" + childName +
+                                                 "\" is not a location name (names are not empty and hold no "
+                                                 "\"/\")");
             }
-            location.children.push_back(readLocation(childValue, childName, childPath));
+            location.children.push_back(readLocation(childValue, childName, path, emptyGroup));
         }
     }
     return location;
 }
 
-OpDescription readOp(const Json& value, const JsonPath& path, const SceneReadOptions& options) {
+OpDescription readOp(const Json& value, JsonPath& path, const SceneReadOptions& options,
+                     const Qn::GroupAttribute& emptyGroup) {
     if (!value.is_object()) {
         throw SceneFormatError(path, "an op must be an object with \"type\", \"location\" and \"args\"");
     }
@@ -176,15 +174,16 @@ OpDescription readOp(const Json& value, const JsonPath& path, const SceneReadOpt
         op.location = location->get<std::string>();
     }
     if (const Json* args = member(value, "args")) {
-        op.args = decodeAttributeGroup(*args, child(path, "args"));
+        const JsonPathScope step(path, "args");
+        op.args = decodeAttributeGroup(*args, path);
     } else {
-        op.args = decodeAttributeGroup(Json::object(), path);
+        op.args = emptyGroup;
     }
     return op;
 }
 
 SceneFile readDocument(const Json& document, const SceneReadOptions& options) {
-    const JsonPath top;
+    JsonPath top;
     if (!document.is_object()) {
         throw SceneFormatError(top, "the file must hold one object with \"scene\" (and optionally \"time\", "
                                     "\"variables\" and \"ops\")");
@@ -204,14 +203,24 @@ SceneFile readDocument(const Json& document, const SceneReadOptions& options) {
     if (!scene) {
         throw SceneFormatError(top, "the file has no \"scene\"");
     }
-    file.root = readLocation(*scene, "root", child(top, "scene"));
+    // Locations and ops without attributes share one empty group.
+    Qn::GroupBuilder emptyBuilder;
+    const Qn::GroupAttribute emptyGroup = emptyBuilder.build();
+    if (!emptyGroup.isValid()) {
+        throw SceneFormatError(top, "the attribute host cannot make groups");
+    }
+    {
+        const JsonPathScope step(top, "scene");
+        file.root = readLocation(*scene, "root", top, emptyGroup);
+    }
     if (const Json* ops = member(document, "ops")) {
-        const JsonPath opsPath = child(top, "ops");
+        const JsonPathScope opsStep(top, "ops");
         if (!ops->is_array()) {
-            throw SceneFormatError(opsPath, "must be an array of ops");
+            throw SceneFormatError(top, "must be an array of ops");
         }
         for (std::size_t i = 0; i < ops->size(); ++i) {
-            file.ops.push_back(readOp((*ops)[i], element(opsPath, i), options));
+            const JsonPathScope opStep(top, i);
+            file.ops.push_back(readOp((*ops)[i], top, options, emptyGroup));
         }
     }
     return file;
@@ -226,7 +235,7 @@ SceneFile readSceneText(const std::string& text, const std::string& nameForMessa
         document = parseJsonDocument(text);
     } catch (const JsonSyntaxError& error) {
         throw SceneFileError(nameForMessages + ": line " + std::to_string(error.line()) + ", column " +
-                             std::to_string(error.column()) + ": invalid JSON: " + error.what());
+                             std::to_string(error.column()) + ": " + error.what());
     }
     try {
         return readDocument(document, options);

@@ -12,7 +12,8 @@ std::string spaces(int count) {
     return std::string(static_cast<size_t>(count), ' ');
 }
 
-void writeLocation(const SceneLocation& location, const std::string& path, std::ostream& out, int indent) {
+// `path` names the location in messages; it grows by one name per level and is restored on return.
+void writeLocation(const SceneLocation& location, std::string& path, std::ostream& out, int indent) {
     out << "{\n" << spaces(indent + 2) << "\"attrs\": ";
     try {
         encodeAttributeGroup(location.attrs, out, indent + 2, std::string());
@@ -27,7 +28,10 @@ void writeLocation(const SceneLocation& location, const std::string& path, std::
         for (size_t i = 0; i < location.children.size(); ++i) {
             const SceneLocation& child = location.children[i];
             out << spaces(indent + 4) << jsonString(child.name) << ": ";
-            writeLocation(child, path + "/" + child.name, out, indent + 4);
+            const size_t parentLength = path.size();
+            path += "/" + child.name;
+            writeLocation(child, path, out, indent + 4);
+            path.resize(parentLength);
             out << (i + 1 < location.children.size() ? ",\n" : "\n");
         }
         out << spaces(indent + 2) << '}';
@@ -39,7 +43,8 @@ void writeLocation(const SceneLocation& location, const std::string& path, std::
 
 void writeScene(const SceneLocation& root, std::ostream& out, const std::string& rootPath) {
     out << "{\n  \"scene\": ";
-    writeLocation(root, rootPath, out, 2);
+    std::string path = rootPath;
+    writeLocation(root, path, out, 2);
     out << "\n}\n";
 }
 
@@ -58,7 +63,8 @@ void writeSceneFile(const SceneFile& file, std::ostream& out) {
         out << "},\n";
     }
     out << "  \"scene\": ";
-    writeLocation(file.root, "/root", out, 2);
+    std::string path = "/root";
+    writeLocation(file.root, path, out, 2);
     out << ",\n  \"ops\": [";
     for (size_t i = 0; i < file.ops.size(); ++i) {
         const OpDescription& op = file.ops[i];

@@ -109,7 +109,7 @@ TEST(VexilCook, UnusableInputFailsWithOneClearLine) {
          "{\"scene\": {},\n \"scene\": {}}",
          {},
          1,
-         "vexil-cook ERROR: {FILE}: line 2, column 8: invalid JSON: duplicate key \"scene\" in one object\n"},
+         "vexil-cook ERROR: {FILE}: line 2, column 8: duplicate key \"scene\" in one object\n"},
         {"bare number",
          "{\"scene\": {\"attrs\": {\n  \"n\": 3}}}",
          {},

@@ -75,6 +75,22 @@ TEST(JsonDocument, DuplicateKeysAreErrors) {
     EXPECT_NO_THROW(parseJsonDocument("{\"a\": {\"a\": 1}, \"b\": {\"a\": 2}}"));
 }
 
+TEST(JsonDocument, NestingIsLimited) {
+    const std::string deepest = std::string(kMaxJsonDepth, '[') + std::string(kMaxJsonDepth, ']');
+    EXPECT_NO_THROW(parseJsonDocument(deepest));
+    // One level more: the error points at the bracket that opens it, on the second line.
+    const std::string tooDeep =
+        "\n" + std::string(kMaxJsonDepth, '[') + "{}" + std::string(kMaxJsonDepth, ']');
+    try {
+        parseJsonDocument(tooDeep);
+        ADD_FAILURE() << "no error for nesting deeper than the limit";
+    } catch (const JsonSyntaxError& error) {
+        EXPECT_STREQ(error.what(), "objects and arrays nested deeper than 4096 levels");
+        EXPECT_EQ(error.line(), 2u);
+        EXPECT_EQ(error.column(), kMaxJsonDepth + 1);
+    }
+}
+
 TEST(JsonDocument, ObjectsKeepTheOrderOfTheText) {
     const nlohmann::ordered_json document =
         parseJsonDocument("{\"zeta\": 1, \"alpha\": {\"y\": true, \"b\": null}, \"mid\": [3, \"s\", 2.5]}");

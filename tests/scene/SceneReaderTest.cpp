@@ -349,7 +349,7 @@ TEST(SceneReader, MalformedJsonGivesLineAndColumn) {
         "test.json: line 2, column 13: invalid JSON: syntax error while parsing object key - unexpected ','; "
         "expected string literal");
     EXPECT_EQ(readError("{\"scene\": {}, \"scene\": {}}"),
-              "test.json: line 1, column 21: invalid JSON: duplicate key \"scene\" in one object");
+              "test.json: line 1, column 21: duplicate key \"scene\" in one object");
     EXPECT_EQ(readError(""), "test.json: line 1, column 1: invalid JSON: syntax error while parsing value - "
                              "unexpected end of input; expected '[', '{', or a literal");
 }

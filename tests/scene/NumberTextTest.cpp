@@ -70,6 +70,21 @@ TEST(NumberText, DoublesTakeTheirShortestForm) {
     }
 }
 
+// Of all positive finite floats, only this one has a shortest text ("7.038531e-26") that lands on its
+// neighbour when read as the nearest double and then the nearest float (found by an exhaustive scan).
+TEST(NumberText, TheFloatWhoseShortestTextRoundsTwiceWrongStillReadsBack) {
+    const uint32_t bits = 0x15ae43fdu;
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    ASSERT_NE((bitsOf<float, uint32_t>(static_cast<float>(readBack("7.038531e-26")))), bits)
+        << "the shortest text alone would not read back";
+    for (const float v : {value, -value}) {
+        const std::string text = formatFloat(v);
+        EXPECT_EQ((bitsOf<float, uint32_t>(static_cast<float>(readBack(text)))), (bitsOf<float, uint32_t>(v)))
+            << text;
+    }
+}
+
 // Every finite float and double must read back bit for bit through a JSON number (which readers
 // take as the nearest double, then the nearest float).
 TEST(NumberText, RandomValuesReadBackExactly) {

@@ -350,10 +350,4 @@ std::vector<Node> StageGraph::columnOf(int stage, const std::string& path) {
     return current;
 }
 
-std::vector<Node> StageGraph::rootColumn(int stage) {
-    std::vector<Node> out;
-    rootColumn(stage, Mode::Cook, out);
-    return out;
-}
-
 } // namespace VexilHost

@@ -40,8 +40,8 @@ public:
     /// The location at absolute `path` on step `stage`, cooking whatever it depends on.
     Node locate(int stage, const std::string& path);
 
-    /// Like locate, but cooks nothing: false (and `missing` set) when a location it depends on is not
-    /// cooked yet. `chain`, when given, receives the nodes of "/root" and every location down to `path`.
+    /// Like locate, but cooks nothing: false when a location it depends on is not cooked yet. `chain`,
+    /// when given, receives the nodes of "/root" and every location down to `path`.
     bool probe(int stage, const std::string& path, Node& out, std::vector<Node>* chain = nullptr);
 
     /// The nodes on `stage` of "/root" and every location down to `path`, cooking as needed; empty when
@@ -51,8 +51,6 @@ public:
     /// The node of child `name` (path `childPath`) on every step up to `stage`, given the same for
     /// its parent. Cooks as needed.
     std::vector<Node> childColumn(const std::vector<Node>& parent, const std::string& childPath, int stage);
-    /// The nodes of "/root" on every step up to `stage`.
-    std::vector<Node> rootColumn(int stage);
     /// The nodes of the location at `path` on every step up to `stage`; empty when the path is
     /// malformed or the location does not exist on `stage`.
     std::vector<Node> columnOf(int stage, const std::string& path);

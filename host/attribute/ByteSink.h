@@ -52,8 +52,11 @@ public:
 class VectorSink : public ByteSink {
 public:
     void write(const void* bytes, size_t length) override {
-        const auto* p = static_cast<const uint8_t*>(bytes);
-        m_bytes.insert(m_bytes.end(), p, p + length);
+        if (length == 0)
+            return;
+        const size_t used = m_bytes.size();
+        m_bytes.resize(used + length);
+        std::memcpy(m_bytes.data() + used, bytes, length);
     }
     const std::vector<uint8_t>& bytes() const { return m_bytes; }
 

@@ -44,5 +44,39 @@ bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPat
     return false;
 }
 
+namespace {
+
+/// The entries of `order` whose paths equal `path` (ties in any order).
+std::pair<std::vector<int32_t>::const_iterator, std::vector<int32_t>::const_iterator>
+equalEntries(const ConstraintListData& data, const std::string& path) {
+    const std::vector<std::string>& paths = data.paths;
+    const auto first =
+        std::lower_bound(data.order.begin(), data.order.end(), path,
+                         [&paths](int32_t index, const std::string& p) { return paths[index] < p; });
+    auto last = first;
+    while (last != data.order.end() && paths[*last] == path) {
+        ++last;
+    }
+    return {first, last};
+}
+
+} // namespace
+
+size_t ConstraintListData::firstIndexOf(const std::string& path) const {
+    const auto [first, last] = equalEntries(*this, path);
+    if (first == last) {
+        return kNotListed;
+    }
+    return static_cast<size_t>(*std::min_element(first, last));
+}
+
+size_t ConstraintListData::lastIndexOf(const std::string& path) const {
+    const auto [first, last] = equalEntries(*this, path);
+    if (first == last) {
+        return kNotListed;
+    }
+    return static_cast<size_t>(*std::max_element(first, last));
+}
+
 } // namespace Private
 } // namespace Vexil3Constraints

@@ -3,6 +3,7 @@
 
 #include "hostapi/attribute/DataAttribute.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,6 +25,13 @@ struct ConstraintListData {
 
     /// True when some listed path lies strictly below `locationPath` (trailing slashes ignored).
     bool isStrictAncestorOfListed(const std::string& locationPath) const;
+
+    /// The position in `paths` of the first entry equal to `path`, or kNotListed. A binary search.
+    size_t firstIndexOf(const std::string& path) const;
+    /// The position in `paths` of the last entry equal to `path`, or kNotListed. A binary search.
+    size_t lastIndexOf(const std::string& path) const;
+
+    static constexpr size_t kNotListed = static_cast<size_t>(-1);
 };
 
 } // namespace Private

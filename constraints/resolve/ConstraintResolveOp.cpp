@@ -54,8 +54,7 @@ void ConstraintResolveOp::cook(Qn::VexilCookInterface& cookInterface) {
             continue;
         }
         OutputAttributes results;
-        resolveLocationConstraints(cookInterface, locationPath, xform,
-                                   data ? data->paths : std::vector<std::string>(), results);
+        resolveLocationConstraints(cookInterface, locationPath, xform, data, results);
         for (const auto& [name, attribute] : results) {
             cookInterface.setAttr(name, attribute, true);
         }

@@ -7,10 +7,10 @@
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetPaths.h"
 
+#include <algorithm>
 #include <cmath>
 #include <set>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -96,9 +96,8 @@ class ConstraintFrame;
 /// it depends on, each resolved once. Lives on the cook's stack.
 class ResolveSession {
 public:
-    ResolveSession(Qn::VexilCookInterface& cookInterface, const std::vector<std::string>& constraintList)
-        : m_cookInterface(cookInterface), m_list(constraintList),
-          m_listed(constraintList.begin(), constraintList.end()) {}
+    ResolveSession(Qn::VexilCookInterface& cookInterface, const ConstraintListData* constraintList)
+        : m_cookInterface(cookInterface), m_list(constraintList) {}
 
     ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
         m_inProgress.insert(path);
@@ -152,20 +151,21 @@ private:
         return constrained;
     }
 
+    // The list's sorted index answers these by binary search: a cook must not cost in proportion to
+    // the length of the whole scene's list.
+    bool isListed(const std::string& path) const {
+        return m_list && m_list->firstIndexOf(path) != ConstraintListData::kNotListed;
+    }
+
     /// Entries before this position may be resolved ahead of `path`: the last occurrence of the path in
     /// the list, or the whole list for an unlisted location.
     size_t listLimit(const std::string& path) const {
-        for (size_t i = m_list.size(); i > 0; --i) {
-            if (m_list[i - 1] == path) {
-                return i - 1;
-            }
-        }
-        return m_list.size();
+        const size_t last = m_list ? m_list->lastIndexOf(path) : ConstraintListData::kNotListed;
+        return last != ConstraintListData::kNotListed ? last : (m_list ? m_list->paths.size() : 0);
     }
 
     Qn::VexilCookInterface& m_cookInterface;
-    const std::vector<std::string>& m_list;
-    std::unordered_set<std::string> m_listed;
+    const ConstraintListData* m_list;
     std::unordered_map<std::string, ResolvedLocation> m_resolved;
     std::unordered_map<std::string, bool> m_constrained;
     std::set<std::string> m_inProgress;
@@ -361,10 +361,10 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
 void ResolveSession::requireDependencies(const std::string& path, const TargetPaths& targets) {
     // A constraint needs the resolved transform of every listed constrained location at or above one
     // of its targets, and of the constrained location's own listed constrained ancestors.
-    std::map<std::string, int> required;
+    std::set<std::string> required;
     auto consider = [&](const std::string& location) {
-        if (location != path && m_listed.count(location) && isConstrained(location)) {
-            required[location] = 1;
+        if (location != path && isListed(location) && isConstrained(location)) {
+            required.insert(location);
         }
     };
     for (const std::string& target : targets) {
@@ -378,22 +378,19 @@ void ResolveSession::requireDependencies(const std::string& path, const TargetPa
     if (required.empty()) {
         return;
     }
-    // The list orders resolution: what a location needs must be listed before it.
-    std::vector<std::string> order;
+    // The list orders resolution: what a location needs must be listed before it, and it is resolved
+    // in the order of its first entries (what a walk of the list up to the limit would meet).
+    std::vector<std::pair<size_t, std::string>> order;
     const size_t limit = listLimit(path);
-    for (size_t i = 0; i < limit && !required.empty(); ++i) {
-        auto it = required.find(m_list[i]);
-        if (it != required.end() && it->second > 0) {
-            order.push_back(m_list[i]);
-            if (--it->second == 0) {
-                required.erase(it);
-            }
+    for (const std::string& location : required) {
+        const size_t first = m_list->firstIndexOf(location);
+        if (first >= limit) {
+            throw ConstraintResolveError(kConstraintListNotSufficient);
         }
+        order.emplace_back(first, location);
     }
-    if (!required.empty()) {
-        throw ConstraintResolveError(kConstraintListNotSufficient);
-    }
-    for (const std::string& location : order) {
+    std::sort(order.begin(), order.end());
+    for (const auto& [position, location] : order) {
         if (resolveDependency(location).dependencyFailed) {
             throw ConstraintResolveError(kConstraintListNotSufficient);
         }
@@ -417,8 +414,7 @@ const ResolvedLocation& ResolveSession::resolveDependency(const std::string& pat
 } // namespace
 
 void resolveLocationConstraints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
-                                const Qn::GroupAttribute& xform,
-                                const std::vector<std::string>& constraintList,
+                                const Qn::GroupAttribute& xform, const ConstraintListData* constraintList,
                                 OutputAttributes& outputAttributes) {
     ResolveSession session(cookInterface, constraintList);
     ResolvedLocation resolved = session.resolveTop(locationPath, xform);

@@ -1,6 +1,7 @@
 // Resolution of every constraint of one location, including the constrained locations it depends on.
 #pragma once
 
+#include "constraints/resolve/ConstraintListData.h"
 #include "constraints/resolve/ConstraintTypes.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
@@ -17,11 +18,10 @@ extern const char* const kConstraintListNotSufficient;
 /// the location at `locationPath` and fills `outputAttributes` with the attributes to set there:
 /// `xform` rebuilt with each constraint replaced by its "resolved" form, `warningMessage` when a
 /// warning was produced, `type` and `errorMessage` when a constraint failed, and any attributes a
-/// camera constraint changes. `constraintList` is the scene's list (possibly empty); it decides
-/// which constrained locations this one may depend on, and in which order they resolve.
+/// camera constraint changes. `constraintList` is the scene's list (null when there is none); it
+/// decides which constrained locations this one may depend on, and in which order they resolve.
 void resolveLocationConstraints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
-                                const Qn::GroupAttribute& xform,
-                                const std::vector<std::string>& constraintList,
+                                const Qn::GroupAttribute& xform, const ConstraintListData* constraintList,
                                 OutputAttributes& outputAttributes);
 
 /// Thins `sampleTimes` for evaluation: with motion blur respected, each time closer than 0.001 to the

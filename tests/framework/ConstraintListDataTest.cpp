@@ -1,0 +1,47 @@
+// The constraint list's sorted index: entry positions found by binary search, duplicates and prefixes
+// included, and the ancestor test, over the real attribute library.
+#include "constraints/resolve/ConstraintListData.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace Vexil3Constraints::Private;
+
+namespace {
+
+std::unique_ptr<ConstraintListData> listOf(const std::vector<std::string>& paths) {
+    if (!Qn::Attribute::suite()) {
+        Qn::Attribute::loadSuite(VEXIL_BUILD_DIR);
+    }
+    return std::unique_ptr<ConstraintListData>(ConstraintListData::build(Qn::StringAttribute(paths)));
+}
+
+TEST(ConstraintListData, FirstAndLastPositionsOfEveryEntry) {
+    // Unsorted, with a path listed three times and names that are prefixes of one another.
+    const auto list = listOf({"/root/world/b", "/root/world/a", "/root/world/b", "/root/world/a/x",
+                              "/root/world/ab", "/root/world/b", "/root/world/a"});
+    const size_t none = ConstraintListData::kNotListed;
+    const struct {
+        const char* path;
+        size_t first;
+        size_t last;
+    } cases[] = {
+        {"/root/world/a", 1, 6},  {"/root/world/b", 0, 5},        {"/root/world/a/x", 3, 3},
+        {"/root/world/ab", 4, 4}, {"/root/world", none, none},    {"/root/world/c", none, none},
+        {"", none, none},         {"/root/world/a/", none, none},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(list->firstIndexOf(c.path), c.first) << c.path;
+        EXPECT_EQ(list->lastIndexOf(c.path), c.last) << c.path;
+    }
+}
+
+TEST(ConstraintListData, EmptyListHoldsNothing) {
+    const auto list = listOf({});
+    EXPECT_EQ(list->firstIndexOf("/root/world/a"), ConstraintListData::kNotListed);
+    EXPECT_EQ(list->lastIndexOf("/root/world/a"), ConstraintListData::kNotListed);
+    EXPECT_FALSE(list->isStrictAncestorOfListed("/root"));
+}
+
+} // namespace

@@ -19,10 +19,13 @@ constexpr size_t kWorkerStackBytes = 64u << 20;
 
 /// Fills `out` with the location whose nodes on every step are `column`, and everything below it.
 void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std::string& path,
-                  SceneLocation& out) {
+                  SceneLocation& out, std::atomic<int64_t>* locationsCooked) {
     const int last = graph.lastStage();
     const Node& node = column[static_cast<size_t>(last)];
     out.attrs = node.attrs();
+    if (locationsCooked) {
+        locationsCooked->fetch_add(1, std::memory_order_relaxed);
+    }
     const size_t count = node.numChildren();
     out.children.resize(count);
     for (size_t i = 0; i < count; ++i) {
@@ -31,7 +34,7 @@ void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std:
     auto cookChild = [&](size_t i) {
         const std::string childPath = path + "/" + out.children[i].name;
         const std::vector<Node> childColumn = graph.childColumn(column, childPath, last);
-        buildSubtree(graph, childColumn, childPath, out.children[i]);
+        buildSubtree(graph, childColumn, childPath, out.children[i], locationsCooked);
     };
     if (count == 1) {
         cookChild(0);
@@ -77,7 +80,7 @@ SceneLocation Engine::cook(const std::string& path) {
         }
         found = true;
         out.name = where.substr(where.rfind('/') + 1);
-        buildSubtree(graph, column, where, out);
+        buildSubtree(graph, column, where, out, m_impl->options.locationsCooked);
     });
     m_impl->statistics.cooks = graph.finishedCooks();
     m_impl->statistics.abortedAttempts = graph.abortedAttempts();

@@ -5,6 +5,8 @@
 #include "host/engine/OpRegistry.h"
 #include "host/scene/SceneTypes.h"
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 
 namespace VexilHost {
@@ -14,6 +16,9 @@ struct EngineOptions {
     int threads = 0;
     /// Abort the first query of any location not yet cooked, cook it, then cook the asker again.
     bool abortMode = false;
+    /// When set, raised by one for each location of the output as soon as it is cooked, so that
+    /// another thread can show progress; must outlive the cook.
+    std::atomic<int64_t>* locationsCooked = nullptr;
 };
 
 /// Counts of the last cook of an Engine.

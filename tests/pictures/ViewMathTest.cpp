@@ -1,0 +1,284 @@
+// Unit tests of the pieces behind pictures and explanations: projections, panel fits, text helpers,
+// target paths, constraint descriptions and the progress line.
+#include "host/engine/OpRegistry.h"
+#include "hostapi/attribute/DataAttribute.h"
+#include "tools/vexil-cook/ConstraintDescription.h"
+#include "tools/vexil-cook/ExplainReport.h"
+#include "tools/vexil-cook/PictureRenderer.h"
+#include "tools/vexil-cook/ProgressDisplay.h"
+#include "tools/vexil-cook/SvgCanvas.h"
+#include "tools/vexil-cook/ViewProjection.h"
+
+#include <Imath/ImathMatrix.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <sstream>
+#include <thread>
+
+using namespace VexilHost;
+using namespace VexilHost::Picture;
+
+namespace {
+
+void expectNear(const Imath::V3d& actual, const Imath::V3d& expected, const std::string& what) {
+    EXPECT_NEAR(actual.x, expected.x, 1e-12) << what;
+    EXPECT_NEAR(actual.y, expected.y, 1e-12) << what;
+    EXPECT_NEAR(actual.z, expected.z, 1e-12) << what;
+}
+
+void expectNear(const Imath::V2d& actual, const Imath::V2d& expected, const std::string& what) {
+    EXPECT_NEAR(actual.x, expected.x, 1e-12) << what;
+    EXPECT_NEAR(actual.y, expected.y, 1e-12) << what;
+}
+
+} // namespace
+
+TEST(ViewMath, OrthographicViewsLookAlongTheirAxes) {
+    const Imath::V3d p(1.0, 2.0, 3.0);
+    const struct {
+        OrthoView view;
+        Imath::V2d expected;
+    } cases[] = {
+        {OrthoView::Top, {1.0, -3.0}},  // from +y: x right, -z up the page
+        {OrthoView::Front, {1.0, 2.0}}, // from +z: x right, y up
+        {OrthoView::Side, {-3.0, 2.0}}, // from +x: -z right, y up
+    };
+    for (const auto& c : cases) {
+        expectNear(orthoProject(c.view, p), c.expected, "view " + std::to_string(int(c.view)));
+    }
+}
+
+TEST(ViewMath, ViewCornersFollowTheWindowAndLens) {
+    Lens perspective;
+    perspective.left = -1.5;
+    perspective.right = 1.5;
+    perspective.fovDegrees = 90.0; // tan(45°) = 1: the window spans depth · [left, right]
+    const auto corners = viewCorners(perspective, 2.0);
+    expectNear(corners[0], {-3.0, -2.0, -2.0}, "left-bottom");
+    expectNear(corners[2], {3.0, 2.0, -2.0}, "right-top");
+
+    Lens orthographic = perspective;
+    orthographic.orthographic = true;
+    const auto flat = viewCorners(orthographic, 7.0);
+    expectNear(flat[1], {1.5, -1.0, -7.0}, "orthographic right-bottom");
+    expectNear(flat[3], {-1.5, 1.0, -7.0}, "orthographic left-top");
+}
+
+TEST(ViewMath, CameraProjectionMapsWorldPointsToTheScreenWindow) {
+    Lens lens;
+    lens.fovDegrees = 90.0;
+    lens.nearDistance = 0.5;
+
+    Imath::M44d moved;
+    moved.setTranslation(Imath::V3d(0.0, 0.0, 5.0));
+    const CameraProjection fromBehind(moved, lens);
+    ASSERT_TRUE(fromBehind.valid());
+    const Imath::V3d inCamera = fromBehind.toCamera(Imath::V3d(1.0, 0.5, 0.0));
+    expectNear(inCamera, {1.0, 0.5, -5.0}, "camera space");
+    expectNear(fromBehind.toScreen(inCamera), {0.2, 0.1}, "screen");
+
+    // Turned +90° about y (row vectors): local x goes to world -z, local z to world +x, so the camera
+    // looks down world -x.
+    Imath::M44d turned;
+    turned.setAxisAngle(Imath::V3d(0.0, 1.0, 0.0), M_PI / 2.0);
+    const CameraProjection sideways(turned, lens);
+    const Imath::V3d seen = sideways.toCamera(Imath::V3d(-4.0, 1.0, 0.0));
+    EXPECT_NEAR(seen.x, 0.0, 1e-12);
+    EXPECT_NEAR(seen.y, 1.0, 1e-12);
+    EXPECT_NEAR(seen.z, -4.0, 1e-12);
+    expectNear(sideways.toScreen(seen), {0.0, 0.25}, "turned camera screen");
+
+    lens.orthographic = true;
+    const CameraProjection flat(moved, lens);
+    expectNear(flat.toScreen(Imath::V3d(1.0, 0.5, -30.0)), {1.0, 0.5}, "orthographic ignores depth");
+
+    EXPECT_FALSE(CameraProjection(Imath::M44d(0.0), lens).valid())
+        << "a singular camera cannot be looked through";
+}
+
+TEST(ViewMath, SegmentsAreClippedAtTheNearPlane) {
+    Lens lens;
+    lens.nearDistance = 0.5;
+    const CameraProjection projection(Imath::M44d(), lens);
+    const struct {
+        Imath::V3d a, b;
+        bool visible;
+        Imath::V3d clippedA, clippedB;
+    } cases[] = {
+        {{0, 0, -2}, {0, 0, 2}, true, {0, 0, -2}, {0, 0, -0.5}},   // crosses: the far end is cut
+        {{2, 0, 1}, {0, 0, -1}, true, {0.5, 0, -0.5}, {0, 0, -1}}, // the other way: cut 3/4 of the way along
+        {{0, 1, -1}, {1, 0, -3}, true, {0, 1, -1}, {1, 0, -3}},    // wholly in front
+        {{0, 0, -0.4}, {1, 1, 3}, false, {}, {}},                  // wholly behind the near plane
+    };
+    for (const auto& c : cases) {
+        Imath::V3d a = c.a;
+        Imath::V3d b = c.b;
+        ASSERT_EQ(projection.clip(a, b), c.visible);
+        if (c.visible) {
+            expectNear(a, c.clippedA, "clipped a");
+            expectNear(b, c.clippedB, "clipped b");
+        }
+    }
+}
+
+TEST(ViewMath, PanelMappingFitsTheExtentCentredWithOneScale) {
+    const PanelMapping mapping(Imath::Box2d(Imath::V2d(0.0, 0.0), Imath::V2d(4.0, 2.0)),
+                               PixelRect{10, 20, 200, 200});
+    EXPECT_DOUBLE_EQ(mapping.scale(), 50.0); // the wider side limits: 200 px / 4 units
+    expectNear(mapping.toPixel(Imath::V2d(2.0, 1.0)), {110.0, 120.0}, "centre");
+    expectNear(mapping.toPixel(Imath::V2d(0.0, 0.0)), {10.0, 170.0}, "v up is y down");
+    expectNear(mapping.toPixel(Imath::V2d(4.0, 2.0)), {210.0, 70.0}, "far corner");
+
+    const PanelMapping point(Imath::Box2d(Imath::V2d(3.0, 3.0), Imath::V2d(3.0, 3.0)),
+                             PixelRect{0, 0, 100, 50});
+    EXPECT_DOUBLE_EQ(point.scale(), 50.0) << "a single point is shown as a unit square";
+    expectNear(point.toPixel(Imath::V2d(3.0, 3.0)), {50.0, 25.0}, "single point centred");
+}
+
+TEST(PictureText, WrapsAtSpacesAndCutsLongWords) {
+    const struct {
+        std::string text;
+        size_t columns;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {"a bb ccc", 4, {"a bb", "ccc"}},
+        {"a bb ccc", 8, {"a bb ccc"}},
+        {"abcdefghij k", 4, {"abcd", "efgh", "ij k"}},
+        {"  spaced   out  ", 20, {"spaced out"}},
+        {"", 10, {}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(wrapText(c.text, c.columns), c.lines) << '"' << c.text << "\" at " << c.columns;
+    }
+}
+
+TEST(PictureText, SvgNumbersAndEscapes) {
+    const std::pair<double, const char*> numbers[] = {{12.5, "12.5"}, {3.0, "3"},   {-0.001, "0"},
+                                                      {2.25, "2.25"}, {1.999, "2"}, {-3.1, "-3.1"},
+                                                      {0.0, "0"},     {NAN, "0"},   {1e6, "1000000"}};
+    for (const auto& [value, text] : numbers) {
+        EXPECT_EQ(pixelText(value), text) << value;
+    }
+    EXPECT_EQ(xmlEscape("a<b & \"c\" > 'd'"), "a&lt;b &amp; &quot;c&quot; &gt; &apos;d&apos;");
+}
+
+TEST(ExplainText, ReadableNumbersRoundToSixDigitsAndDropNoise) {
+    const std::pair<double, const char*> cases[] = {{6.123233995736766e-17, "0"},
+                                                    {1.0 / 3.0, "0.333333"},
+                                                    {100000.0, "100000"},
+                                                    {-2.5, "-2.5"},
+                                                    {1e-12, "1e-12"},
+                                                    {1234567.0, "1.23457e+06"}};
+    for (const auto& [value, text] : cases) {
+        EXPECT_EQ(readableNumber(value), text) << value;
+    }
+}
+
+TEST(ConstraintDescriptions, TargetPathsAreMadeAbsolute) {
+    const struct {
+        const char* base;
+        const char* target;
+        const char* expected;
+    } cases[] = {
+        {"/root/world/a", "/root/world/b", "/root/world/b"},
+        {"/root/world/a", "../b", "/root/world/b"},
+        {"/root/world/a", "child", "/root/world/a/child"},
+        {"/root/world/a", "./x//y/", "/root/world/a/x/y"},
+        {"/root/world/a", "../../..", "/"},
+        {"/root/world/a", "../../../..", ""}, // climbs above the top
+        {"/root/world/a", "", ""},
+        {"/root/world/a", ".", "/root/world/a"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(absoluteTargetPath(c.base, c.target), c.expected) << c.base << " + " << c.target;
+    }
+}
+
+class ConstraintDescriptionsWithAttributes : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        ASSERT_EQ(Qn::Attribute::setHost(hostServices()), 0);
+        ASSERT_EQ(Qn::GroupBuilder::setHost(hostServices()), 0);
+    }
+};
+
+TEST_F(ConstraintDescriptionsWithAttributes, ReadsConstraintChildrenInOrderWithDefaults) {
+    Qn::GroupBuilder first;
+    first.set("type", Qn::StringAttribute("Aim"));
+    first.set("target", Qn::StringAttribute(std::vector<std::string>{"/root/a", "../b"}));
+    first.set("allowMissingTargets", Qn::IntAttribute(1));
+    first.set("respectMotionBlur", Qn::FloatAttribute(0.0f)); // not an int: the default stays
+    first.set("args.targetOrigin", Qn::StringAttribute("origin"));
+    Qn::GroupBuilder second;
+    second.set("type", Qn::IntAttribute(3));
+    Qn::GroupBuilder xform(QN_GROUP_BUILDER_MODE_LITERAL);
+    xform.set("translate", Qn::DoubleAttribute(std::vector<double>{1, 2, 3}));
+    xform.set("constraint", first.build());
+    xform.set("resolvedconstraint9", Qn::GroupBuilder().build()); // resolved: not a description
+    xform.set("constraint1", second.build());
+
+    const std::vector<ConstraintDescription> constraints = readConstraintDescriptions(xform.build());
+    ASSERT_EQ(constraints.size(), 2u);
+    EXPECT_EQ(constraints[0].name, "constraint");
+    EXPECT_EQ(constraints[0].type, "Aim");
+    EXPECT_TRUE(constraints[0].typeIsString);
+    EXPECT_EQ(constraints[0].targets, (std::vector<std::string>{"/root/a", "../b"}));
+    EXPECT_EQ(constraints[0].allowMissingTargets, 1);
+    EXPECT_EQ(constraints[0].requireTargetBounds, 0);
+    EXPECT_EQ(constraints[0].respectMotionBlur, 1);
+    EXPECT_EQ(Qn::StringAttribute(constraints[0].args.getChildByName("targetOrigin")).getValue(), "origin");
+    EXPECT_EQ(constraints[1].name, "constraint1");
+    EXPECT_FALSE(constraints[1].typeIsString);
+    EXPECT_TRUE(constraints[1].targets.empty());
+    EXPECT_TRUE(constraints[1].args.isValid()) << "a missing args group reads as an empty one";
+
+    EXPECT_TRUE(readConstraintDescriptions(Qn::DoubleAttribute(1.0)).empty());
+    EXPECT_TRUE(readConstraintDescriptions(Qn::Attribute()).empty());
+}
+
+TEST(Progress, LineShowsCountRateAndElapsedTime) {
+    EXPECT_EQ(ProgressDisplay::line("vexil-cook: cooking", 1, 0.5),
+              "vexil-cook: cooking: 1 location cooked, 2 per second, 0.5 s elapsed");
+    EXPECT_EQ(ProgressDisplay::line("x", 1500, 2.0),
+              "x: 1500 locations cooked, 750 per second, 2.0 s elapsed");
+    EXPECT_EQ(ProgressDisplay::line("x", 0, 0.0), "x: 0 locations cooked, 0 per second, 0.0 s elapsed");
+}
+
+TEST(Progress, StaysQuietUntilTheDelayThenRewritesOneLine) {
+    std::atomic<int64_t> counter{10};
+    std::ostringstream out;
+    ProgressDisplay display(counter, out, "cooking",
+                            {std::chrono::milliseconds(1000), std::chrono::milliseconds(50)});
+    display.update(std::chrono::milliseconds(999));
+    EXPECT_EQ(out.str(), "");
+    EXPECT_FALSE(display.shown());
+    display.update(std::chrono::milliseconds(2000));
+    counter = 30;
+    display.update(std::chrono::milliseconds(3000));
+    EXPECT_TRUE(display.shown());
+    EXPECT_EQ(out.str(), "\rcooking: 10 locations cooked, 5 per second, 2.0 s elapsed\x1b[K"
+                         "\rcooking: 30 locations cooked, 10 per second, 3.0 s elapsed\x1b[K");
+    display.stop(); // never started: writes nothing more
+    EXPECT_EQ(out.str().back(), 'K');
+}
+
+TEST(Progress, ThreadEndsTheLineWithTheFinalCount) {
+    std::atomic<int64_t> counter{0};
+    std::ostringstream out;
+    {
+        ProgressDisplay display(counter, out, "cooking",
+                                {std::chrono::milliseconds(0), std::chrono::milliseconds(5)});
+        display.start();
+        for (int i = 0; i < 400 && !display.shown(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        counter = 7;
+        display.stop();
+        EXPECT_TRUE(display.shown());
+    }
+    const std::string text = out.str();
+    const std::string lastLine = text.substr(text.rfind('\r'));
+    EXPECT_EQ(lastLine.rfind("\rcooking: 7 locations cooked, ", 0), 0u) << lastLine;
+    EXPECT_EQ(lastLine.substr(lastLine.size() - 4), "\x1b[K\n");
+}

@@ -1,0 +1,81 @@
+// Our side of the side-by-side run: N locations, each point-constrained to one of 3 animated targets,
+// cooked at 24 frames on one thread, and the same N locations unconstrained. Prints one line of
+// key=value pairs (times in seconds, both process CPU and wall) for run-peer to read.
+#include "bench/support/BenchHost.h"
+#include "bench/support/BenchScenes.h"
+
+#include <chrono>
+#include <ctime>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kFrames = 24;
+
+double cpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
+}
+
+struct Timing {
+    double cpu = 0.0;
+    double wall = 0.0;
+};
+
+/// Cooks the 24 frames of the scene in order; the scenes are made before the clock starts, as a
+/// file would be read before evaluation.
+Timing cookFrames(int n, bool constrained) {
+    std::vector<VexilHost::SceneFile> frames;
+    for (int f = 0; f < kFrames; ++f) {
+        VexilBench::SceneSpec spec;
+        spec.kind = "Point";
+        spec.constrained = n;
+        spec.targetsPerConstraint = 1;
+        spec.targetPool = 3;
+        spec.samples = 1;
+        spec.withConstraints = constrained;
+        spec.targetOffset = 0.25 * f; // the targets' animation, evaluated at frame f
+        frames.push_back(VexilBench::constraintScene(spec));
+    }
+    Timing timing;
+    for (const VexilHost::SceneFile& frame : frames) {
+        const double cpu0 = cpuSeconds();
+        const auto wall0 = std::chrono::steady_clock::now();
+        VexilHost::SceneLocation cooked = VexilBench::cookScene(frame, 1);
+        timing.cpu += cpuSeconds() - cpu0;
+        timing.wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - wall0).count();
+        if (constrained && &frame == &frames.front()) {
+            const std::string error = VexilBench::firstError(cooked, "/root/world");
+            if (!error.empty()) {
+                throw std::runtime_error(error);
+            }
+        }
+    }
+    return timing;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "usage: vexil_bench_peer N" << std::endl;
+        return 2;
+    }
+    try {
+        const int n = std::stoi(argv[1]);
+        VexilBench::pluginRegistry();
+        cookFrames(n, true); // warm-up: libraries, allocator, caches
+        const Timing constrained = cookFrames(n, true);
+        const Timing unconstrained = cookFrames(n, false);
+        std::cout << "side=vexil n=" << n << " frames=" << kFrames << " constrained_cpu=" << constrained.cpu
+                  << " constrained_wall=" << constrained.wall << " unconstrained_cpu=" << unconstrained.cpu
+                  << " unconstrained_wall=" << unconstrained.wall << std::endl;
+    } catch (const std::exception& error) {
+        std::cerr << "vexil_bench_peer: " << error.what() << std::endl;
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,56 @@
+#include "bench/support/CookTiming.h"
+
+#include "bench/support/BenchHost.h"
+#include "bench/support/MemoryProbe.h"
+
+#include <chrono>
+#include <ctime>
+
+namespace VexilBench {
+
+namespace {
+
+double processCpuSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
+}
+
+} // namespace
+
+void runCookLoop(benchmark::State& state, const VexilHost::SceneFile& scene, int threads, double units,
+                 int64_t inputBytes, const std::string& checkedPath) {
+    pluginRegistry();
+    resetPeak();
+    const int64_t before = residentBytes();
+    double seconds = 0.0;
+    double cpuSeconds = 0.0;
+    bool checked = false;
+    for (auto _ : state) {
+        const double cpuStart = processCpuSeconds();
+        const auto start = std::chrono::steady_clock::now();
+        VexilHost::SceneLocation cooked = cookScene(scene, threads);
+        const double elapsed =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        cpuSeconds += processCpuSeconds() - cpuStart;
+        state.SetIterationTime(elapsed);
+        seconds += elapsed;
+        if (!checked) {
+            checked = true;
+            const std::string error = firstError(cooked, checkedPath);
+            if (!error.empty()) {
+                state.SkipWithError(error.c_str());
+                break;
+            }
+        }
+    }
+    const double iterations = static_cast<double>(state.iterations());
+    if (iterations > 0 && units > 0) {
+        state.counters["ns_per_unit"] = seconds * 1e9 / (iterations * units);
+        state.counters["cpu_ns_per_unit"] = cpuSeconds * 1e9 / (iterations * units);
+    }
+    state.counters["peak_MiB"] = static_cast<double>(peakResidentBytes() - before) / (1024.0 * 1024.0);
+    state.counters["input_MiB"] = static_cast<double>(inputBytes) / (1024.0 * 1024.0);
+}
+
+} // namespace VexilBench

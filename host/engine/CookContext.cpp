@@ -431,9 +431,11 @@ bool CookContext::queryNode(const char* path, int32_t pathLength, int32_t inputI
 }
 
 bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
-                             std::vector<Node>& chain, std::vector<std::string>& paths) {
+                             std::vector<Node>& chain, std::vector<std::string>* paths) {
     chain.clear();
-    paths.clear();
+    if (paths != nullptr) {
+        paths->clear();
+    }
     if (!validInput(inputIndex)) {
         return false;
     }
@@ -455,9 +457,12 @@ bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t input
     } else {
         chain = m_graph.locateChain(m_stage - 1, p);
     }
+    if (paths == nullptr) {
+        return true;
+    }
     // The paths of the chain's nodes: "/root" and each longer prefix of `p` ending before a slash.
-    for (size_t end = p.find('/', 1); paths.size() < chain.size(); end = p.find('/', end + 1)) {
-        paths.push_back(p.substr(0, end == std::string::npos ? p.size() : end));
+    for (size_t end = p.find('/', 1); paths->size() < chain.size(); end = p.find('/', end + 1)) {
+        paths->push_back(p.substr(0, end == std::string::npos ? p.size() : end));
         if (end == std::string::npos) {
             break;
         }

@@ -45,9 +45,13 @@ public:
     /// The location at `path` (empty: this location) on input `inputIndex`; false when the query
     /// must abort (then *abort is 1) or the input index is not valid.
     bool queryNode(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort, Node& out);
-    /// Like queryNode, also giving the nodes of "/root" and every location down to it, and their paths.
+    /// Like queryNode, also giving the nodes of "/root" and every location down to it, and their paths
+    /// unless `paths` is null.
     bool queryChain(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
-                    std::vector<Node>& chain, std::vector<std::string>& paths);
+                    std::vector<Node>& chain, std::vector<std::string>* paths);
+
+    /// The memoised cook this attempt belongs to.
+    StageGraph& graph() { return m_graph; }
 
     // ---- the cook suite entries ----
     const std::string& path() const { return m_path; }

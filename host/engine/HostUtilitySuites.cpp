@@ -7,6 +7,7 @@
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <algorithm>
+#include <deque>
 #include <limits>
 
 namespace VexilHost {
@@ -16,15 +17,11 @@ namespace {
 /// The flattened transforms of a location and its ancestors ("/root" first), `overrides` applied.
 struct XformChain {
     bool exists = false;
-    std::vector<XformModel::Operations> operations;
+    /// One entry per location: the graph's memoised operations, or one of `overridden`.
+    std::vector<const XformModel::Operations*> chain;
+    std::deque<XformModel::Operations> overridden;
 
-    std::vector<const XformModel::Operations*> pointers() const {
-        std::vector<const XformModel::Operations*> out;
-        for (const auto& ops : operations) {
-            out.push_back(&ops);
-        }
-        return out;
-    }
+    const std::vector<const XformModel::Operations*>& pointers() const { return chain; }
 };
 
 /// Fills `chain`; false when the query aborted.
@@ -32,21 +29,27 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
                QnAttributeHandle overrides, uint8_t* abort, XformChain& chain) {
     std::vector<Node> nodes;
     std::vector<std::string> paths;
-    if (!CookContext::from(h).queryChain(path, pathLength, inputIndex, abort, nodes, paths)) {
+    CookContext& context = CookContext::from(h);
+    // The nodes' paths serve only to find overrides.
+    const Qn::GroupAttribute overrideGroup(Qn::Attribute::share(overrides));
+    const bool overridden = overrideGroup.isValid();
+    if (!context.queryChain(path, pathLength, inputIndex, abort, nodes, overridden ? &paths : nullptr)) {
         return false;
     }
-    chain.exists = !nodes.empty() && nodes.back().exists() && paths.size() == nodes.size();
+    chain.exists = !nodes.empty() && nodes.back().exists() && (!overridden || paths.size() == nodes.size());
     if (!chain.exists) {
         return true;
     }
-    // Location paths are keys of a literal group: they must be matched whole, never split at dots.
-    const Qn::GroupAttribute overrideGroup(Qn::Attribute::share(overrides));
     for (size_t i = 0; i < nodes.size(); ++i) {
-        Qn::Attribute xform = AttributeEdit::childNamed(overrideGroup, paths[i]);
-        if (!xform.isValid()) {
-            xform = AttributeEdit::childNamed(nodes[i].attrs(), "xform");
+        // Location paths are keys of a literal group: they must be matched whole, never split at dots.
+        const Qn::Attribute xform =
+            overridden ? AttributeEdit::childNamed(overrideGroup, paths[i]) : Qn::Attribute();
+        if (xform.isValid()) {
+            chain.overridden.push_back(XformModel::flatten(xform));
+            chain.chain.push_back(&chain.overridden.back());
+        } else {
+            chain.chain.push_back(&context.graph().flattenedXform(nodes[i]));
         }
-        chain.operations.push_back(XformModel::flatten(xform));
     }
     return true;
 }

@@ -1,5 +1,6 @@
 #include "host/engine/StageGraph.h"
 
+#include "host/engine/AttributeEdit.h"
 #include "host/engine/CookContext.h"
 #include "hostapi/attribute/DataAttribute.h"
 
@@ -84,10 +85,18 @@ struct StageGraph::Entry {
     CookedLocation record;
 };
 
+struct StageGraph::FinishedWalk {
+    Node out;
+    std::vector<Node> nodes;
+};
+
 struct StageGraph::Stage {
     std::string root;
     OpInstancePtr rootInstance;
     tbb::concurrent_unordered_map<std::string, std::unique_ptr<Entry>> cache;
+    /// Finished walks from "/root" to a path: the nodes on the way. A walk that finished never changes,
+    /// and every constraint asks again for the chains of the targets its neighbours asked for.
+    tbb::concurrent_unordered_map<std::string, FinishedWalk> walks;
 };
 
 StageGraph::StageGraph(const SceneFile& scene, const OpRegistry& registry, bool abortMode)
@@ -113,9 +122,23 @@ StageGraph::~StageGraph() {
 }
 
 void StageGraph::clear() {
+    m_flattened.clear();
     for (auto& stage : m_stages) {
+        stage->walks.clear();
         stage->cache.clear();
     }
+}
+
+const XformModel::Operations& StageGraph::flattenedXform(const Node& node) {
+    const void* key = node.input != nullptr ? static_cast<const void*>(node.input) : node.cooked;
+    auto it = m_flattened.find(key);
+    if (it != m_flattened.end()) {
+        return *it->second;
+    }
+    // Two threads may flatten the same node at once; both results are equal and the first one kept.
+    auto flattened = std::make_unique<XformModel::Operations>(
+        XformModel::flatten(AttributeEdit::childNamed(node.attrs(), "xform")));
+    return *m_flattened.emplace(key, std::move(flattened)).first->second;
 }
 
 OpInstancePtr StageGraph::makeInstance(int stage, const std::string& type, const Qn::GroupAttribute& args,
@@ -272,6 +295,29 @@ bool StageGraph::column(const std::vector<Node>& parent, const std::string& chil
 
 bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain) {
     out = Node();
+    auto& walks = m_stages[static_cast<size_t>(stage)]->walks;
+    auto known = walks.find(path);
+    if (known != walks.end()) {
+        out = known->second.out;
+        if (chain != nullptr) {
+            chain->insert(chain->end(), known->second.nodes.begin(), known->second.nodes.end());
+        }
+        return true;
+    }
+    FinishedWalk finished;
+    if (!walkFromRoot(stage, path, mode, finished.out, finished.nodes)) {
+        return false;
+    }
+    out = finished.out;
+    if (chain != nullptr) {
+        chain->insert(chain->end(), finished.nodes.begin(), finished.nodes.end());
+    }
+    walks.emplace(path, std::move(finished));
+    return true;
+}
+
+bool StageGraph::walkFromRoot(int stage, const std::string& path, Mode mode, Node& out,
+                              std::vector<Node>& visited) {
     std::vector<std::string> parts;
     if (!componentsBelowRoot(path, parts)) {
         return true;
@@ -280,9 +326,7 @@ bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, 
     if (!rootColumn(stage, mode, current)) {
         return false;
     }
-    if (chain != nullptr) {
-        chain->push_back(current.back());
-    }
+    visited.push_back(current.back());
     std::string currentPath = "/root";
     std::vector<Node> next;
     for (const std::string& part : parts) {
@@ -295,9 +339,7 @@ bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, 
             return false;
         }
         current.swap(next);
-        if (chain != nullptr) {
-            chain->push_back(current.back());
-        }
+        visited.push_back(current.back());
     }
     out = current.back();
     return true;

@@ -4,6 +4,7 @@
 
 #include "host/engine/CookedLocation.h"
 #include "host/engine/OpRegistry.h"
+#include "host/engine/XformModel.h"
 #include "host/scene/SceneTypes.h"
 
 #include <tbb/concurrent_unordered_map.h>
@@ -60,6 +61,10 @@ public:
                                const std::string& rootPath, void* privateData,
                                VexilPrivateDataDeleter deleter);
 
+    /// The operations of the `xform` of an existing location node, flattened once and kept: a node never
+    /// changes until clear(), and the transform of a target is asked for by every location aiming at it.
+    const XformModel::Operations& flattenedXform(const Node& node);
+
     /// Op cooks that finished, and attempts that aborted, so far.
     int64_t finishedCooks() const { return m_finishedCooks.load(); }
     int64_t abortedAttempts() const { return m_abortedAttempts.load(); }
@@ -69,6 +74,7 @@ public:
 
 private:
     struct Entry;
+    struct FinishedWalk;
     struct Stage;
     enum class Mode { Cook, Probe };
 
@@ -76,6 +82,7 @@ private:
                 std::vector<Node>& out);
     bool rootColumn(int stage, Mode mode, std::vector<Node>& out);
     bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain);
+    bool walkFromRoot(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>& visited);
     bool cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input, Mode mode,
                 Node& out);
     void cookInto(CookedLocation& record, int stage, const std::string& path, const Traversal& traversal,
@@ -89,6 +96,8 @@ private:
     std::vector<std::unique_ptr<Stage>> m_stages; // [0] is the input scene
     std::map<std::string, std::unique_ptr<std::mutex>> m_serialLocks;
     std::mutex m_serialLocksMutex;
+    // Keyed by the node's record (a SceneLocation or CookedLocation), which stays put until clear().
+    tbb::concurrent_unordered_map<const void*, std::unique_ptr<XformModel::Operations>> m_flattened;
     std::atomic<int64_t> m_finishedCooks{0};
     std::atomic<int64_t> m_abortedAttempts{0};
 };

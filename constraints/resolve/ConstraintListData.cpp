@@ -48,11 +48,11 @@ namespace {
 
 /// The entries of `order` whose paths equal `path` (ties in any order).
 std::pair<std::vector<int32_t>::const_iterator, std::vector<int32_t>::const_iterator>
-equalEntries(const ConstraintListData& data, const std::string& path) {
+equalEntries(const ConstraintListData& data, std::string_view path) {
     const std::vector<std::string>& paths = data.paths;
-    const auto first =
-        std::lower_bound(data.order.begin(), data.order.end(), path,
-                         [&paths](int32_t index, const std::string& p) { return paths[index] < p; });
+    const auto first = std::lower_bound(
+        data.order.begin(), data.order.end(), path,
+        [&paths](int32_t index, std::string_view p) { return std::string_view(paths[index]) < p; });
     auto last = first;
     while (last != data.order.end() && paths[*last] == path) {
         ++last;
@@ -62,7 +62,7 @@ equalEntries(const ConstraintListData& data, const std::string& path) {
 
 } // namespace
 
-size_t ConstraintListData::firstIndexOf(const std::string& path) const {
+size_t ConstraintListData::firstIndexOf(std::string_view path) const {
     const auto [first, last] = equalEntries(*this, path);
     if (first == last) {
         return kNotListed;
@@ -70,7 +70,7 @@ size_t ConstraintListData::firstIndexOf(const std::string& path) const {
     return static_cast<size_t>(*std::min_element(first, last));
 }
 
-size_t ConstraintListData::lastIndexOf(const std::string& path) const {
+size_t ConstraintListData::lastIndexOf(std::string_view path) const {
     const auto [first, last] = equalEntries(*this, path);
     if (first == last) {
         return kNotListed;

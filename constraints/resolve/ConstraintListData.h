@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Vexil3Constraints {
@@ -27,9 +28,9 @@ struct ConstraintListData {
     bool isStrictAncestorOfListed(const std::string& locationPath) const;
 
     /// The position in `paths` of the first entry equal to `path`, or kNotListed. A binary search.
-    size_t firstIndexOf(const std::string& path) const;
+    size_t firstIndexOf(std::string_view path) const;
     /// The position in `paths` of the last entry equal to `path`, or kNotListed. A binary search.
-    size_t lastIndexOf(const std::string& path) const;
+    size_t lastIndexOf(std::string_view path) const;
 
     static constexpr size_t kNotListed = static_cast<size_t>(-1);
 };

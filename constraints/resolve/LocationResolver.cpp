@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <set>
+#include <string_view>
 #include <unordered_map>
 
 namespace Vexil3Constraints {
@@ -56,16 +58,16 @@ void addWarning(std::string& warnings, const std::string& warning) {
     warnings += warning;
 }
 
-/// "/root/world/a" gives "/root", "/root/world", "/root/world/a".
-std::vector<std::string> ancestorsOrSelf(const std::string& path) {
-    std::vector<std::string> result;
+/// Calls `visit` with "/root", "/root/world", "/root/world/a" for "/root/world/a": views into `path`, so
+/// that the checks every constraint makes on its targets' ancestors allocate nothing.
+template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Visit&& visit) {
+    const std::string_view whole(path);
     for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        result.push_back(path.substr(0, slash));
+        visit(whole.substr(0, slash));
     }
     if (path.size() > 1) {
-        result.push_back(path);
+        visit(whole);
     }
-    return result;
 }
 
 Qn::GroupAttribute buildXform(const std::vector<std::string>& names,
@@ -112,18 +114,24 @@ public:
     /// The overrides that make the host see resolved transforms on the way down to `path`.
     Qn::GroupAttribute overridesFor(const std::string& path, const std::string& basePath,
                                     const Qn::GroupAttribute& partialXform) const {
-        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-        bool any = false;
-        for (const std::string& location : ancestorsOrSelf(path)) {
-            if (location == basePath) {
-                builder.set(location, partialXform);
-                any = true;
-            } else if (const ResolvedLocation* resolved = findResolved(location)) {
-                builder.set(location, resolved->xform);
-                any = true;
+        // Most queries need no override at all: the builder is made only for the first one.
+        std::optional<Qn::GroupBuilder> builder;
+        auto add = [&](std::string_view location, const Qn::Attribute& xform) {
+            if (!builder) {
+                builder.emplace(QN_GROUP_BUILDER_MODE_LITERAL);
             }
-        }
-        return any ? builder.build() : Qn::GroupAttribute();
+            builder->set(std::string(location), xform);
+        };
+        forEachAncestorOrSelf(path, [&](std::string_view location) {
+            if (location == basePath) {
+                add(location, partialXform);
+            } else if (!m_resolved.empty()) {
+                if (const ResolvedLocation* resolved = findResolved(std::string(location))) {
+                    add(location, resolved->xform);
+                }
+            }
+        });
+        return builder ? builder->build() : Qn::GroupAttribute();
     }
 
 private:
@@ -153,7 +161,7 @@ private:
 
     // The list's sorted index answers these by binary search: a cook must not cost in proportion to
     // the length of the whole scene's list.
-    bool isListed(const std::string& path) const {
+    bool isListed(std::string_view path) const {
         return m_list && m_list->firstIndexOf(path) != ConstraintListData::kNotListed;
     }
 
@@ -362,19 +370,18 @@ void ResolveSession::requireDependencies(const std::string& path, const TargetPa
     // A constraint needs the resolved transform of every listed constrained location at or above one
     // of its targets, and of the constrained location's own listed constrained ancestors.
     std::set<std::string> required;
-    auto consider = [&](const std::string& location) {
-        if (location != path && isListed(location) && isConstrained(location)) {
-            required.insert(location);
+    auto consider = [&](std::string_view location) {
+        if (location != path && isListed(location)) {
+            std::string listed(location);
+            if (isConstrained(listed)) {
+                required.insert(std::move(listed));
+            }
         }
     };
     for (const std::string& target : targets) {
-        for (const std::string& location : ancestorsOrSelf(target)) {
-            consider(location);
-        }
+        forEachAncestorOrSelf(target, consider);
     }
-    for (const std::string& location : ancestorsOrSelf(path)) {
-        consider(location);
-    }
+    forEachAncestorOrSelf(path, consider);
     if (required.empty()) {
         return;
     }

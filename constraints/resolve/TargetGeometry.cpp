@@ -69,54 +69,68 @@ void insertSampleTimes(const Qn::DataAttribute& attr, SampleTimes& sampleTimes) 
 
 } // namespace
 
+namespace {
+
+/// Adds the origin votes of one target to `sum` and their number to `count`.
+void addTargetOrigin(const std::string& mode, const XformSamples& samples,
+                     Qn::VexilCookInterface& cookInterface, const std::string& path, bool applyTransform,
+                     float sampleTime, Imath::V3d& sum, int32_t& count) {
+    Imath::M44d matrix;
+    if (applyTransform)
+        matrix = transformAt(samples, sampleTime, path);
+
+    if (mode == "faceCenterAverage") {
+        // Every face centre is one vote, so a target weighs as many times as it has faces.
+        std::vector<Imath::V3d> centres;
+        for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance())
+            centres.push_back(faces.getFaceCenter());
+        for (Imath::V3d centre : centres) {
+            if (applyTransform)
+                matrix.multVecMatrix(Imath::V3d(centre), centre);
+            sum += centre;
+        }
+        count += static_cast<int32_t>(centres.size());
+        return;
+    }
+
+    Imath::V3d point(0.0, 0.0, 0.0); // "origin", and any mode not recognised
+    if (mode == "boundingBox")
+        point = boundingBoxCentre(cookInterface, path, sampleTime);
+    else if (mode == "faceBoundingBox")
+        point = faceBoundingBoxCentre(cookInterface, path, sampleTime);
+    // Only the centre is transformed, not the box.
+    if (applyTransform)
+        matrix.multVecMatrix(Imath::V3d(point), point);
+    sum += point;
+    count += 1;
+}
+
+Imath::V3d average(const Imath::V3d& sum, int32_t count) {
+    return count != 0 ? sum / static_cast<double>(count) : sum;
+}
+
+} // namespace
+
 Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                                bool applyTransform, float sampleTime) {
     Imath::V3d sum(0.0, 0.0, 0.0);
-    if (targetPaths.empty())
-        return sum;
     int32_t count = 0;
     for (size_t i = 0; i < targetPaths.size(); ++i) {
-        const std::string& path = targetPaths[i];
-        Imath::M44d matrix;
-        if (applyTransform)
-            matrix = transformAt(i < targetSamples.size() ? targetSamples[i] : kNoSamples, sampleTime, path);
-
-        if (mode == "faceCenterAverage") {
-            // Every face centre is one vote, so a target weighs as many times as it has faces.
-            std::vector<Imath::V3d> centres;
-            for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance())
-                centres.push_back(faces.getFaceCenter());
-            for (Imath::V3d centre : centres) {
-                if (applyTransform)
-                    matrix.multVecMatrix(Imath::V3d(centre), centre);
-                sum += centre;
-            }
-            count += static_cast<int32_t>(centres.size());
-            continue;
-        }
-
-        Imath::V3d point(0.0, 0.0, 0.0); // "origin", and any mode not recognised
-        if (mode == "boundingBox")
-            point = boundingBoxCentre(cookInterface, path, sampleTime);
-        else if (mode == "faceBoundingBox")
-            point = faceBoundingBoxCentre(cookInterface, path, sampleTime);
-        // Only the centre is transformed, not the box.
-        if (applyTransform)
-            matrix.multVecMatrix(Imath::V3d(point), point);
-        sum += point;
-        count += 1;
+        addTargetOrigin(mode, i < targetSamples.size() ? targetSamples[i] : kNoSamples, cookInterface,
+                        targetPaths[i], applyTransform, sampleTime, sum, count);
     }
-    if (count != 0)
-        sum /= static_cast<double>(count);
-    return sum;
+    return average(sum, count);
 }
 
 Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
                                bool applyTransform, float sampleTime) {
-    return computeTargetOrigin(mode, XformSamplesList{targetSamples}, cookInterface, TargetPaths{targetPath},
-                               applyTransform, sampleTime);
+    // One target, without copying its samples into a list.
+    Imath::V3d sum(0.0, 0.0, 0.0);
+    int32_t count = 0;
+    addTargetOrigin(mode, targetSamples, cookInterface, targetPath, applyTransform, sampleTime, sum, count);
+    return average(sum, count);
 }
 
 std::vector<Imath::V3d> getFacePoints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,

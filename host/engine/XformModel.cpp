@@ -167,11 +167,47 @@ std::vector<double> valuesAt(const Operation& operation, float time) {
     return out;
 }
 
+namespace {
+
+/// valuesAt without an allocation: the first 16 values (at most) of an operation at `time`, into `out`.
+void valuesInto(const Operation& operation, float time, double* out) {
+    const auto& times = operation.times;
+    const std::vector<double>* only = nullptr;
+    if (time <= times.front()) {
+        only = &operation.samples.front();
+    } else if (time >= times.back()) {
+        only = &operation.samples.back();
+    }
+    size_t right = 0;
+    if (only == nullptr) {
+        right = static_cast<size_t>(std::upper_bound(times.begin(), times.end(), time) - times.begin());
+        if (times[right - 1] == time) {
+            only = &operation.samples[right - 1];
+        }
+    }
+    if (only != nullptr) {
+        std::copy(only->begin(), only->begin() + std::min<size_t>(only->size(), 16), out);
+        return;
+    }
+    const size_t left = right - 1;
+    const double w =
+        (static_cast<double>(time) - times[left]) / (static_cast<double>(times[right]) - times[left]);
+    const auto& a = operation.samples[left];
+    const auto& b = operation.samples[right];
+    for (size_t i = 0; i < a.size() && i < 16; ++i) {
+        out[i] = a[i] + (b[i] - a[i]) * w;
+    }
+}
+
+} // namespace
+
 Imath::M44d operationMatrix(const Operation& operation, float time) {
-    if (operation.kind == Operation::Kind::Origin) {
+    if (operation.kind == Operation::Kind::Origin || operation.times.empty()) {
         return Imath::M44d();
     }
-    const std::vector<double> v = valuesAt(operation, time);
+    // Operations hold at most 16 values (a matrix); flatten cuts every sample to its kind's count.
+    double v[16] = {};
+    valuesInto(operation, time, v);
     Imath::M44d m;
     switch (operation.kind) {
     case Operation::Kind::Translate:

@@ -52,6 +52,14 @@ public:
 
     /// The memoised cook this attempt belongs to.
     StageGraph& graph() { return m_graph; }
+    /// The step that queries read (the op's input).
+    int inputStage() const { return m_stage - 1; }
+    /// True for the input indices queries accept (-1, the current input, and 0).
+    static bool isValidInput(int32_t inputIndex) { return inputIndex == -1 || inputIndex == 0; }
+    /// The absolute path a query names: trailing slashes dropped, empty meaning this location.
+    std::string queriedPath(const char* path, int32_t pathLength) const {
+        return normalisedPath(path, pathLength);
+    }
 
     // ---- the cook suite entries ----
     const std::string& path() const { return m_path; }

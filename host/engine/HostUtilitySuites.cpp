@@ -54,6 +54,32 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
     return true;
 }
 
+/// The world memo of a location queried without overrides: found, or made from its chain on first
+/// use (a finished walk never changes, and targets are asked for by every location aiming at them).
+/// False when the query aborted or cannot be answered; `memo` stays null when the location does not
+/// exist.
+bool plainWorld(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
+                StageGraph::WorldMemo*& memo) {
+    memo = nullptr;
+    CookContext& context = CookContext::from(h);
+    if (!CookContext::isValidInput(inputIndex)) {
+        return false;
+    }
+    const std::string key = context.queriedPath(path, pathLength);
+    memo = context.graph().findWorldMemo(context.inputStage(), key);
+    if (memo != nullptr) {
+        return true;
+    }
+    XformChain chain;
+    if (!readChain(h, path, pathLength, inputIndex, nullptr, abort, chain)) {
+        return false;
+    }
+    if (chain.exists) {
+        memo = &context.graph().makeWorldMemo(context.inputStage(), key, chain.chain);
+    }
+    return true;
+}
+
 std::vector<float> sortedTimes(const float* times, int64_t numTimes) {
     std::vector<float> out;
     if (times != nullptr && numTimes > 0) {
@@ -77,6 +103,14 @@ QnAttributeHandle matrixSamples(const std::vector<float>& times, const std::vect
 QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength,
                                            int32_t inputIndex, QnAttributeHandle overrides, uint8_t* abort) {
     try {
+        if (overrides == nullptr) {
+            StageGraph::WorldMemo* memo = nullptr;
+            if (!plainWorld(h, path, pathLength, inputIndex, abort, memo)) {
+                return nullptr;
+            }
+            const std::vector<float> times = memo != nullptr ? memo->times : XformModel::worldSampleTimes({});
+            return Qn::FloatAttribute(times).releaseHandle();
+        }
         XformChain chain;
         if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {
             return nullptr;
@@ -92,6 +126,21 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
                                        int32_t inputIndex, const float* times, int64_t numTimes,
                                        QnAttributeHandle overrides, uint8_t* abort) {
     try {
+        std::vector<Imath::M44d> matrices;
+        if (overrides == nullptr) {
+            StageGraph::WorldMemo* memo = nullptr;
+            if (!plainWorld(h, path, pathLength, inputIndex, abort, memo) || memo == nullptr) {
+                return nullptr;
+            }
+            const std::vector<float> sorted = sortedTimes(times, numTimes);
+            if (sorted.empty()) {
+                return nullptr;
+            }
+            for (float t : sorted) {
+                matrices.push_back(StageGraph::worldAt(*memo, t));
+            }
+            return matrixSamples(sorted, matrices);
+        }
         XformChain chain;
         if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain) || !chain.exists) {
             return nullptr;
@@ -100,7 +149,6 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
         if (sorted.empty()) {
             return nullptr;
         }
-        std::vector<Imath::M44d> matrices;
         for (float t : sorted) {
             matrices.push_back(XformModel::worldAt(chain.pointers(), t));
         }

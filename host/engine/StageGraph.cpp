@@ -97,6 +97,8 @@ struct StageGraph::Stage {
     /// Finished walks from "/root" to a path: the nodes on the way. A walk that finished never changes,
     /// and every constraint asks again for the chains of the targets its neighbours asked for.
     tbb::concurrent_unordered_map<std::string, FinishedWalk> walks;
+    /// World transforms of locations that other locations ask about again and again (their targets).
+    tbb::concurrent_unordered_map<std::string, std::unique_ptr<WorldMemo>> worlds;
 };
 
 StageGraph::StageGraph(const SceneFile& scene, const OpRegistry& registry, bool abortMode)
@@ -124,9 +126,36 @@ StageGraph::~StageGraph() {
 void StageGraph::clear() {
     m_flattened.clear();
     for (auto& stage : m_stages) {
+        stage->worlds.clear();
         stage->walks.clear();
         stage->cache.clear();
     }
+}
+
+StageGraph::WorldMemo* StageGraph::findWorldMemo(int stage, const std::string& path) {
+    auto& worlds = m_stages[static_cast<size_t>(stage)]->worlds;
+    auto it = worlds.find(path);
+    return it == worlds.end() ? nullptr : it->second.get();
+}
+
+StageGraph::WorldMemo& StageGraph::makeWorldMemo(int stage, const std::string& path,
+                                                 std::vector<const XformModel::Operations*> chain) {
+    auto memo = std::make_unique<WorldMemo>();
+    memo->times = XformModel::worldSampleTimes(chain);
+    memo->chain = std::move(chain);
+    return *m_stages[static_cast<size_t>(stage)]->worlds.emplace(path, std::move(memo)).first->second;
+}
+
+Imath::M44d StageGraph::worldAt(WorldMemo& memo, float time) {
+    std::lock_guard<std::mutex> lock(memo.mutex);
+    for (const auto& [t, matrix] : memo.matrices) {
+        if (t == time) {
+            return matrix;
+        }
+    }
+    const Imath::M44d matrix = XformModel::worldAt(memo.chain, time);
+    memo.matrices.emplace_back(time, matrix);
+    return matrix;
 }
 
 const XformModel::Operations& StageGraph::flattenedXform(const Node& node) {

@@ -65,6 +65,23 @@ public:
     /// changes until clear(), and the transform of a target is asked for by every location aiming at it.
     const XformModel::Operations& flattenedXform(const Node& node);
 
+    /// What the world-transform queries keep of a location seen without overrides, once its walk has
+    /// finished: its transform chain, its sample times, and its world matrix at each time asked for.
+    struct WorldMemo {
+        std::vector<const XformModel::Operations*> chain;
+        std::vector<float> times;
+        std::mutex mutex;
+        std::vector<std::pair<float, Imath::M44d>> matrices; ///< guarded by `mutex`
+    };
+    /// The memo of the location at `path` on `stage`, or null when none was made yet.
+    WorldMemo* findWorldMemo(int stage, const std::string& path);
+    /// The memo of the location at `path` on `stage`, made from `chain` (its operations, "/root" first)
+    /// unless another thread made it first.
+    WorldMemo& makeWorldMemo(int stage, const std::string& path,
+                             std::vector<const XformModel::Operations*> chain);
+    /// The world matrix of a memo's location at `time`, computed on first use.
+    static Imath::M44d worldAt(WorldMemo& memo, float time);
+
     /// Op cooks that finished, and attempts that aborted, so far.
     int64_t finishedCooks() const { return m_finishedCooks.load(); }
     int64_t abortedAttempts() const { return m_abortedAttempts.load(); }

@@ -14,9 +14,35 @@ void GroupBuilderState::Node::clear() {
     index.clear();
 }
 
+namespace {
+
+// Nodes with fewer entries are searched by a scan: most groups have a handful of children, and a hash
+// index costs more to keep than it saves.
+constexpr size_t kIndexedEntries = 16;
+
+} // namespace
+
 GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
+    if (index.empty()) {
+        for (Entry& e : entries)
+            if (e.name == name)
+                return &e;
+        return nullptr;
+    }
     auto it = index.find(std::string(name));
     return it == index.end() ? nullptr : &entries[it->second];
+}
+
+void GroupBuilderState::Node::append(Entry entry) {
+    entries.push_back(std::move(entry));
+    if (entries.size() < kIndexedEntries)
+        return;
+    if (index.empty()) {
+        for (size_t i = 0; i < entries.size(); ++i)
+            index.emplace(entries[i].name, i);
+    } else {
+        index.emplace(entries.back().name, entries.size() - 1);
+    }
 }
 
 void GroupBuilderState::Node::setLeaf(std::string_view name, const AttributeValue* value) {
@@ -28,8 +54,7 @@ void GroupBuilderState::Node::setLeaf(std::string_view name, const AttributeValu
         e->node.reset();
         return;
     }
-    index.emplace(std::string(name), entries.size());
-    entries.push_back(Entry{std::string(name), value, nullptr});
+    append(Entry{std::string(name), value, nullptr});
 }
 
 bool GroupBuilderState::Node::open(Entry& entry) {
@@ -52,8 +77,7 @@ bool GroupBuilderState::Node::open(Entry& entry) {
 GroupBuilderState::Node& GroupBuilderState::Node::nested(std::string_view name) {
     Entry* e = find(name);
     if (!e) {
-        index.emplace(std::string(name), entries.size());
-        entries.push_back(Entry{std::string(name), nullptr, std::make_unique<Node>()});
+        append(Entry{std::string(name), nullptr, std::make_unique<Node>()});
         return *entries.back().node;
     }
     if (!open(*e)) { // a non-group child gives way to a new group at the same position
@@ -66,16 +90,17 @@ GroupBuilderState::Node& GroupBuilderState::Node::nested(std::string_view name) 
 }
 
 void GroupBuilderState::Node::remove(std::string_view name) {
-    auto it = index.find(std::string(name));
-    if (it == index.end())
+    Entry* found = find(name);
+    if (!found)
         return;
-    const size_t pos = it->second;
-    index.erase(it);
+    const size_t pos = static_cast<size_t>(found - entries.data());
     if (entries[pos].leaf)
         entries[pos].leaf->release();
     entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(pos));
-    for (size_t i = pos; i < entries.size(); ++i)
-        index[entries[i].name] = i;
+    index.clear();
+    if (entries.size() >= kIndexedEntries)
+        for (size_t i = 0; i < entries.size(); ++i)
+            index.emplace(entries[i].name, i);
 }
 
 const GroupValue* GroupBuilderState::Node::build() const {

@@ -42,10 +42,13 @@ private:
     };
     struct Node {
         std::vector<Entry> entries;
+        /// Name to position; kept only for larger nodes (empty otherwise).
         std::unordered_map<std::string, size_t> index;
 
         ~Node();
         Entry* find(std::string_view name);
+        /// Adds a new entry at the end (its name not present yet).
+        void append(Entry entry);
         void setLeaf(std::string_view name, const AttributeValue* value);
         /// The nested node `name`, made from an existing group child or created (replacing a
         /// non-group child in place).

@@ -29,11 +29,36 @@ bool applyComponents(const std::string& path, std::vector<std::string>& stack) {
     return true;
 }
 
+/// True for an absolute path already in normal form: every component non-empty and neither "." nor
+/// "..", no trailing slash. Such a target resolves to itself.
+bool isNormalAbsolute(const std::string& path) {
+    if (path.size() < 2 || path[0] != '/' || path.back() == '/') {
+        return false;
+    }
+    size_t start = 1;
+    while (start <= path.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string::npos) {
+            slash = path.size();
+        }
+        const size_t length = slash - start;
+        if (length == 0 || (length == 1 && path[start] == '.') ||
+            (length == 2 && path[start] == '.' && path[start + 1] == '.')) {
+            return false;
+        }
+        start = slash + 1;
+    }
+    return true;
+}
+
 } // namespace
 
 std::string resolveTargetPath(const std::string& basePath, const std::string& target) {
     if (target.empty()) {
         return std::string();
+    }
+    if (isNormalAbsolute(target)) {
+        return target; // the common case, without splitting and joining
     }
     std::vector<std::string> stack;
     if (target[0] != '/' && !applyComponents(basePath, stack)) {

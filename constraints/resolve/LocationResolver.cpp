@@ -86,6 +86,13 @@ struct ResolvedLocation {
     bool dependencyFailed = false; ///< some constraint failed because the list cannot order its needs
 };
 
+/// The constrained location's `xform` as the constraints before the current one left it. `asInput`
+/// when none of them changed it: the host then sees the location as it is and needs no override.
+struct PartialXform {
+    Qn::GroupAttribute xform;
+    bool asInput = false;
+};
+
 /// What one constraint produced: its "resolved" group (null: leave the constraint as it is).
 struct ConstraintOutcome {
     Qn::GroupAttribute resolved;
@@ -111,7 +118,8 @@ public:
         return it == m_resolved.end() ? nullptr : &it->second;
     }
 
-    /// The overrides that make the host see resolved transforms on the way down to `path`.
+    /// The overrides that make the host see resolved transforms on the way down to `path`; the base is
+    /// overridden by `partialXform` unless that is null.
     Qn::GroupAttribute overridesFor(const std::string& path, const std::string& basePath,
                                     const Qn::GroupAttribute& partialXform) const {
         // Most queries need no override at all: the builder is made only for the first one.
@@ -124,7 +132,9 @@ public:
         };
         forEachAncestorOrSelf(path, [&](std::string_view location) {
             if (location == basePath) {
-                add(location, partialXform);
+                if (partialXform.isValid()) {
+                    add(location, partialXform);
+                }
             } else if (!m_resolved.empty()) {
                 if (const ResolvedLocation* resolved = findResolved(std::string(location))) {
                     add(location, resolved->xform);
@@ -137,10 +147,10 @@ public:
 private:
     ResolvedLocation resolveLocation(const std::string& path, const Qn::GroupAttribute& xform);
     ConstraintOutcome resolveConstraint(const std::string& path, const Qn::Attribute& child,
-                                        const Qn::GroupAttribute& partialXform, std::string& warnings,
+                                        const PartialXform& partialXform, std::string& warnings,
                                         OutputAttributes& output);
     ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, const std::string& path,
-                                         const TargetPaths& targets, const Qn::GroupAttribute& partialXform,
+                                         const TargetPaths& targets, const PartialXform& partialXform,
                                          std::string& warnings, OutputAttributes& output);
     void requireDependencies(const std::string& path, const TargetPaths& targets);
     const ResolvedLocation& resolveDependency(const std::string& path);
@@ -184,8 +194,10 @@ private:
 class ConstraintFrame : public ResolvedCache {
 public:
     ConstraintFrame(const ResolveSession& session, const std::string& basePath,
-                    const Qn::GroupAttribute& partialXform, const OutputAttributes& baseOutput)
-        : m_session(session), m_basePath(basePath), m_partialXform(partialXform), m_baseOutput(baseOutput) {}
+                    const PartialXform& partialXform, const OutputAttributes& baseOutput)
+        : m_session(session), m_basePath(basePath), m_partialXform(partialXform.xform),
+          m_baseOverride(partialXform.asInput ? Qn::GroupAttribute() : partialXform.xform),
+          m_baseOutput(baseOutput) {}
 
     Qn::Attribute getAttr(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                           const std::string& name) override {
@@ -213,7 +225,7 @@ public:
         std::vector<float> timeList(times.begin(), times.end());
         std::vector<Imath::M44d> matrices = Qn::VexilPluginHost::getWorldXformAtTimes(
             cookInterface, locationPath, timeList,
-            m_session.overridesFor(locationPath, m_basePath, m_partialXform));
+            m_session.overridesFor(locationPath, m_basePath, m_baseOverride));
         XformSamples samples;
         for (size_t i = 0; i < matrices.size() && i < timeList.size(); ++i) {
             samples.emplace(timeList[i], matrices[i]);
@@ -224,7 +236,7 @@ public:
     SampleTimes getWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface,
                                          const std::string& locationPath) override {
         std::vector<float> times = Qn::VexilPluginHost::getWorldXformSampleTimes(
-            cookInterface, locationPath, m_session.overridesFor(locationPath, m_basePath, m_partialXform));
+            cookInterface, locationPath, m_session.overridesFor(locationPath, m_basePath, m_baseOverride));
         return SampleTimes(times.begin(), times.end());
     }
 
@@ -232,6 +244,7 @@ private:
     const ResolveSession& m_session;
     const std::string& m_basePath;
     Qn::GroupAttribute m_partialXform;
+    Qn::GroupAttribute m_baseOverride; ///< null when the host's own view of the base is the partial xform
     const OutputAttributes& m_baseOutput;
 };
 
@@ -241,6 +254,7 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
     const int64_t count = xform.getNumberOfChildren();
     std::vector<std::string> names(count);
     std::vector<Qn::Attribute> values(count);
+    bool changed = false;
     for (int64_t i = 0; i < count; ++i) {
         names[i] = xform.getChildName(i);
         values[i] = xform.getChildByIndex(i);
@@ -249,13 +263,16 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
         if (!isConstraintName(names[i])) {
             continue;
         }
-        // The base seen by this constraint: the ones before it resolved, the rest not yet.
-        ConstraintOutcome outcome =
-            resolveConstraint(path, values[i], buildXform(names, values), warnings, result.attributes);
+        // The base seen by this constraint: the ones before it resolved, the rest not yet. Until one is
+        // resolved that is the xform as it came, group and all.
+        const PartialXform partial =
+            changed ? PartialXform{buildXform(names, values), false} : PartialXform{xform, true};
+        ConstraintOutcome outcome = resolveConstraint(path, values[i], partial, warnings, result.attributes);
         result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
         if (outcome.resolved.isValid()) {
             names[i] = "resolved" + names[i];
             values[i] = outcome.resolved;
+            changed = true;
         }
     }
     result.xform = buildXform(names, values);
@@ -267,8 +284,8 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
 }
 
 ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, const Qn::Attribute& child,
-                                                    const Qn::GroupAttribute& partialXform,
-                                                    std::string& warnings, OutputAttributes& output) {
+                                                    const PartialXform& partialXform, std::string& warnings,
+                                                    OutputAttributes& output) {
     const Qn::GroupAttribute group(child);
     std::string type;
     auto fail = [&](const std::string& what, bool dependencyFailed) {
@@ -326,8 +343,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
 
 ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr& resolver,
                                                      const std::string& path, const TargetPaths& targets,
-                                                     const Qn::GroupAttribute& partialXform,
-                                                     std::string& warnings, OutputAttributes& output) {
+                                                     const PartialXform& partialXform, std::string& warnings,
+                                                     OutputAttributes& output) {
     requireDependencies(path, targets);
     ConstraintFrame frame(*this, path, partialXform, output);
 

@@ -18,6 +18,10 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     std::sort(data->order.begin(), data->order.end(),
               [&paths](int32_t a, int32_t b) { return paths[a] < paths[b]; });
     data->listHash = list.getHash();
+    data->listed.reserve(paths.size());
+    for (const std::string& path : paths) {
+        data->listed.insert(path);
+    }
     return data;
 }
 

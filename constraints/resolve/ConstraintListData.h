@@ -7,17 +7,25 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 /// Private data of one ConstraintResolve child traversal: built once before the children are cooked,
-/// read-only afterwards (shared by every location below).
+/// read-only afterwards (shared by every location below). Not copyable: `listed` views into `paths`.
 struct ConstraintListData {
+    ConstraintListData() = default;
+    ConstraintListData(const ConstraintListData&) = delete;
+    ConstraintListData& operator=(const ConstraintListData&) = delete;
+
     std::vector<std::string> paths; ///< the list entries, in list order
     std::vector<int32_t> order;     ///< indices into paths, ascending by byte-wise path order
     Qn::Hash listHash;              ///< hash of the list attribute it was built from
+    /// Every listed path, viewing into `paths`: membership without a search, for the checks every
+    /// constraint makes on its targets' ancestors.
+    std::unordered_set<std::string_view> listed;
 
     /// Builds the data from the list attribute's sample nearest to time 0.
     static ConstraintListData* build(const Qn::StringAttribute& list);
@@ -27,6 +35,8 @@ struct ConstraintListData {
     /// True when some listed path lies strictly below `locationPath` (trailing slashes ignored).
     bool isStrictAncestorOfListed(const std::string& locationPath) const;
 
+    /// True when `path` is an entry of the list.
+    bool contains(std::string_view path) const { return listed.count(path) != 0; }
     /// The position in `paths` of the first entry equal to `path`, or kNotListed. A binary search.
     size_t firstIndexOf(std::string_view path) const;
     /// The position in `paths` of the last entry equal to `path`, or kNotListed. A binary search.

@@ -171,9 +171,7 @@ private:
 
     // The list's sorted index answers these by binary search: a cook must not cost in proportion to
     // the length of the whole scene's list.
-    bool isListed(std::string_view path) const {
-        return m_list && m_list->firstIndexOf(path) != ConstraintListData::kNotListed;
-    }
+    bool isListed(std::string_view path) const { return m_list && m_list->contains(path); }
 
     /// Entries before this position may be resolved ahead of `path`: the last occurrence of the path in
     /// the list, or the whole list for an unlisted location.

@@ -34,6 +34,7 @@ TEST(ConstraintListData, FirstAndLastPositionsOfEveryEntry) {
     for (const auto& c : cases) {
         EXPECT_EQ(list->firstIndexOf(c.path), c.first) << c.path;
         EXPECT_EQ(list->lastIndexOf(c.path), c.last) << c.path;
+        EXPECT_EQ(list->contains(c.path), c.first != none) << c.path;
     }
 }
 
@@ -41,6 +42,7 @@ TEST(ConstraintListData, EmptyListHoldsNothing) {
     const auto list = listOf({});
     EXPECT_EQ(list->firstIndexOf("/root/world/a"), ConstraintListData::kNotListed);
     EXPECT_EQ(list->lastIndexOf("/root/world/a"), ConstraintListData::kNotListed);
+    EXPECT_FALSE(list->contains("/root/world/a"));
     EXPECT_FALSE(list->isStrictAncestorOfListed("/root"));
 }
 

@@ -455,7 +455,8 @@ bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t input
             return markAborted(abort, p);
         }
     } else {
-        chain = m_graph.locateChain(m_stage - 1, p);
+        // Other cooks rarely ask for this location's own chain: it is not worth keeping.
+        chain = m_graph.locateChain(m_stage - 1, p, p != m_path);
     }
     if (paths == nullptr) {
         return true;

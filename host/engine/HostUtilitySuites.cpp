@@ -54,6 +54,16 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
     return true;
 }
 
+/// True when a query of `path` without overrides goes through the world memo: any location but the
+/// cook's own, which other cooks rarely ask for.
+bool usesWorldMemo(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle overrides) {
+    if (overrides != nullptr) {
+        return false;
+    }
+    const CookContext& context = CookContext::from(h);
+    return context.queriedPath(path, pathLength) != context.path();
+}
+
 /// The world memo of a location queried without overrides: found, or made from its chain on first
 /// use (a finished walk never changes, and targets are asked for by every location aiming at them).
 /// False when the query aborted or cannot be answered; `memo` stays null when the location does not
@@ -103,7 +113,7 @@ QnAttributeHandle matrixSamples(const std::vector<float>& times, const std::vect
 QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength,
                                            int32_t inputIndex, QnAttributeHandle overrides, uint8_t* abort) {
     try {
-        if (overrides == nullptr) {
+        if (usesWorldMemo(h, path, pathLength, overrides)) {
             StageGraph::WorldMemo* memo = nullptr;
             if (!plainWorld(h, path, pathLength, inputIndex, abort, memo)) {
                 return nullptr;
@@ -127,7 +137,7 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
                                        QnAttributeHandle overrides, uint8_t* abort) {
     try {
         std::vector<Imath::M44d> matrices;
-        if (overrides == nullptr) {
+        if (usesWorldMemo(h, path, pathLength, overrides)) {
             StageGraph::WorldMemo* memo = nullptr;
             if (!plainWorld(h, path, pathLength, inputIndex, abort, memo) || memo == nullptr) {
                 return nullptr;

@@ -322,7 +322,8 @@ bool StageGraph::column(const std::vector<Node>& parent, const std::string& chil
     return true;
 }
 
-bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain) {
+bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain,
+                      bool remember) {
     out = Node();
     auto& walks = m_stages[static_cast<size_t>(stage)]->walks;
     auto known = walks.find(path);
@@ -341,7 +342,9 @@ bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, 
     if (chain != nullptr) {
         chain->insert(chain->end(), finished.nodes.begin(), finished.nodes.end());
     }
-    walks.emplace(path, std::move(finished));
+    if (remember) {
+        walks.emplace(path, std::move(finished));
+    }
     return true;
 }
 
@@ -384,10 +387,10 @@ bool StageGraph::probe(int stage, const std::string& path, Node& out, std::vecto
     return walk(stage, path, Mode::Probe, out, chain);
 }
 
-std::vector<Node> StageGraph::locateChain(int stage, const std::string& path) {
+std::vector<Node> StageGraph::locateChain(int stage, const std::string& path, bool remember) {
     std::vector<Node> chain;
     Node out;
-    walk(stage, path, Mode::Cook, out, &chain);
+    walk(stage, path, Mode::Cook, out, &chain, remember);
     return chain;
 }
 

@@ -47,7 +47,9 @@ public:
 
     /// The nodes on `stage` of "/root" and every location down to `path`, cooking as needed; empty when
     /// the path is malformed; ends early (with a node that does not exist) when a location is missing.
-    std::vector<Node> locateChain(int stage, const std::string& path);
+    /// `remember` false keeps the walk out of the memo of finished walks (for a path asked for once,
+    /// such as a cook's own location).
+    std::vector<Node> locateChain(int stage, const std::string& path, bool remember = true);
 
     /// The node of child `name` (path `childPath`) on every step up to `stage`, given the same for
     /// its parent. Cooks as needed.
@@ -98,7 +100,8 @@ private:
     bool column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
                 std::vector<Node>& out);
     bool rootColumn(int stage, Mode mode, std::vector<Node>& out);
-    bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain);
+    bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain,
+              bool remember = true);
     bool walkFromRoot(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>& visited);
     bool cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input, Mode mode,
                 Node& out);

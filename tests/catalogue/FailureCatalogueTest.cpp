@@ -364,6 +364,16 @@ std::vector<Entry> transformKinds() {
          {{"t", placed(1, 0, 0)},
           {"subject", subject(constraint("Billboard", {kT}, billboardArgs({0, 0, 0})))}},
          {error("Billboard Constraint Error: Base aim or rotate axis is zero.")}},
+        // Texts of the bound reader pass through as they are.
+        {"BillboardTargetBoundMissing",
+         {{"t", placed(1, 0, 0)},
+          {"subject", subject(constraint("Billboard", {kT},
+                                         [] {
+                                             Json a = billboardArgs();
+                                             a["targetOrigin"] = "boundingBox";
+                                             return a;
+                                         }()))}},
+         {error("Billboard Constraint Error: Cannot get bounds attribute.")}},
         {"ReflectionFaceIndexMissing",
          {{"m", mesh()}, {"subject", subject(constraint("Reflection", {kM}, Json::object()))}},
          {error("Reflection Constraint Error: Reflection constraint resolver: empty args.targetFaceIndex.")}},
@@ -452,6 +462,17 @@ std::vector<Entry> cameraKinds() {
         {"ClippingSingularCamera",
          onCamera("Clipping", pads, 45, kWindow, "", true),
          {error("Clipping Constraint Error: Cannot invert singular matrix.")}},
+        {"ClippingTargetBoundMissing",
+         {{"box", placed(0, 0, -10)}, {"subject", constrainedCamera(constraint("Clipping", {kBox}, pads))}},
+         {error("Clipping Constraint Error: Cannot get bounds attribute.")}},
+        {"DollyTargetBoundMissing",
+         {{"box", placed(0, 0, -10)},
+          {"subject", constrainedCamera(constraint("Dolly", {kBox}, {{"targetBounds", "box"}}))}},
+         {error("Dolly Constraint Error: Cannot get bounds attribute.")}},
+        {"FovTargetBoundMissing",
+         {{"box", placed(0, 0, -10)},
+          {"subject", constrainedCamera(constraint("FOV", {kBox}, {{"targetBounds", "sphere"}}))}},
+         {error("FOV Constraint Error: Cannot get bounds attribute.")}},
         {"DollyBoundsMissing",
          onCamera("Dolly", Json::object()),
          {error("Dolly Constraint Error: Dolly constraint resolver: empty args.targetBounds.")}},

@@ -4,8 +4,8 @@
 // constraint in the same scene must still move its location onto its target.
 //
 // Texts that no scene can provoke (a resolver run without targets or without the transform samples
-// the framework always gathers, the second bound message, internal size checks) are covered by the
-// resolvers' direct tests in tests/camera and tests/framework; they are listed at the end of this file.
+// the framework always gathers, the second bound message, internal size checks) are listed at the end
+// of this file; the camera resolvers' direct tests in tests/camera call those resolvers that way.
 #include "CookTestSupport.h"
 
 #include <gtest/gtest.h>

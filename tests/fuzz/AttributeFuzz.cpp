@@ -144,7 +144,6 @@ std::string textOf(double value) {
 
 /// Creates the attribute through the suite's creation entries, as the shape says.
 Qn::Attribute create(const Shape& s) {
-    const int64_t count = std::max<int64_t>(s.valuesPerSample, 0);
     const int64_t numSamples = int64_t(s.times.size());
     std::vector<std::vector<int32_t>> ints(s.values.size());
     std::vector<std::vector<float>> floats(s.values.size());
@@ -199,7 +198,6 @@ Qn::Attribute create(const Shape& s) {
                                              s.valuesPerSample, s.tupleSize);
         break;
     }
-    (void)count;
     return Qn::Attribute::adopt(handle);
 }
 

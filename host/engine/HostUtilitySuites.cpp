@@ -40,11 +40,17 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
     if (!chain.exists) {
         return true;
     }
+    // The cook's own location is flattened here rather than kept: other cooks rarely ask for it.
+    const bool own = context.queriedPath(path, pathLength) == context.path();
     for (size_t i = 0; i < nodes.size(); ++i) {
         // Location paths are keys of a literal group: they must be matched whole, never split at dots.
-        const Qn::Attribute xform =
+        Qn::Attribute xform =
             overridden ? AttributeEdit::childNamed(overrideGroup, paths[i]) : Qn::Attribute();
-        if (xform.isValid()) {
+        if (!xform.isValid() && own && i + 1 == nodes.size()) {
+            xform = AttributeEdit::childNamed(nodes[i].attrs(), "xform");
+            chain.overridden.push_back(XformModel::flatten(xform));
+            chain.chain.push_back(&chain.overridden.back());
+        } else if (xform.isValid()) {
             chain.overridden.push_back(XformModel::flatten(xform));
             chain.chain.push_back(&chain.overridden.back());
         } else {

@@ -72,17 +72,17 @@ typedef struct AttributeHostSuite {
     /* 11 */ int64_t (*getNumberOfChildren)(QnAttributeHandle group);
     /* 12 */ void (*getBoundingSampleTimes)(QnAttributeHandle attr, float time, float* left, float* right);
     /* 13 */ QnAttributeHandle (*createIntSamples)(const float* times, int64_t numSamples,
-                                                    const int32_t* const* values, int64_t valuesPerSample,
-                                                    int64_t tupleSize);
+                                                   const int32_t* const* values, int64_t valuesPerSample,
+                                                   int64_t tupleSize);
     /* 14 */ QnAttributeHandle (*createFloatSamples)(const float* times, int64_t numSamples,
-                                                      const float* const* values, int64_t valuesPerSample,
-                                                      int64_t tupleSize);
+                                                     const float* const* values, int64_t valuesPerSample,
+                                                     int64_t tupleSize);
     /* 15 */ QnAttributeHandle (*createDoubleSamples)(const float* times, int64_t numSamples,
-                                                       const double* const* values, int64_t valuesPerSample,
-                                                       int64_t tupleSize);
+                                                      const double* const* values, int64_t valuesPerSample,
+                                                      int64_t tupleSize);
     /* 16 */ QnAttributeHandle (*createStringSamples)(const float* times, int64_t numSamples,
-                                                       const char* const* const* values,
-                                                       int64_t valuesPerSample, int64_t tupleSize);
+                                                      const char* const* const* values,
+                                                      int64_t valuesPerSample, int64_t tupleSize);
     /* 17 */ uint8_t (*isEqual)(QnAttributeHandle a, QnAttributeHandle b);
     /* 18 */ void* reserved18;
     /* 19 */ void* reserved19;
@@ -132,10 +132,11 @@ typedef struct AttributeHostSuite {
                                                           int32_t version);
     /* 62 */ void* reserved62;
     /* 63 */ void (*releaseSampleAccessor)(const QnSampleAccessor* accessor);
-    /* 64 */ const char* const* (*getStringNearestSample)(QnAttributeHandle attr, float time, int64_t* countOut);
+    /* 64 */ const char* const* (*getStringNearestSample)(QnAttributeHandle attr, float time,
+                                                          int64_t* countOut);
 } AttributeHostSuite;
 
-#define QN_ATTRIBUTE_ENTRY(field, n) \
+#define QN_ATTRIBUTE_ENTRY(field, n)                                                                         \
     VEXIL_STATIC_ASSERT(offsetof(AttributeHostSuite, field) == (n) * sizeof(void*), #field " is entry " #n)
 QN_ATTRIBUTE_ENTRY(serialise, 1);
 QN_ATTRIBUTE_ENTRY(getType, 2);

@@ -65,10 +65,11 @@ typedef struct VexilCookSuite {
                                           const char* path, int32_t pathLength, int32_t inputIndex,
                                           uint8_t* abort);
     /* 15 */ uint8_t (*doesLocationExist)(VexilCookHandle h, const char* path, int32_t pathLength,
-                                           int32_t inputIndex, uint8_t* abort);
+                                          int32_t inputIndex, uint8_t* abort);
     /** 16: a string attribute of the names of the location's children on the input. */
-    /* 16 */ QnAttributeHandle (*getPotentialChildren)(VexilCookHandle h, const char* path, int32_t pathLength,
-                                                        int32_t inputIndex, uint8_t* abort);
+    /* 16 */ QnAttributeHandle (*getPotentialChildren)(VexilCookHandle h, const char* path,
+                                                       int32_t pathLength, int32_t inputIndex,
+                                                       uint8_t* abort);
     /* 17 */ void* reserved17;
     /* 18 */ void (*createChild)(VexilCookHandle h, const char* name, int32_t nameLength, const char* opType,
                                  int32_t opTypeLength, QnAttributeHandle opArgs, int32_t resetRecursive,
@@ -76,15 +77,15 @@ typedef struct VexilCookSuite {
     /* 19 */ void* reserved19;
     /** 20: every attribute of a location on an input, as one group (null when it does not exist). */
     /* 20 */ QnAttributeHandle (*getAllAttrs)(VexilCookHandle h, const char* path, int32_t pathLength,
-                                               int32_t inputIndex, uint8_t* abort);
+                                              int32_t inputIndex, uint8_t* abort);
     /* 21 */ void* reserved21;
     /* 22 */ void* reserved22;
     /** 23: the first of the two attribute names that the location at `path` has, looked up at
      *  `path` and, failing that, at `fallbackPath`; `namesPair` is a string attribute of two names. */
     /* 23 */ QnAttributeHandle (*getAttrWithFallback)(VexilCookHandle h, const char* path, int32_t pathLength,
-                                                       const char* fallbackPath, int32_t fallbackLength,
-                                                       int32_t inputIndex, QnAttributeHandle namesPair,
-                                                       uint8_t* abort);
+                                                      const char* fallbackPath, int32_t fallbackLength,
+                                                      int32_t inputIndex, QnAttributeHandle namesPair,
+                                                      uint8_t* abort);
     /* 24 */ void (*setAttr)(VexilCookHandle h, const char* name, int32_t nameLength, QnAttributeHandle attr,
                              uint8_t groupInherit);
     /* 25 */ void (*deleteAttr)(VexilCookHandle h, const char* name, int32_t nameLength);
@@ -95,23 +96,24 @@ typedef struct VexilCookSuite {
                                              VexilPrivateDataDeleter deleter);
     /** 27: the location type (`type` attribute) of a location on an input, or null. */
     /* 27 */ QnAttributeHandle (*getLocationType)(VexilCookHandle h, const char* path, int32_t pathLength,
-                                                   int32_t inputIndex, uint8_t* abort);
+                                                  int32_t inputIndex, uint8_t* abort);
     /* 28 */ void (*stopChildTraversal)(VexilCookHandle h);
     /** 29: sets every child of the group `attrs` as an attribute of the output location at `path`
      *  below the cooked one (it must be the cooked location: other paths are ignored). */
-    /* 29 */ void (*setAttrsAt)(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle attrs);
-    /* 30 */ void (*copyAttr)(VexilCookHandle h, const char* destName, int32_t destLength, const char* srcName,
-                              int32_t srcLength, uint8_t groupInherit, const char* srcPath, int32_t srcPathLength,
-                              int32_t inputIndex, uint8_t* abort);
+    /* 29 */ void (*setAttrsAt)(VexilCookHandle h, const char* path, int32_t pathLength,
+                                QnAttributeHandle attrs);
+    /* 30 */ void (*copyAttr)(VexilCookHandle h, const char* destName, int32_t destLength,
+                              const char* srcName, int32_t srcLength, uint8_t groupInherit,
+                              const char* srcPath, int32_t srcPathLength, int32_t inputIndex, uint8_t* abort);
     /** 31: appends the values of `attr` to the attribute `name` (read from `srcName` at `inputPath`,
      *  empty meaning the same name and this location), creating it when absent. */
-    /* 31 */ void (*extendAttr)(VexilCookHandle h, const char* name, int32_t nameLength, QnAttributeHandle attr,
-                                const char* srcName, int32_t srcNameLength, uint8_t groupInherit,
-                                const char* inputPath, int32_t inputPathLength, int32_t inputIndex,
-                                uint8_t* abort);
+    /* 31 */ void (*extendAttr)(VexilCookHandle h, const char* name, int32_t nameLength,
+                                QnAttributeHandle attr, const char* srcName, int32_t srcNameLength,
+                                uint8_t groupInherit, const char* inputPath, int32_t inputPathLength,
+                                int32_t inputIndex, uint8_t* abort);
 } VexilCookSuite;
 
-#define VEXIL_COOK_ENTRY(field, n) \
+#define VEXIL_COOK_ENTRY(field, n)                                                                           \
     VEXIL_STATIC_ASSERT(offsetof(VexilCookSuite, field) == (n) * sizeof(void*), #field " is entry " #n)
 VEXIL_COOK_ENTRY(getInputLocationPath, 2);
 VEXIL_COOK_ENTRY(getOutputLocationPath, 3);
@@ -166,7 +168,8 @@ typedef struct XFormUtilHostSuite {
                                               int32_t inputIndex, const float* times, int64_t numTimes,
                                               QnAttributeHandle overrides, uint8_t* abort);
     /** 2: the local transform of an `xform` group at each of `times` (same layout as entry 1). */
-    QnAttributeHandle (*getLocalXformAtTimes)(QnAttributeHandle xformGroup, const float* times, int64_t numTimes);
+    QnAttributeHandle (*getLocalXformAtTimes)(QnAttributeHandle xformGroup, const float* times,
+                                              int64_t numTimes);
 } XFormUtilHostSuite;
 
 #define VEXIL_COOK_UTILS_SUITE_NAME "VexilCookInterfaceUtilsHost"

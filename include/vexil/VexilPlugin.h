@@ -27,15 +27,15 @@ typedef VexilHostServices VexilHost;
 
 /** One plug-in of a library: 56 bytes, the layout is part of the contract. */
 typedef struct VexilPluginRecord {
-    const char* name;             /* offset 0: the plug-in's (op type) name */
-    const char* apiName;          /* offset 8: the plug-in API, "VexilOp" for ops */
-    uint32_t apiVersion;          /* offset 16 */
-    uint32_t pluginVersionMajor;  /* offset 20 */
-    uint32_t pluginVersionMinor;  /* offset 24 */
-    uint32_t padding;             /* offset 28: always 0 */
+    const char* name;                              /* offset 0: the plug-in's (op type) name */
+    const char* apiName;                           /* offset 8: the plug-in API, "VexilOp" for ops */
+    uint32_t apiVersion;                           /* offset 16 */
+    uint32_t pluginVersionMajor;                   /* offset 20 */
+    uint32_t pluginVersionMinor;                   /* offset 24 */
+    uint32_t padding;                              /* offset 28: always 0 */
     int (*setHost)(const VexilHostServices* host); /* offset 32: 0 on success, -1 on failure */
-    const void* (*getSuite)(void);         /* offset 40: the plug-in's API suite */
-    void (*flush)(void);                   /* offset 48 */
+    const void* (*getSuite)(void);                 /* offset 40: the plug-in's API suite */
+    void (*flush)(void);                           /* offset 48 */
 } VexilPluginRecord;
 
 #ifdef __cplusplus

@@ -39,10 +39,10 @@ struct KindInputs {
 KindInputs prepare(const std::string& kind) {
     VexilBench::pluginRegistry();
     KindInputs inputs;
-    VexilBench::SceneSpec spec;
-    spec.kind = kind;
-    spec.constrained = kConstrained;
-    inputs.scene = VexilBench::constraintScene(spec);
+    VexilBench::SceneRecipe recipe;
+    recipe.kind = kind;
+    recipe.constrained = kConstrained;
+    inputs.scene = VexilBench::constraintScene(recipe);
     inputs.index = std::make_unique<VexilBench::SceneIndex>(inputs.scene);
     Qn::VexilCookInterface cook(inputs.index->handle(), VexilBench::SceneIndex::suite());
     VexilBench::StandInCache cache(*inputs.index);

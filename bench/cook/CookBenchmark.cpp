@@ -19,13 +19,13 @@ void cookKind(benchmark::State& state, const std::string& kind, bool constrained
     const int threads = static_cast<int>(state.range(1));
     const std::string key = kind + (constrained ? "" : "-unconstrained") + "/" + std::to_string(n);
     const VexilBench::CachedScene& cached = VexilBench::cachedScene(key, [&] {
-        VexilBench::SceneSpec spec;
-        spec.kind = kind;
-        spec.constrained = n;
-        spec.targetsPerConstraint = kTargets;
-        spec.samples = kSamples;
-        spec.withConstraints = constrained;
-        return VexilBench::constraintScene(spec);
+        VexilBench::SceneRecipe recipe;
+        recipe.kind = kind;
+        recipe.constrained = n;
+        recipe.targetsPerConstraint = kTargets;
+        recipe.samples = kSamples;
+        recipe.withConstraints = constrained;
+        return VexilBench::constraintScene(recipe);
     });
     VexilBench::runCookLoop(state, cached.scene, threads, double(n) * kSamples, cached.bytes);
 }

@@ -30,15 +30,15 @@ struct Timing {
 Timing cookFrames(int n, bool constrained) {
     std::vector<VexilHost::SceneFile> frames;
     for (int f = 0; f < kFrames; ++f) {
-        VexilBench::SceneSpec spec;
-        spec.kind = "Point";
-        spec.constrained = n;
-        spec.targetsPerConstraint = 1;
-        spec.targetPool = 3;
-        spec.samples = 1;
-        spec.withConstraints = constrained;
-        spec.targetOffset = 0.25 * f; // the targets' animation, evaluated at frame f
-        frames.push_back(VexilBench::constraintScene(spec));
+        VexilBench::SceneRecipe recipe;
+        recipe.kind = "Point";
+        recipe.constrained = n;
+        recipe.targetsPerConstraint = 1;
+        recipe.targetPool = 3;
+        recipe.samples = 1;
+        recipe.withConstraints = constrained;
+        recipe.targetOffset = 0.25 * f; // the targets' animation, evaluated at frame f
+        frames.push_back(VexilBench::constraintScene(recipe));
     }
     Timing timing;
     for (const VexilHost::SceneFile& frame : frames) {

@@ -75,23 +75,23 @@ void addCameraGeometry(Named& attrs) {
 
 /// One location of the target pool: animated, with a bound; a mesh for Reflection and a camera for
 /// the kinds that follow a camera.
-SceneLocation target(int j, const SceneSpec& spec) {
+SceneLocation target(int j, const SceneRecipe& recipe) {
     const double motion[3] = {1.0, 0.5, 0.25};
-    const double x = 2.0 * j - spec.targetPool + spec.targetOffset;
+    const double x = 2.0 * j - recipe.targetPool + recipe.targetOffset;
     const double y = double(j % 5) - 2.0;
     const double z = -double(j % 3);
     Named attrs;
-    Named xform = {{"translate", movingTranslate(x, y, z, motion, spec.samples)},
+    Named xform = {{"translate", movingTranslate(x, y, z, motion, recipe.samples)},
                    {"rotate", doubles({10.0 * j, 0.0, 1.0, 0.0})}};
     attrs.emplace_back("xform", group(xform));
     attrs.emplace_back("bound", doubles({-1.0, 1.0, -1.0, 1.0, -1.0, 1.0}));
-    if (spec.kind == "Reflection") {
+    if (recipe.kind == "Reflection") {
         attrs.emplace_back("type", text("polymesh"));
         attrs.emplace_back(
             "geometry",
             group({{"point", group({{"P", floats({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, 3)}})},
                    {"poly", group({{"startIndex", ints({0, 4})}, {"vertexList", ints({0, 1, 2, 3})}})}}));
-    } else if (isCameraTargetKind(spec.kind)) {
+    } else if (isCameraTargetKind(recipe.kind)) {
         attrs.emplace_back("type", text("camera"));
         addCameraGeometry(attrs);
     } else {
@@ -138,30 +138,31 @@ Qn::GroupAttribute kindArguments(const std::string& kind) {
 }
 
 /// One constrained location: placed by its index; a camera for the kinds that constrain one.
-SceneLocation constrainedLocation(int i, const SceneSpec& spec, const Qn::GroupAttribute& args) {
+SceneLocation constrainedLocation(int i, const SceneRecipe& recipe, const Qn::GroupAttribute& args) {
     const double x = 0.5 * (i % 100);
     const double y = 0.5 * ((i / 100) % 100);
     double z = 0.25 * (i % 7);
-    if (isCameraBaseKind(spec.kind)) {
+    if (isCameraBaseKind(recipe.kind)) {
         z = 60.0 + z;
-    } else if (spec.kind == "ScreenCoordinate") {
+    } else if (recipe.kind == "ScreenCoordinate") {
         z = -10.0 - z; // authored in the camera's screen coordinates: in front of it
     }
     Named xform = {{"translate", doubles({x, y, z})}, {"rotate", doubles({double(i % 30), 0.0, 0.0, 1.0})}};
-    if (spec.kind == "ScreenCoordinate") {
+    if (recipe.kind == "ScreenCoordinate") {
         xform = {{"translate", doubles({0.2, -0.3, z})}, {"scale", doubles({0.1, 0.1, 0.1})}};
     }
-    if (spec.withConstraints) {
+    if (recipe.withConstraints) {
         std::vector<std::string> targets;
-        for (int k = 0; k < spec.targetsPerConstraint; ++k) {
-            targets.push_back("/root/world/targets/t" + std::to_string((i + k) % spec.targetPool));
+        for (int k = 0; k < recipe.targetsPerConstraint; ++k) {
+            targets.push_back("/root/world/targets/t" + std::to_string((i + k) % recipe.targetPool));
         }
         xform.emplace_back(
             "constraint",
-            group({{"type", text(spec.kind)}, {"target", Qn::StringAttribute(targets)}, {"args", args}}));
+            group({{"type", text(recipe.kind)}, {"target", Qn::StringAttribute(targets)}, {"args", args}}));
     }
-    Named attrs = {{"type", text(isCameraBaseKind(spec.kind) ? "camera" : "group")}, {"xform", group(xform)}};
-    if (isCameraBaseKind(spec.kind)) {
+    Named attrs = {{"type", text(isCameraBaseKind(recipe.kind) ? "camera" : "group")},
+                   {"xform", group(xform)}};
+    if (isCameraBaseKind(recipe.kind)) {
         addCameraGeometry(attrs);
     }
     return SceneLocation{"c" + std::to_string(i % kGroupSize), group(attrs), {}};
@@ -201,30 +202,30 @@ std::string constrainedPath(int index) {
     return "/root/world/g" + std::to_string(index / kGroupSize) + "/c" + std::to_string(index % kGroupSize);
 }
 
-SceneFile constraintScene(const SceneSpec& spec) {
-    if (spec.constrained <= 0 || spec.targetsPerConstraint <= 0 || spec.targetPool <= 0 ||
-        spec.samples <= 0) {
+SceneFile constraintScene(const SceneRecipe& recipe) {
+    if (recipe.constrained <= 0 || recipe.targetsPerConstraint <= 0 || recipe.targetPool <= 0 ||
+        recipe.samples <= 0) {
         throw std::invalid_argument("a constraint scene needs locations, targets and samples");
     }
     SceneLocation targets{"targets", group({{"type", text("group")}}), {}};
-    for (int j = 0; j < spec.targetPool; ++j) {
-        targets.children.push_back(target(j, spec));
+    for (int j = 0; j < recipe.targetPool; ++j) {
+        targets.children.push_back(target(j, recipe));
     }
-    const Qn::GroupAttribute args = kindArguments(spec.kind);
+    const Qn::GroupAttribute args = kindArguments(recipe.kind);
     std::vector<std::string> listed;
-    listed.reserve(static_cast<size_t>(spec.constrained));
+    listed.reserve(static_cast<size_t>(recipe.constrained));
     std::vector<SceneLocation> groups;
-    for (int i = 0; i < spec.constrained; ++i) {
+    for (int i = 0; i < recipe.constrained; ++i) {
         if (i % kGroupSize == 0) {
             groups.push_back(
                 SceneLocation{"g" + std::to_string(i / kGroupSize), group({{"type", text("group")}}), {}});
             groups.back().children.reserve(kGroupSize);
         }
-        groups.back().children.push_back(constrainedLocation(i, spec, args));
+        groups.back().children.push_back(constrainedLocation(i, recipe, args));
         listed.push_back(constrainedPath(i));
     }
     Named worldAttrs = {{"type", text("group")}};
-    if (spec.withConstraints) {
+    if (recipe.withConstraints) {
         worldAttrs.emplace_back("globals", group({{"constraintList", Qn::StringAttribute(listed)}}));
     }
     SceneLocation world{"world", group(worldAttrs), {}};
@@ -232,7 +233,7 @@ SceneFile constraintScene(const SceneSpec& spec) {
     for (SceneLocation& g : groups) {
         world.children.push_back(std::move(g));
     }
-    return wrap(std::move(world), spec.samples > 1 ? 0.5f : 0.0f, spec.samples, true);
+    return wrap(std::move(world), recipe.samples > 1 ? 0.5f : 0.0f, recipe.samples, true);
 }
 
 SceneFile chainScene(int length) {

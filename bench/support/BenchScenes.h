@@ -10,7 +10,7 @@
 namespace VexilBench {
 
 /// What a generated constraint scene holds.
-struct SceneSpec {
+struct SceneRecipe {
     /// The constraint type name of every constrained location ("Point", "Aim", ...).
     std::string kind = "Point";
     /// Constrained locations, placed in groups of kGroupSize below /root/world.
@@ -36,9 +36,9 @@ const std::vector<std::string>& constraintKinds();
 /// The path of constrained location `index`.
 std::string constrainedPath(int index);
 
-/// The scene of `spec`: the constrained locations carry their constraint description in `xform`
+/// The scene of `recipe`: the constrained locations carry their constraint description in `xform`
 /// (and "/root/world" lists them in `globals.constraintList`), cooked by ConstraintResolve at "/root".
-VexilHost::SceneFile constraintScene(const SceneSpec& spec);
+VexilHost::SceneFile constraintScene(const SceneRecipe& recipe);
 
 /// A flat chain below "/root/world/chain": c0 is point-constrained to an animated target, and each
 /// c<k> to c<k-1>; the list orders them c0 first.

@@ -3,6 +3,7 @@
 // cook costs at the very least. ns_per_unit is nanoseconds per constraint-sample.
 #include "bench/compute/StandInInputs.h"
 #include "bench/support/BenchHost.h"
+#include "bench/support/BenchMain.h"
 #include "bench/support/BenchScenes.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/LocationResolver.h"
@@ -147,12 +148,5 @@ void registerAll() {
 } // namespace
 
 int main(int argc, char** argv) {
-    registerAll();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return VexilBench::runBenchmarks(argc, argv, &registerAll);
 }

@@ -1,6 +1,7 @@
 // Whole cooks of generated constraint scenes through the engine and the real plug-in: Point with 3
 // targets and 2 samples at 1,000, 10,000 and 100,000 constrained locations on 1 and 2 threads, and
 // every other constraint kind at 10,000. ns_per_unit is nanoseconds per constraint-sample.
+#include "bench/support/BenchMain.h"
 #include "bench/support/BenchScenes.h"
 #include "bench/support/CookTiming.h"
 #include "bench/support/SceneCache.h"
@@ -55,12 +56,5 @@ void registerAll() {
 } // namespace
 
 int main(int argc, char** argv) {
-    registerAll();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return VexilBench::runBenchmarks(argc, argv, &registerAll);
 }

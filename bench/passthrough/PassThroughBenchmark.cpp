@@ -3,6 +3,7 @@
 // them constrained, so each location pays the ancestor test and the traversal alone. The same scene
 // with no op at all gives the engine's own cost. ns_per_unit is nanoseconds per location; input_MiB is
 // the memory the scene took to build, peak_MiB the peak the cook added to it.
+#include "bench/support/BenchMain.h"
 #include "bench/support/BenchScenes.h"
 #include "bench/support/CookTiming.h"
 #include "bench/support/SceneCache.h"
@@ -43,12 +44,5 @@ void registerAll() {
 } // namespace
 
 int main(int argc, char** argv) {
-    registerAll();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return VexilBench::runBenchmarks(argc, argv, &registerAll);
 }

@@ -383,12 +383,44 @@ void CookContext::setError(const std::string& message) {
     setAttr("errorMessage", Qn::StringAttribute(message));
 }
 
-std::string CookContext::normalisedPath(const char* path, int32_t length) const {
-    std::string p = text(path, length);
+std::string_view CookContext::queriedPath(const char* path, int32_t length) const {
+    std::string_view p = path != nullptr && length > 0 ? std::string_view(path, static_cast<size_t>(length))
+                                                       : std::string_view();
     while (p.size() > 1 && p.back() == '/') {
-        p.pop_back();
+        p.remove_suffix(1);
     }
-    return p.empty() ? m_path : p;
+    return p.empty() ? std::string_view(m_path) : p;
+}
+
+std::string CookContext::normalisedPath(const char* path, int32_t length) const {
+    return std::string(queriedPath(path, length));
+}
+
+const XformModel::Operations& CookContext::ownXform() {
+    std::call_once(m_ownXformOnce, [&] {
+        if (m_input.exists()) {
+            m_ownXform = XformModel::flatten(AttributeEdit::childNamed(m_input.attrs(), "xform"));
+        }
+    });
+    return m_ownXform;
+}
+
+const std::vector<Node>& CookContext::ownChain() {
+    std::call_once(m_ownChainOnce, [&] {
+        const size_t slash = m_path.rfind('/');
+        if (slash == 0 || slash == std::string::npos) {
+            // "/root" itself: a walk is no cheaper than asking the graph.
+            m_ownChain = m_graph.locateChain(m_stage - 1, m_path, false);
+            return;
+        }
+        // The parent's walk is shared by every sibling; this location's own node on the input step is
+        // the input the cook was given, so only the last step of the walk is skipped, never changed.
+        m_ownChain = m_graph.locateChain(m_stage - 1, m_path.substr(0, slash));
+        if (!m_ownChain.empty() && m_ownChain.back().exists()) {
+            m_ownChain.push_back(m_input);
+        }
+    });
+    return m_ownChain;
 }
 
 bool CookContext::markAborted(uint8_t* abort, const std::string& path) {
@@ -407,11 +439,12 @@ bool CookContext::queryNode(const char* path, int32_t pathLength, int32_t inputI
     if (!validInput(inputIndex)) {
         return false;
     }
-    const std::string p = normalisedPath(path, pathLength);
-    if (p == m_path) {
+    const std::string_view view = queriedPath(path, pathLength);
+    if (view == m_path) {
         out = m_input; // the op's own input location is always cooked before the op runs
         return true;
     }
+    const std::string p(view);
     const bool canAbort = m_graph.abortMode() && abort != nullptr;
     if (canAbort) {
         {
@@ -439,8 +472,9 @@ bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t input
     if (!validInput(inputIndex)) {
         return false;
     }
-    const std::string p = normalisedPath(path, pathLength);
-    const bool canAbort = m_graph.abortMode() && abort != nullptr && p != m_path;
+    const std::string_view view = queriedPath(path, pathLength);
+    const bool own = view == m_path;
+    const bool canAbort = m_graph.abortMode() && abort != nullptr && !own;
     if (canAbort) {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -449,22 +483,24 @@ bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t input
                 return false;
             }
         }
+        const std::string p(view);
         Node node;
         if (!m_graph.probe(m_stage - 1, p, node, &chain)) {
             chain.clear();
             return markAborted(abort, p);
         }
+    } else if (own) {
+        chain = ownChain();
     } else {
-        // Other cooks rarely ask for this location's own chain: it is not worth keeping.
-        chain = m_graph.locateChain(m_stage - 1, p, p != m_path);
+        chain = m_graph.locateChain(m_stage - 1, std::string(view));
     }
     if (paths == nullptr) {
         return true;
     }
     // The paths of the chain's nodes: "/root" and each longer prefix of `p` ending before a slash.
-    for (size_t end = p.find('/', 1); paths->size() < chain.size(); end = p.find('/', end + 1)) {
-        paths->push_back(p.substr(0, end == std::string::npos ? p.size() : end));
-        if (end == std::string::npos) {
+    for (size_t end = view.find('/', 1); paths->size() < chain.size(); end = view.find('/', end + 1)) {
+        paths->emplace_back(view.substr(0, end == std::string_view::npos ? view.size() : end));
+        if (end == std::string_view::npos) {
             break;
         }
     }

@@ -4,12 +4,14 @@
 
 #include "host/engine/CookedLocation.h"
 #include "host/engine/StageGraph.h"
+#include "host/engine/XformModel.h"
 
 #include <vexil/VexilOp.h>
 
 #include <deque>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -56,10 +58,12 @@ public:
     int inputStage() const { return m_stage - 1; }
     /// True for the input indices queries accept (-1, the current input, and 0).
     static bool isValidInput(int32_t inputIndex) { return inputIndex == -1 || inputIndex == 0; }
-    /// The absolute path a query names: trailing slashes dropped, empty meaning this location.
-    std::string queriedPath(const char* path, int32_t pathLength) const {
-        return normalisedPath(path, pathLength);
-    }
+    /// The absolute path a query names: trailing slashes dropped, empty meaning this location. The
+    /// view points into `path` or into this context's own path.
+    std::string_view queriedPath(const char* path, int32_t pathLength) const;
+    /// The operations of this location's input `xform`, flattened on first use and kept for the attempt:
+    /// a constraint asks for its own location's transform several times per cook.
+    const XformModel::Operations& ownXform();
 
     // ---- the cook suite entries ----
     const std::string& path() const { return m_path; }
@@ -83,6 +87,8 @@ public:
 private:
     void materialiseAttrs();
     std::string normalisedPath(const char* path, int32_t length) const;
+    /// The nodes of "/root" and every location down to this one on the input step, made on first use.
+    const std::vector<Node>& ownChain();
     bool markAborted(uint8_t* abort, const std::string& path);
 
     StageGraph& m_graph;
@@ -90,6 +96,11 @@ private:
     std::string m_path;
     Traversal m_traversal;
     Node m_input;
+
+    std::once_flag m_ownXformOnce;
+    XformModel::Operations m_ownXform;
+    std::once_flag m_ownChainOnce;
+    std::vector<Node> m_ownChain;
 
     std::mutex m_mutex; // guards everything below
     bool m_attrsMaterialised = false;

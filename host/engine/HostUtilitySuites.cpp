@@ -40,16 +40,15 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
     if (!chain.exists) {
         return true;
     }
-    // The cook's own location is flattened here rather than kept: other cooks rarely ask for it.
+    // The cook's own location is kept by its context rather than by the graph: other cooks rarely ask
+    // for it.
     const bool own = context.queriedPath(path, pathLength) == context.path();
     for (size_t i = 0; i < nodes.size(); ++i) {
         // Location paths are keys of a literal group: they must be matched whole, never split at dots.
         Qn::Attribute xform =
             overridden ? AttributeEdit::childNamed(overrideGroup, paths[i]) : Qn::Attribute();
         if (!xform.isValid() && own && i + 1 == nodes.size()) {
-            xform = AttributeEdit::childNamed(nodes[i].attrs(), "xform");
-            chain.overridden.push_back(XformModel::flatten(xform));
-            chain.chain.push_back(&chain.overridden.back());
+            chain.chain.push_back(&context.ownXform());
         } else if (xform.isValid()) {
             chain.overridden.push_back(XformModel::flatten(xform));
             chain.chain.push_back(&chain.overridden.back());
@@ -81,7 +80,7 @@ bool plainWorld(VexilCookHandle h, const char* path, int32_t pathLength, int32_t
     if (!CookContext::isValidInput(inputIndex)) {
         return false;
     }
-    const std::string key = context.queriedPath(path, pathLength);
+    const std::string key(context.queriedPath(path, pathLength));
     memo = context.graph().findWorldMemo(context.inputStage(), key);
     if (memo != nullptr) {
         return true;

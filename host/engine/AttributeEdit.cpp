@@ -100,14 +100,24 @@ std::vector<std::string> splitDotted(const std::string& name) {
     return parts;
 }
 
-Qn::Attribute childNamed(const Qn::GroupAttribute& group, const std::string& name) {
+Qn::Attribute childNamed(const Qn::GroupAttribute& group, std::string_view name) {
     if (!group.isValid()) {
         return Qn::Attribute();
     }
-    const int64_t n = group.getNumberOfChildren();
+    // Straight to the host's table: the client classes would copy every child name into a string.
+    const AttributeHostSuite* suite = Qn::Attribute::suite();
+    const QnAttributeHandle handle = group.getHandle();
+    if (!name.empty() && name.find('.') == std::string_view::npos) {
+        // Without a dot the host's lookup by name is a literal one, the first of equal names winning.
+        return Qn::Attribute::adopt(
+            suite->getChildByName(handle, name.data(), static_cast<int32_t>(name.size())));
+    }
+    const int64_t n = suite->getNumberOfChildren(handle);
     for (int64_t i = 0; i < n; ++i) {
-        if (group.getChildName(i) == name) {
-            return group.getChildByIndex(i);
+        int32_t length = 0;
+        const char* childName = suite->getChildName(handle, i, &length);
+        if (childName != nullptr && std::string_view(childName, static_cast<size_t>(length)) == name) {
+            return Qn::Attribute::adopt(suite->getChildByIndex(handle, i));
         }
     }
     return Qn::Attribute();
@@ -120,6 +130,25 @@ Qn::Attribute get(const Qn::GroupAttribute& group, const std::vector<std::string
         if (!current.isValid()) {
             return current;
         }
+    }
+    return current;
+}
+
+Qn::Attribute getDotted(const Qn::GroupAttribute& group, std::string_view name) {
+    Qn::Attribute current = group;
+    size_t start = 0;
+    while (start <= name.size()) {
+        size_t dot = name.find('.', start);
+        if (dot == std::string_view::npos) {
+            dot = name.size();
+        }
+        if (dot > start) {
+            current = childNamed(Qn::GroupAttribute(current), name.substr(start, dot - start));
+            if (!current.isValid()) {
+                return current;
+            }
+        }
+        start = dot + 1;
     }
     return current;
 }

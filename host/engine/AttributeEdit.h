@@ -5,6 +5,7 @@
 #include "hostapi/attribute/GroupAttribute.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VexilHost {
@@ -14,10 +15,13 @@ namespace AttributeEdit {
 std::vector<std::string> splitDotted(const std::string& name);
 
 /// The child of `group` whose name is exactly `name` (dots and slashes taken literally), or invalid.
-Qn::Attribute childNamed(const Qn::GroupAttribute& group, const std::string& name);
+Qn::Attribute childNamed(const Qn::GroupAttribute& group, std::string_view name);
 
 /// The attribute at `parts` below `group` (each part a literal child name), or invalid.
 Qn::Attribute get(const Qn::GroupAttribute& group, const std::vector<std::string>& parts);
+
+/// The same as get(group, splitDotted(name)), without making the parts.
+Qn::Attribute getDotted(const Qn::GroupAttribute& group, std::string_view name);
 
 /// `group` with the attribute at `parts` set to `value`, creating intermediate groups (a non-group on
 /// the way is replaced by a group). An existing child keeps its position; a new one goes last.

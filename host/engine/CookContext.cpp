@@ -18,6 +18,13 @@ std::string text(const char* data, int32_t length) {
     return std::string(data, static_cast<size_t>(length));
 }
 
+std::string_view view(const char* data, int32_t length) {
+    if (data == nullptr || length <= 0) {
+        return std::string_view();
+    }
+    return std::string_view(data, static_cast<size_t>(length));
+}
+
 const char* giveString(const std::string& value, int32_t* lengthOut) {
     if (lengthOut != nullptr) {
         *lengthOut = static_cast<int32_t>(value.size());
@@ -69,7 +76,7 @@ const char* getOpType(VexilCookHandle h, int32_t* lengthOut) {
 
 QnAttributeHandle getOpArg(VexilCookHandle h, const char* name, int32_t nameLength) {
     try {
-        return give(ctx(h).opArg(text(name, nameLength)));
+        return give(ctx(h).opArg(view(name, nameLength)));
     } catch (...) {
         return nullptr;
     }
@@ -93,7 +100,7 @@ QnAttributeHandle getAttr(VexilCookHandle h, const char* name, int32_t nameLengt
         if (!ctx(h).queryNode(path, pathLength, inputIndex, abort, node) || !node.exists()) {
             return nullptr;
         }
-        return give(AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(text(name, nameLength))));
+        return give(AttributeEdit::getDotted(node.attrs(), view(name, nameLength)));
     } catch (...) {
         return nullptr;
     }
@@ -167,7 +174,7 @@ QnAttributeHandle getAttrWithFallback(VexilCookHandle h, const char* path, int32
                 continue;
             }
             for (size_t i = 0; i < names.size() && i < 2; ++i) {
-                Qn::Attribute attr = AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(names[i]));
+                Qn::Attribute attr = AttributeEdit::getDotted(node.attrs(), names[i]);
                 if (attr.isValid()) {
                     return give(attr);
                 }
@@ -252,10 +259,9 @@ void copyAttr(VexilCookHandle h, const char* destName, int32_t destLength, const
             return;
         }
         const std::string dest = text(destName, destLength);
-        const Qn::Attribute source =
-            node.exists()
-                ? AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(text(srcName, srcLength)))
-                : Qn::Attribute();
+        const Qn::Attribute source = node.exists()
+                                         ? AttributeEdit::getDotted(node.attrs(), view(srcName, srcLength))
+                                         : Qn::Attribute();
         // Copying an absent attribute leaves the destination absent too.
         if (source.isValid()) {
             c.setAttr(dest, source);
@@ -507,12 +513,12 @@ bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t input
     return true;
 }
 
-Qn::Attribute CookContext::opArg(const std::string& name) const {
+Qn::Attribute CookContext::opArg(std::string_view name) const {
     const Qn::GroupAttribute& args = m_traversal.op->args();
     if (name.empty()) {
         return args;
     }
-    return AttributeEdit::get(args, AttributeEdit::splitDotted(name));
+    return AttributeEdit::getDotted(args, name);
 }
 
 void CookContext::prefetch(const std::string& path, int32_t inputIndex) {
@@ -685,7 +691,7 @@ bool CookContext::extendAttr(const std::string& name, const Qn::Attribute& extra
             return false;
         }
         if (node.exists()) {
-            base = AttributeEdit::get(node.attrs(), AttributeEdit::splitDotted(source));
+            base = AttributeEdit::getDotted(node.attrs(), source);
         }
     }
     std::string error;

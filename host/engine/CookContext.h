@@ -68,7 +68,7 @@ public:
     // ---- the cook suite entries ----
     const std::string& path() const { return m_path; }
     const Traversal& traversal() const { return m_traversal; }
-    Qn::Attribute opArg(const std::string& name) const;
+    Qn::Attribute opArg(std::string_view name) const;
     void prefetch(const std::string& path, int32_t inputIndex);
     void setAttr(const std::string& name, const Qn::Attribute& attr);
     void deleteAttr(const std::string& name);

@@ -2,7 +2,7 @@
 
 namespace VexilHost {
 
-bool CookedLocation::childTraversal(const std::string& name, bool inInput, Traversal& out) const {
+bool CookedLocation::childTraversal(std::string_view name, bool inInput, Traversal& out) const {
     out = Traversal();
     for (const CreatedChild& child : created) {
         if (child.name != name) {

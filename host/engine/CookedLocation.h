@@ -6,6 +6,7 @@
 #include "host/scene/SceneTypes.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace VexilHost {
@@ -37,7 +38,7 @@ struct CookedLocation {
 
     /// How child `name` is cooked on this step, given whether the input location had such a child:
     /// false when there is no such child; otherwise `out.op` is null when it passes through unchanged.
-    bool childTraversal(const std::string& name, bool inInput, Traversal& out) const;
+    bool childTraversal(std::string_view name, bool inInput, Traversal& out) const;
 };
 
 /// One location on one step of the op chain, or none. Exactly one of `input` and `cooked` is set when

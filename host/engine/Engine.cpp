@@ -33,7 +33,7 @@ void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std:
     }
     auto cookChild = [&](size_t i) {
         const std::string childPath = path + "/" + out.children[i].name;
-        const std::vector<Node> childColumn = graph.childColumn(column, childPath, last);
+        const std::vector<Node> childColumn = graph.childColumn(column, childPath, last, i);
         buildSubtree(graph, childColumn, childPath, out.children[i], locationsCooked);
     };
     if (count == 1) {

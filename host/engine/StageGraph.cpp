@@ -32,13 +32,8 @@ int relation(const std::string& path, const std::string& root) {
     return path[root.size()] == '/' ? 2 : 0;
 }
 
-void indexScene(const SceneLocation& location, const std::string& path,
-                std::unordered_map<std::string, const SceneLocation*>& index) {
-    index.emplace(path, &location);
-    for (const SceneLocation& child : location.children) {
-        indexScene(child, path + "/" + child.name, index);
-    }
-}
+// Input locations with fewer children are searched by a scan.
+constexpr size_t kIndexedChildren = 16;
 
 Qn::GroupAttribute systemArgs(const SceneFile& scene) {
     Qn::GroupBuilder timeSlice(QN_GROUP_BUILDER_MODE_LITERAL);
@@ -85,6 +80,11 @@ struct StageGraph::Entry {
     CookedLocation record;
 };
 
+struct StageGraph::ChildIndex {
+    std::once_flag once;
+    std::unordered_map<std::string_view, size_t> positions;
+};
+
 struct StageGraph::FinishedWalk {
     Node out;
     std::vector<Node> nodes;
@@ -103,7 +103,6 @@ struct StageGraph::Stage {
 
 StageGraph::StageGraph(const SceneFile& scene, const OpRegistry& registry, bool abortMode)
     : m_scene(scene), m_registry(registry), m_abortMode(abortMode), m_systemArgs(systemArgs(scene)) {
-    indexScene(scene.root, "/root", m_inputIndex);
     m_stages.push_back(std::make_unique<Stage>());
     for (size_t i = 0; i < scene.ops.size(); ++i) {
         const OpDescription& op = scene.ops[i];
@@ -125,6 +124,7 @@ StageGraph::~StageGraph() {
 
 void StageGraph::clear() {
     m_flattened.clear();
+    m_childIndexes.clear();
     for (auto& stage : m_stages) {
         stage->worlds.clear();
         stage->walks.clear();
@@ -272,15 +272,44 @@ bool StageGraph::rootColumn(int stage, Mode mode, std::vector<Node>& out) {
     return true;
 }
 
-bool StageGraph::column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
-                        std::vector<Node>& out) {
-    out.assign(static_cast<size_t>(stage) + 1, Node());
-    const std::string name = childPath.substr(childPath.rfind('/') + 1);
-    if (parent[0].exists()) {
-        auto it = m_inputIndex.find(childPath);
-        if (it != m_inputIndex.end()) {
-            out[0].input = it->second;
+const SceneLocation* StageGraph::inputChild(const SceneLocation& parent, std::string_view name, size_t hint) {
+    const std::vector<SceneLocation>& children = parent.children;
+    // Names of one parent's children are unique (a scene file cannot hold two of one name), so a
+    // matching hint is the child.
+    if (hint < children.size() && children[hint].name == name) {
+        return &children[hint];
+    }
+    if (children.size() < kIndexedChildren) {
+        for (const SceneLocation& child : children) {
+            if (child.name == name) {
+                return &child;
+            }
         }
+        return nullptr;
+    }
+    ChildIndex* index = nullptr;
+    auto it = m_childIndexes.find(&parent);
+    if (it != m_childIndexes.end()) {
+        index = it->second.get();
+    } else {
+        index = m_childIndexes.emplace(&parent, std::make_unique<ChildIndex>()).first->second.get();
+    }
+    std::call_once(index->once, [&] {
+        index->positions.reserve(children.size());
+        for (size_t i = 0; i < children.size(); ++i) {
+            index->positions.emplace(children[i].name, i); // the first of equal names wins, as in a scan
+        }
+    });
+    auto found = index->positions.find(name);
+    return found == index->positions.end() ? nullptr : &children[found->second];
+}
+
+bool StageGraph::column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
+                        std::vector<Node>& out, size_t childIndex) {
+    out.assign(static_cast<size_t>(stage) + 1, Node());
+    const std::string_view name = std::string_view(childPath).substr(childPath.rfind('/') + 1);
+    if (parent[0].input != nullptr) {
+        out[0].input = inputChild(*parent[0].input, name, childIndex);
     }
     for (int k = 1; k <= stage; ++k) {
         const size_t ks = static_cast<size_t>(k);
@@ -395,9 +424,9 @@ std::vector<Node> StageGraph::locateChain(int stage, const std::string& path, bo
 }
 
 std::vector<Node> StageGraph::childColumn(const std::vector<Node>& parent, const std::string& childPath,
-                                          int stage) {
+                                          int stage, size_t childIndex) {
     std::vector<Node> out;
-    column(parent, childPath, stage, Mode::Cook, out);
+    column(parent, childPath, stage, Mode::Cook, out, childIndex);
     return out;
 }
 

@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -52,8 +53,12 @@ public:
     std::vector<Node> locateChain(int stage, const std::string& path, bool remember = true);
 
     /// The node of child `name` (path `childPath`) on every step up to `stage`, given the same for
-    /// its parent. Cooks as needed.
-    std::vector<Node> childColumn(const std::vector<Node>& parent, const std::string& childPath, int stage);
+    /// its parent. Cooks as needed. `childIndex`, when known, is the child's position among the
+    /// parent's children on `stage`: a hint that spares a search of the input parent's children.
+    std::vector<Node> childColumn(const std::vector<Node>& parent, const std::string& childPath, int stage,
+                                  size_t childIndex = kNoIndex);
+    /// No position known.
+    static constexpr size_t kNoIndex = static_cast<size_t>(-1);
     /// The nodes of the location at `path` on every step up to `stage`; empty when the path is
     /// malformed or the location does not exist on `stage`.
     std::vector<Node> columnOf(int stage, const std::string& path);
@@ -98,7 +103,10 @@ private:
     enum class Mode { Cook, Probe };
 
     bool column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
-                std::vector<Node>& out);
+                std::vector<Node>& out, size_t childIndex = kNoIndex);
+    /// The input-scene child `name` of `parent` (the first of that name), or null; `hint` is tried first.
+    const SceneLocation* inputChild(const SceneLocation& parent, std::string_view name, size_t hint);
+    struct ChildIndex;
     bool rootColumn(int stage, Mode mode, std::vector<Node>& out);
     bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain,
               bool remember = true);
@@ -112,7 +120,8 @@ private:
     const OpRegistry& m_registry;
     bool m_abortMode;
     Qn::GroupAttribute m_systemArgs;
-    std::unordered_map<std::string, const SceneLocation*> m_inputIndex;
+    // Child names to positions of input locations with many children, made on first search.
+    tbb::concurrent_unordered_map<const SceneLocation*, std::unique_ptr<ChildIndex>> m_childIndexes;
     std::vector<std::unique_ptr<Stage>> m_stages; // [0] is the input scene
     std::map<std::string, std::unique_ptr<std::mutex>> m_serialLocks;
     std::mutex m_serialLocksMutex;

@@ -80,6 +80,23 @@ struct StageGraph::Entry {
     CookedLocation record;
 };
 
+namespace {
+
+/// The entry of `key` in `map`, made when absent unless `findOnly` (then null).
+template <class Map, class Key> StageGraph::Entry* findOrMake(Map& map, const Key& key, bool findOnly) {
+    auto it = map.find(key);
+    if (it != map.end()) {
+        return &it->second;
+    }
+    if (findOnly) {
+        return nullptr;
+    }
+    return &map.emplace(std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple())
+                .first->second;
+}
+
+} // namespace
+
 struct StageGraph::ChildIndex {
     std::once_flag once;
     std::unordered_map<std::string_view, size_t> positions;
@@ -93,7 +110,12 @@ struct StageGraph::FinishedWalk {
 struct StageGraph::Stage {
     std::string root;
     OpInstancePtr rootInstance;
-    tbb::concurrent_unordered_map<std::string, std::unique_ptr<Entry>> cache;
+    /// Cooked locations that have an input node, keyed by that node's record: on one step every
+    /// location has its own input record (an input-scene location, or the record of the same path on
+    /// a lower step), and a pointer is cheaper to keep and hash than a path.
+    tbb::concurrent_unordered_map<const void*, Entry> byInput;
+    /// Cooked locations without an input node (children an op created), keyed by path.
+    tbb::concurrent_unordered_map<std::string, Entry> created;
     /// Finished walks from "/root" to a path: the nodes on the way. A walk that finished never changes,
     /// and every constraint asks again for the chains of the targets its neighbours asked for.
     tbb::concurrent_unordered_map<std::string, FinishedWalk> walks;
@@ -128,7 +150,8 @@ void StageGraph::clear() {
     for (auto& stage : m_stages) {
         stage->worlds.clear();
         stage->walks.clear();
-        stage->cache.clear();
+        stage->byInput.clear();
+        stage->created.clear();
     }
 }
 
@@ -197,14 +220,14 @@ bool StageGraph::cooked(int stage, const std::string& path, const Traversal& tra
                         Mode mode, Node& out) {
     Stage& s = *m_stages[static_cast<size_t>(stage)];
     Entry* entry = nullptr;
-    auto it = s.cache.find(path);
-    if (it != s.cache.end()) {
-        entry = it->second.get();
+    const void* key = input.input != nullptr ? static_cast<const void*>(input.input) : input.cooked;
+    if (key != nullptr) {
+        entry = findOrMake(s.byInput, key, mode == Mode::Probe);
     } else {
-        if (mode == Mode::Probe) {
-            return false;
-        }
-        entry = s.cache.emplace(path, std::make_unique<Entry>()).first->second.get();
+        entry = findOrMake(s.created, path, mode == Mode::Probe);
+    }
+    if (entry == nullptr) {
+        return false;
     }
     if (mode == Mode::Probe) {
         if (!entry->done.load(std::memory_order_acquire)) {

@@ -96,8 +96,10 @@ public:
     /// Drops every cooked location (their op instances, and so their private data, go with them).
     void clear();
 
-private:
+    /// A cooked location: its record and the flag that cooks it once.
     struct Entry;
+
+private:
     struct FinishedWalk;
     struct Stage;
     enum class Mode { Cook, Probe };

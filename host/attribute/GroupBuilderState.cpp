@@ -20,6 +20,9 @@ namespace {
 // index costs more to keep than it saves.
 constexpr size_t kIndexedEntries = 16;
 
+// Room made on the first entry, so that a typical group is collected without growing its vector.
+constexpr size_t kFirstCapacity = 8;
+
 } // namespace
 
 GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
@@ -34,6 +37,8 @@ GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
 }
 
 void GroupBuilderState::Node::append(Entry entry) {
+    if (entries.capacity() == 0)
+        entries.reserve(kFirstCapacity);
     entries.push_back(std::move(entry));
     if (entries.size() < kIndexedEntries)
         return;
@@ -64,6 +69,7 @@ bool GroupBuilderState::Node::open(Entry& entry) {
         return false;
     const auto* group = static_cast<const GroupValue*>(entry.leaf);
     auto node = std::make_unique<Node>();
+    node->entries.reserve(static_cast<size_t>(group->numChildren()));
     for (int64_t i = 0; i < group->numChildren(); ++i) {
         const GroupChild* c = group->child(i);
         node->setLeaf(c->name, c->value);
@@ -183,6 +189,9 @@ void GroupBuilderState::remove(std::string_view name) {
 }
 
 void GroupBuilderState::update(const GroupValue& group) {
+    if (m_root.entries.empty())
+        m_root.entries.reserve(static_cast<size_t>(group.numChildren()) +
+                               1); // room for one more, usually set next
     for (int64_t i = 0; i < group.numChildren(); ++i) {
         const GroupChild* c = group.child(i);
         m_root.setLeaf(c->name, c->value);

@@ -113,7 +113,7 @@ struct StageGraph::Stage {
     /// Cooked locations that have an input node, keyed by that node's record: on one step every
     /// location has its own input record (an input-scene location, or the record of the same path on
     /// a lower step), and a pointer is cheaper to keep and hash than a path.
-    tbb::concurrent_unordered_map<const void*, Entry> byInput;
+    tbb::concurrent_unordered_map<const void*, Entry, RecordHash> byInput;
     /// Cooked locations without an input node (children an op created), keyed by path.
     tbb::concurrent_unordered_map<std::string, Entry> created;
     /// Finished walks from "/root" to a path: the nodes on the way. A walk that finished never changes,

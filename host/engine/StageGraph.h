@@ -10,6 +10,7 @@
 #include <tbb/concurrent_unordered_map.h>
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -19,6 +20,18 @@
 #include <vector>
 
 namespace VexilHost {
+
+/// A hash of record addresses: their low bits are alike (records are aligned and of one size), so
+/// they are mixed into every bit before a hash table takes its buckets from them.
+struct RecordHash {
+    size_t operator()(const void* record) const {
+        uint64_t x = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(record));
+        x ^= x >> 33;
+        x *= 0xff51afd7ed558ccdull;
+        x ^= x >> 33;
+        return static_cast<size_t>(x);
+    }
+};
 
 /// A location that a query needed but that was not cooked yet (abort mode).
 struct PendingLocation {
@@ -123,12 +136,14 @@ private:
     bool m_abortMode;
     Qn::GroupAttribute m_systemArgs;
     // Child names to positions of input locations with many children, made on first search.
-    tbb::concurrent_unordered_map<const SceneLocation*, std::unique_ptr<ChildIndex>> m_childIndexes;
+    tbb::concurrent_unordered_map<const SceneLocation*, std::unique_ptr<ChildIndex>, RecordHash>
+        m_childIndexes;
     std::vector<std::unique_ptr<Stage>> m_stages; // [0] is the input scene
     std::map<std::string, std::unique_ptr<std::mutex>> m_serialLocks;
     std::mutex m_serialLocksMutex;
     // Keyed by the node's record (a SceneLocation or CookedLocation), which stays put until clear().
-    tbb::concurrent_unordered_map<const void*, std::unique_ptr<XformModel::Operations>> m_flattened;
+    tbb::concurrent_unordered_map<const void*, std::unique_ptr<XformModel::Operations>, RecordHash>
+        m_flattened;
     std::atomic<int64_t> m_finishedCooks{0};
     std::atomic<int64_t> m_abortedAttempts{0};
 };

@@ -7,8 +7,8 @@
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <algorithm>
-#include <deque>
 #include <limits>
+#include <memory>
 
 namespace VexilHost {
 
@@ -19,7 +19,8 @@ struct XformChain {
     bool exists = false;
     /// One entry per location: the graph's memoised operations, or one of `overridden`.
     std::vector<const XformModel::Operations*> chain;
-    std::deque<XformModel::Operations> overridden;
+    /// Made only for overrides (a deque would allocate even when empty).
+    std::vector<std::unique_ptr<XformModel::Operations>> overridden;
 
     const std::vector<const XformModel::Operations*>& pointers() const { return chain; }
 };
@@ -43,6 +44,7 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
     // The cook's own location is kept by its context rather than by the graph: other cooks rarely ask
     // for it.
     const bool own = context.queriedPath(path, pathLength) == context.path();
+    chain.chain.reserve(nodes.size());
     for (size_t i = 0; i < nodes.size(); ++i) {
         // Location paths are keys of a literal group: they must be matched whole, never split at dots.
         Qn::Attribute xform =
@@ -50,8 +52,8 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
         if (!xform.isValid() && own && i + 1 == nodes.size()) {
             chain.chain.push_back(&context.ownXform());
         } else if (xform.isValid()) {
-            chain.overridden.push_back(XformModel::flatten(xform));
-            chain.chain.push_back(&chain.overridden.back());
+            chain.overridden.push_back(std::make_unique<XformModel::Operations>(XformModel::flatten(xform)));
+            chain.chain.push_back(chain.overridden.back().get());
         } else {
             chain.chain.push_back(&context.graph().flattenedXform(nodes[i]));
         }

@@ -19,6 +19,7 @@ template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
         return false;
     }
     out.times = typed.getSampleTimes();
+    out.samples.reserve(out.times.size());
     for (float t : out.times) {
         auto view = typed.getNearestSample(t);
         out.samples.emplace_back(view.begin(), view.end());
@@ -63,6 +64,7 @@ bool kindOfName(const std::string& name, Operation::Kind& kind, size_t& count) {
 
 void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
     const int64_t n = group.getNumberOfChildren();
+    out.reserve(out.size() + static_cast<size_t>(n));
     for (int64_t i = 0; i < n; ++i) {
         const std::string name = group.getChildName(i);
         const Qn::Attribute child = group.getChildByIndex(i);

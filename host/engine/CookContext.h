@@ -19,6 +19,7 @@ namespace VexilHost {
 
 /// One cook attempt. Queries read the step below (the op's input); writes go to the output, which
 /// starts as the input location (attributes and children). Safe to call from several threads of one op.
+/// The path given to the constructor must outlive the attempt.
 class CookContext {
 public:
     CookContext(StageGraph& graph, int stage, const std::string& path, const Traversal& traversal,
@@ -93,7 +94,7 @@ private:
 
     StageGraph& m_graph;
     int m_stage;
-    std::string m_path;
+    const std::string& m_path; // the caller's, which outlives the attempt
     Traversal m_traversal;
     Node m_input;
 

@@ -32,7 +32,10 @@ void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std:
         out.children[i].name = node.childName(i);
     }
     auto cookChild = [&](size_t i) {
-        const std::string childPath = path + "/" + out.children[i].name;
+        const std::string& name = out.children[i].name;
+        std::string childPath;
+        childPath.reserve(path.size() + 1 + name.size());
+        childPath.append(path).append(1, '/').append(name);
         const std::vector<Node> childColumn = graph.childColumn(column, childPath, last, i);
         buildSubtree(graph, childColumn, childPath, out.children[i], locationsCooked);
     };

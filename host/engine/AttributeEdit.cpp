@@ -100,27 +100,34 @@ std::vector<std::string> splitDotted(const std::string& name) {
     return parts;
 }
 
-Qn::Attribute childNamed(const Qn::GroupAttribute& group, std::string_view name) {
-    if (!group.isValid()) {
-        return Qn::Attribute();
-    }
-    // Straight to the host's table: the client classes would copy every child name into a string.
-    const AttributeHostSuite* suite = Qn::Attribute::suite();
-    const QnAttributeHandle handle = group.getHandle();
+namespace {
+
+/// The child `name` (literal) of the group `handle`, one reference owned by the caller, or null.
+QnAttributeHandle childHandle(const AttributeHostSuite* suite, QnAttributeHandle handle,
+                              std::string_view name) {
     if (!name.empty() && name.find('.') == std::string_view::npos) {
         // Without a dot the host's lookup by name is a literal one, the first of equal names winning.
-        return Qn::Attribute::adopt(
-            suite->getChildByName(handle, name.data(), static_cast<int32_t>(name.size())));
+        return suite->getChildByName(handle, name.data(), static_cast<int32_t>(name.size()));
     }
     const int64_t n = suite->getNumberOfChildren(handle);
     for (int64_t i = 0; i < n; ++i) {
         int32_t length = 0;
         const char* childName = suite->getChildName(handle, i, &length);
         if (childName != nullptr && std::string_view(childName, static_cast<size_t>(length)) == name) {
-            return Qn::Attribute::adopt(suite->getChildByIndex(handle, i));
+            return suite->getChildByIndex(handle, i);
         }
     }
-    return Qn::Attribute();
+    return nullptr;
+}
+
+} // namespace
+
+Qn::Attribute childNamed(const Qn::GroupAttribute& group, std::string_view name) {
+    if (!group.isValid()) {
+        return Qn::Attribute();
+    }
+    // Straight to the host's table: the client classes would copy every child name into a string.
+    return Qn::Attribute::adopt(childHandle(Qn::Attribute::suite(), group.getHandle(), name));
 }
 
 Qn::Attribute get(const Qn::GroupAttribute& group, const std::vector<std::string>& parts) {
@@ -135,7 +142,14 @@ Qn::Attribute get(const Qn::GroupAttribute& group, const std::vector<std::string
 }
 
 Qn::Attribute getDotted(const Qn::GroupAttribute& group, std::string_view name) {
-    Qn::Attribute current = group;
+    if (!group.isValid()) {
+        return Qn::Attribute();
+    }
+    // Walked on bare handles: no client object per step. `owned` is null while `current` is the
+    // borrowed `group`, and otherwise holds the reference to `current`.
+    const AttributeHostSuite* suite = Qn::Attribute::suite();
+    QnAttributeHandle current = group.getHandle();
+    QnAttributeHandle owned = nullptr;
     size_t start = 0;
     while (start <= name.size()) {
         size_t dot = name.find('.', start);
@@ -143,14 +157,20 @@ Qn::Attribute getDotted(const Qn::GroupAttribute& group, std::string_view name) 
             dot = name.size();
         }
         if (dot > start) {
-            current = childNamed(Qn::GroupAttribute(current), name.substr(start, dot - start));
-            if (!current.isValid()) {
-                return current;
+            QnAttributeHandle next = suite->getType(current) == QN_ATTRIBUTE_TYPE_GROUP
+                                         ? childHandle(suite, current, name.substr(start, dot - start))
+                                         : nullptr;
+            if (owned != nullptr) {
+                suite->release(owned);
             }
+            if (next == nullptr) {
+                return Qn::Attribute();
+            }
+            current = owned = next;
         }
         start = dot + 1;
     }
-    return current;
+    return owned != nullptr ? Qn::Attribute::adopt(owned) : Qn::Attribute(group);
 }
 
 Qn::GroupAttribute set(const Qn::GroupAttribute& group, const std::vector<std::string>& parts,

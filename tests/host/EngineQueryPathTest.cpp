@@ -1,6 +1,7 @@
 // World-transform queries that reach a location by path: a cook's own location (its chain built from
 // its parent's walk and its own input), and a location among many siblings (found through the
 // parent's child index rather than a scan), on both engine modes, against values worked out by hand.
+#include "host/engine/AttributeEdit.h"
 #include "host/engine/Engine.h"
 #include "tests/host/HostTestSupport.h"
 
@@ -130,6 +131,46 @@ TEST(EngineQueryPaths, EveryChildOfALargeParentIsCookedInItsPlace) {
         ASSERT_TRUE(translate.isValid()) << name;
         EXPECT_EQ(translate.getNearestSample(0.0f)[0], double(kSiblings - 1 - i)) << name;
     }
+}
+
+} // namespace
+} // namespace VexilHost
+
+namespace VexilHost {
+namespace {
+
+using namespace HostTest;
+
+TEST(EngineQueryPaths, DottedNamesWalkNestedGroupsAndLiteralNamesDoNot) {
+    useHostAttributes();
+    const Qn::GroupAttribute root =
+        group({{"a", group({{"b", group({{"c", doubles({7})}})}, {"leaf", doubles({3})}})},
+               {"x.y", doubles({5})},
+               {"x", group({{"y", doubles({6})}})}});
+    struct Case {
+        std::string name;
+        double expected; // 0: absent
+    };
+    const std::vector<Case> cases = {
+        {"a.b.c", 7},       {"a..b.c", 7},    {".a.leaf", 3}, {"a.leaf.", 3},
+        {"a.leaf.more", 0}, {"a.missing", 0}, {"x.y", 6},     {"a.b.c.d", 0},
+    };
+    for (const Case& c : cases) {
+        const Qn::DoubleAttribute found(AttributeEdit::getDotted(root, c.name));
+        if (c.expected == 0) {
+            EXPECT_FALSE(found.isValid()) << c.name;
+        } else {
+            ASSERT_TRUE(found.isValid()) << c.name;
+            EXPECT_EQ(found.getNearestSample(0.0f)[0], c.expected) << c.name;
+        }
+    }
+    // Only dots: no part at all, so the group itself.
+    EXPECT_EQ(AttributeEdit::getDotted(root, "..").getHandle(), root.getHandle());
+    EXPECT_FALSE(AttributeEdit::getDotted(Qn::GroupAttribute(), "a").isValid());
+    // A literal lookup takes a dotted name whole, and never walks into "x".
+    EXPECT_EQ(Qn::DoubleAttribute(AttributeEdit::childNamed(root, "x.y")).getNearestSample(0.0f)[0], 5);
+    EXPECT_FALSE(AttributeEdit::childNamed(root, "a.leaf").isValid());
+    EXPECT_FALSE(AttributeEdit::childNamed(root, "").isValid());
 }
 
 } // namespace

@@ -322,11 +322,7 @@ const VexilCookSuite kCookSuite = {
 CookContext::CookContext(StageGraph& graph, int stage, const std::string& path, const Traversal& traversal,
                          const Node& input)
     : m_graph(graph), m_stage(stage), m_path(path), m_traversal(traversal), m_input(input),
-      m_childOp(traversal.childOp) {
-    for (size_t i = 0; i < input.numChildren(); ++i) {
-        m_childNames.push_back(input.childName(i));
-    }
-}
+      m_childOp(traversal.childOp) {}
 
 const VexilCookSuite* CookContext::suite() {
     return &kCookSuite;
@@ -379,7 +375,14 @@ void CookContext::finish(CookedLocation& out) {
         Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
         out.attrs = builder.build();
     }
-    out.childNames = std::move(m_childNames);
+    out.ownNames = m_ownChildNames;
+    if (m_ownChildNames) {
+        out.childNames = std::move(m_childNames);
+    } else {
+        // Unchanged children are not copied: the record reads them from its input.
+        out.namesOfInput = m_input.input;
+        out.namesOfCooked = m_input.cooked;
+    }
     out.childOp = std::move(m_childOp);
     out.created = std::move(m_created);
 }
@@ -657,6 +660,13 @@ void CookContext::createChild(const std::string& name, const std::string& opType
         return;
     }
     m_created.push_back({name, std::move(instance), mode});
+    if (!m_ownChildNames) {
+        m_ownChildNames = true;
+        m_childNames.reserve(m_input.numChildren() + 1);
+        for (size_t i = 0; i < m_input.numChildren(); ++i) {
+            m_childNames.push_back(m_input.childName(i));
+        }
+    }
     if (std::find(m_childNames.begin(), m_childNames.end(), name) == m_childNames.end()) {
         m_childNames.push_back(name);
     }

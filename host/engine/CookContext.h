@@ -106,6 +106,7 @@ private:
     std::mutex m_mutex; // guards everything below
     bool m_attrsMaterialised = false;
     std::vector<std::pair<std::string, Qn::Attribute>> m_attrs;
+    bool m_ownChildNames = false; ///< set once a child is created; m_childNames then holds them all
     std::vector<std::string> m_childNames;
     OpInstancePtr m_childOp;
     std::vector<CreatedChild> m_created;

@@ -44,15 +44,32 @@ Qn::GroupAttribute Node::attrs() const {
     return Qn::GroupAttribute();
 }
 
+size_t CookedLocation::numChildren() const {
+    if (ownNames) {
+        return childNames.size();
+    }
+    if (namesOfInput != nullptr) {
+        return namesOfInput->children.size();
+    }
+    return namesOfCooked != nullptr ? namesOfCooked->numChildren() : 0;
+}
+
+const std::string& CookedLocation::childName(size_t index) const {
+    if (ownNames) {
+        return childNames[index];
+    }
+    return namesOfInput != nullptr ? namesOfInput->children[index].name : namesOfCooked->childName(index);
+}
+
 size_t Node::numChildren() const {
     if (input != nullptr) {
         return input->children.size();
     }
-    return cooked != nullptr ? cooked->childNames.size() : 0;
+    return cooked != nullptr ? cooked->numChildren() : 0;
 }
 
 const std::string& Node::childName(size_t index) const {
-    return input != nullptr ? input->children[index].name : cooked->childNames[index];
+    return input != nullptr ? input->children[index].name : cooked->childName(index);
 }
 
 } // namespace VexilHost

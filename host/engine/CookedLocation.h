@@ -30,8 +30,13 @@ struct CreatedChild {
 struct CookedLocation {
     /// The attributes after the cook (a valid group).
     Qn::GroupAttribute attrs;
-    /// The children after the cook: the input's, then created ones, in order.
+    /// The children after the cook when a cook created some: the input's, then created ones, in
+    /// order. Empty otherwise: the children are then the input's, read through `namesOfInput` or
+    /// `namesOfCooked` (both null when there was no input), which stay put until the graph is cleared.
     std::vector<std::string> childNames;
+    bool ownNames = false;
+    const SceneLocation* namesOfInput = nullptr;
+    const CookedLocation* namesOfCooked = nullptr;
     /// The instance that cooks the children that came from the input; null when traversal stopped.
     OpInstancePtr childOp;
     std::vector<CreatedChild> created;
@@ -39,6 +44,9 @@ struct CookedLocation {
     /// How child `name` is cooked on this step, given whether the input location had such a child:
     /// false when there is no such child; otherwise `out.op` is null when it passes through unchanged.
     bool childTraversal(std::string_view name, bool inInput, Traversal& out) const;
+    /// The number of children after the cook, and the name of one of them.
+    size_t numChildren() const;
+    const std::string& childName(size_t index) const;
 };
 
 /// One location on one step of the op chain, or none. Exactly one of `input` and `cooked` is set when

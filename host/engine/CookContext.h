@@ -57,6 +57,8 @@ public:
     StageGraph& graph() { return m_graph; }
     /// The step that queries read (the op's input).
     int inputStage() const { return m_stage - 1; }
+    /// True when this location exists on the op's input (false for a child an op created).
+    bool hasInput() const { return m_input.exists(); }
     /// True for the input indices queries accept (-1, the current input, and 0).
     static bool isValidInput(int32_t inputIndex) { return inputIndex == -1 || inputIndex == 0; }
     /// The absolute path a query names: trailing slashes dropped, empty meaning this location. The

@@ -97,6 +97,32 @@ bool plainWorld(VexilCookHandle h, const char* path, int32_t pathLength, int32_t
     return true;
 }
 
+/// For a query of the cook's own location without overrides: the world memo of its parent, shared
+/// with its siblings, so that only the location's own operations remain to apply (the same products
+/// in the same order as a walk of the whole chain). False when that does not apply: the location is
+/// "/root" or has no input, or the parent's transform cannot be had; the caller then reads the chain.
+bool ownParentWorld(VexilCookHandle h, int32_t inputIndex, StageGraph::WorldMemo*& parent) {
+    parent = nullptr;
+    const CookContext& context = CookContext::from(h);
+    const std::string& path = context.path();
+    const size_t slash = path.rfind('/');
+    if (slash == 0 || slash == std::string::npos || !context.hasInput()) {
+        return false;
+    }
+    // No abort flag: the parent of a location being cooked is always cooked already.
+    return plainWorld(h, path.data(), static_cast<int32_t>(slash), inputIndex, nullptr, parent) &&
+           parent != nullptr;
+}
+
+/// True for a query of the cook's own location without overrides.
+bool ownPlainQuery(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle overrides) {
+    if (overrides != nullptr) {
+        return false;
+    }
+    const CookContext& context = CookContext::from(h);
+    return context.queriedPath(path, pathLength) == context.path();
+}
+
 std::vector<float> sortedTimes(const float* times, int64_t numTimes) {
     std::vector<float> out;
     if (times != nullptr && numTimes > 0) {
@@ -128,6 +154,14 @@ QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, 
             const std::vector<float> times = memo != nullptr ? memo->times : XformModel::worldSampleTimes({});
             return Qn::FloatAttribute(times).releaseHandle();
         }
+        StageGraph::WorldMemo* parent = nullptr;
+        if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
+            std::vector<const XformModel::Operations*> chain;
+            chain.reserve(parent->chain.size() + 1);
+            chain.assign(parent->chain.begin(), parent->chain.end());
+            chain.push_back(&CookContext::from(h).ownXform());
+            return Qn::FloatAttribute(XformModel::worldSampleTimes(chain)).releaseHandle();
+        }
         XformChain chain;
         if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {
             return nullptr;
@@ -155,6 +189,22 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
             }
             for (float t : sorted) {
                 matrices.push_back(StageGraph::worldAt(*memo, t));
+            }
+            return matrixSamples(sorted, matrices);
+        }
+        StageGraph::WorldMemo* parent = nullptr;
+        if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
+            const std::vector<float> sorted = sortedTimes(times, numTimes);
+            if (sorted.empty()) {
+                return nullptr;
+            }
+            const XformModel::Operations& own = CookContext::from(h).ownXform();
+            matrices.reserve(sorted.size());
+            for (float t : sorted) {
+                // As XformModel::worldAt does for the last location of a chain.
+                const XformModel::Local local = XformModel::localAt(own, t);
+                matrices.push_back(local.resetsParent ? local.matrix
+                                                      : local.matrix * StageGraph::worldAt(*parent, t));
             }
             return matrixSamples(sorted, matrices);
         }

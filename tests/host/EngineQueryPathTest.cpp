@@ -17,7 +17,8 @@ using namespace HostTest;
 constexpr int kSiblings = 40; // well above the size at which a parent's children get a name index
 
 /// world: translate (0,0,0) at 0 -> (0,10,0) at 1; many: scale 2; many/c<i>: translate (i,0,0), given
-/// in reverse order so that a child's name and its position disagree.
+/// in reverse order so that a child's name and its position disagree; reset: translate (1,2,3), then an
+/// origin, then a nested group translating by (4,0,0).
 SceneLocation scene() {
     std::vector<SceneLocation> children;
     for (int i = kSiblings - 1; i >= 0; --i) {
@@ -29,7 +30,10 @@ SceneLocation scene() {
         {location(
             "world",
             {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {0, 10, 0}}}, 3)}})}},
-            {location("many", {{"xform", group({{"scale", doubles({2, 2, 2})}})}}, std::move(children))})});
+            {location("reset", {{"xform", group({{"translate", doubles({1, 2, 3})},
+                                                 {"origin", doubles({0})},
+                                                 {"after", group({{"translate", doubles({4, 0, 0})}})}})}}),
+             location("many", {{"xform", group({{"scale", doubles({2, 2, 2})}})}}, std::move(children))})});
 }
 
 /// Cooks TestWorld at `at` asking for `of` (after a TestMark step, so that the queried step is a
@@ -79,6 +83,17 @@ TEST(EngineQueryPaths, OwnLocationWorldTransformFollowsItsAncestors) {
         // Trailing slashes and the empty path name the cook's own location too.
         expectWorld(query(at, at + "//", abortMode), at, {scaledAt(74, 0), scaledAt(74, 10)});
         expectWorld(query(at, "", abortMode), at, {scaledAt(74, 0), scaledAt(74, 10)});
+    }
+}
+
+TEST(EngineQueryPaths, OwnLocationWithAnOriginIgnoresItsAncestors) {
+    // Only the operations after the origin count, and the world above is cut off; the sample times
+    // still gather every operation of the chain.
+    for (bool abortMode : {false, true}) {
+        SCOPED_TRACE(abortMode ? "abort mode" : "plain");
+        const std::string at = "/root/world/reset";
+        const std::array<double, 16> moved = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 0, 0, 1};
+        expectWorld(query(at, at, abortMode), at, {moved, moved});
     }
 }
 

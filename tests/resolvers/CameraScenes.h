@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,50 @@ inline Json constraint(const std::string& type, const std::vector<std::string>& 
     for (auto it = extra.begin(); it != extra.end(); ++it)
         c[it.key()] = it.value();
     return c;
+}
+
+/// A camera location (near 0.1, far 100000) whose xform group `xformGroup` carries a constraint of
+/// `type` on `targets` with `args`.
+inline Json constrainedCamera(const std::string& type, const Json& xformGroup, double fov,
+                              const Window& window, const std::vector<std::string>& targets,
+                              const Json& args) {
+    Json xf = xformGroup;
+    xf["constraint"] = constraint(type, targets, args);
+    return node(cameraAttrs(xf, fov, window));
+}
+
+/// The arguments of a framing constraint (Dolly, FOV): the bound type and the angle offset in degrees.
+inline Json framingArgs(const std::string& bounds, double angleOffset = 0.0) {
+    return {{"targetBounds", bounds}, {"angleOffset", VexilTest::floats({angleOffset})}};
+}
+
+/// A box-shaped target at /root/world/`name`: its xform and local bound.
+struct TargetBox {
+    std::string name;
+    Json xform;
+    V3d lo, hi;
+};
+
+/// Adds the boxes to `children` and returns their paths.
+inline std::vector<std::string> addBoxes(Json& children, const std::vector<TargetBox>& boxes) {
+    std::vector<std::string> paths;
+    for (const TargetBox& b : boxes) {
+        children[b.name] = node(boxAttrs(b.xform, b.lo, b.hi));
+        paths.push_back("/root/world/" + b.name);
+    }
+    return paths;
+}
+
+/// Adds `nodes` to `children` as `stem`0, `stem`1, ... and returns their paths, in order.
+inline std::vector<std::string> addNumbered(Json& children, const std::string& stem,
+                                            const std::vector<Json>& nodes) {
+    std::vector<std::string> paths;
+    for (const Json& n : nodes) {
+        const std::string name = stem + std::to_string(paths.size());
+        children[name] = n;
+        paths.push_back("/root/world/" + name);
+    }
+    return paths;
 }
 
 /// Cooks the children of /root/world with ConstraintResolve and the constraint list `listed` (which
@@ -151,6 +196,44 @@ inline std::pair<V3d, double> cornerSphere(const std::vector<V3d>& corners) {
     for (const V3d& c : corners)
         radius = std::max(radius, (c - centre).length());
     return {centre, radius};
+}
+
+/// The least window slack of the corners of `boxes` (as cooked) seen by a camera at `camera` with
+/// `fovDegrees`; every corner must be in front of the camera and inside the window.
+inline double worstCornerSlack(const Json& cooked, const M44d& camera, double fovDegrees,
+                               const Window& window, const std::vector<TargetBox>& boxes) {
+    double worst = std::numeric_limits<double>::max();
+    for (const TargetBox& b : boxes) {
+        for (const V3d& p : worldCorners(VexilTest::world(cooked, "/root/world/" + b.name), b.lo, b.hi)) {
+            const V3d screen = screenOf(camera, fovDegrees, p);
+            EXPECT_GT(screen.z, 0.0);
+            const double slack = windowSlack(window, screen);
+            EXPECT_GE(slack, -1e-9);
+            worst = std::min(worst, slack);
+        }
+    }
+    return worst;
+}
+
+/// The least frustum slack of the corner spheres of `boxes` (as cooked); every sphere must be inside.
+inline double worstSphereSlack(const Json& cooked, const M44d& camera, double fovDegrees,
+                               const Window& window, const std::vector<TargetBox>& boxes) {
+    double worst = std::numeric_limits<double>::max();
+    for (const TargetBox& b : boxes) {
+        const auto sphere =
+            cornerSphere(worldCorners(VexilTest::world(cooked, "/root/world/" + b.name), b.lo, b.hi));
+        const double slack = sphereSlack(camera, fovDegrees, window, sphere.first, sphere.second);
+        EXPECT_GE(slack, -1e-9);
+        worst = std::min(worst, slack);
+    }
+    return worst;
+}
+
+/// Expects the cooked location at `path` to be an error location with exactly `message`.
+inline void expectFailure(const Json& cooked, const std::string& path, const std::string& message,
+                          const std::string& what) {
+    EXPECT_EQ(VexilTest::stringValue(cooked, path, "errorMessage"), message) << what;
+    EXPECT_EQ(VexilTest::stringValue(cooked, path, "type"), "error") << what;
 }
 
 /// The first value of a double attribute of a cooked location (NaN when absent).

@@ -198,16 +198,15 @@ TEST(CameraScreenWindowConstraint, FailureTexts) {
                      {"noFov", node(noFov)},
                      {"emptyTop", node(emptyTop)},
                      {"flatCamera", node(flatCamera)}};
-    int index = 0;
-    for (const Case& c : cases) {
-        children["card" + std::to_string(index++)] = card(c.cardXform, c.args, {"/root/world/" + c.camera});
-    }
+    std::vector<Json> cards;
+    for (const Case& c : cases)
+        cards.push_back(card(c.cardXform, c.args, {"/root/world/" + c.camera}));
+    const std::vector<std::string> paths = addNumbered(children, "card", cards);
     const VexilTest::CookResult result = cookWorld(children);
-    index = 0;
-    for (const Case& c : cases) {
-        const std::string path = "/root/world/card" + std::to_string(index++);
-        EXPECT_EQ(stringValue(result.scene, path, "errorMessage"), c.message) << c.name;
-        EXPECT_EQ(stringValue(result.scene, path, "type"), "error") << c.name;
+    for (size_t i = 0; i < paths.size(); ++i) {
+        const std::string& path = paths[i];
+        const Case& c = cases[i];
+        expectFailure(result.scene, path, c.message, c.name);
         EXPECT_TRUE(VexilTest::attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null())
             << c.name;
     }

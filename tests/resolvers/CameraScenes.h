@@ -198,6 +198,27 @@ inline std::pair<V3d, double> cornerSphere(const std::vector<V3d>& corners) {
     return {centre, radius};
 }
 
+/// A camera framing `boxes`: its authored xform, fov (degrees) and window, and the constraint's angle
+/// offset (degrees).
+struct FramingCase {
+    const char* name;
+    Json cameraXform;
+    double fov, angleOffset;
+    Window window;
+    std::vector<TargetBox> boxes;
+};
+
+/// Cooks the boxes of `c` and a camera at /root/world/cam with a `type` constraint of bound type `bounds`
+/// on all of them.
+inline VexilTest::CookResult cookFraming(const std::string& type, const FramingCase& c,
+                                         const std::string& bounds) {
+    Json children = Json::object();
+    const std::vector<std::string> targets = addBoxes(children, c.boxes);
+    children["cam"] =
+        constrainedCamera(type, c.cameraXform, c.fov, c.window, targets, framingArgs(bounds, c.angleOffset));
+    return cookWorld(children);
+}
+
 /// The least window slack of the corners of `boxes` (as cooked) seen by a camera at `camera` with
 /// `fovDegrees`; every corner must be in front of the camera and inside the window.
 inline double worstCornerSlack(const Json& cooked, const M44d& camera, double fovDegrees,

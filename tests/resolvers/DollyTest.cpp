@@ -18,15 +18,7 @@ Json dollyCamera(const Json& xformGroup, double fov, const Window& window,
     return constrainedCamera("Dolly", xformGroup, fov, window, targets, args);
 }
 
-struct FitCase {
-    const char* name;
-    Json cameraXform;
-    double fov, angleOffset;
-    Window window;
-    std::vector<TargetBox> boxes;
-};
-
-std::vector<FitCase> fitCases() {
+std::vector<FramingCase> fitCases() {
     return {
         {"ahead, square",
          xform(V3d(0, 0, 0)),
@@ -58,14 +50,6 @@ std::vector<FitCase> fitCases() {
     };
 }
 
-VexilTest::CookResult cookFit(const FitCase& c, const std::string& bounds) {
-    Json children = Json::object();
-    const std::vector<std::string> targets = addBoxes(children, c.boxes);
-    children["cam"] =
-        dollyCamera(c.cameraXform, c.fov, c.window, targets, framingArgs(bounds, c.angleOffset));
-    return cookWorld(children);
-}
-
 // The camera moved along its own view direction only and kept its orientation.
 void expectDollied(const M44d& before, const M44d& after) {
     for (int i = 0; i < 3; ++i)
@@ -78,7 +62,7 @@ void expectDollied(const M44d& before, const M44d& after) {
 }
 
 // The camera's world transform as authored, before the constraint.
-M44d authored(const FitCase& c) {
+M44d authored(const FramingCase& c) {
     M44d rotation;
     const Json& r = c.cameraXform["rotate"]["double"];
     rotation.setAxisAngle(V3d(r[1].get<double>(), r[2].get<double>(), r[3].get<double>()),
@@ -92,9 +76,9 @@ M44d authored(const FitCase& c) {
 } // namespace
 
 TEST(DollyConstraint, BoxCornersFitAndOneTouchesASide) {
-    for (const FitCase& c : fitCases()) {
+    for (const FramingCase& c : fitCases()) {
         SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "box");
+        const VexilTest::CookResult result = cookFraming("Dolly", c, "box");
         ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
         const M44d camera = VexilTest::world(result.scene, kCam);
         EXPECT_NEAR(worstCornerSlack(result.scene, camera, c.fov - c.angleOffset, c.window, c.boxes), 0.0,
@@ -104,11 +88,11 @@ TEST(DollyConstraint, BoxCornersFitAndOneTouchesASide) {
 }
 
 TEST(DollyConstraint, BoundingSpheresFitAndOneTouchesASide) {
-    for (const FitCase& c : fitCases()) {
+    for (const FramingCase& c : fitCases()) {
         if (c.window.left == 0)
             continue; // a side along the view axis cannot hold a sphere that crosses the axis
         SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "sphere");
+        const VexilTest::CookResult result = cookFraming("Dolly", c, "sphere");
         ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
         const M44d camera = VexilTest::world(result.scene, kCam);
         EXPECT_NEAR(worstSphereSlack(result.scene, camera, c.fov - c.angleOffset, c.window, c.boxes), 0.0,

@@ -18,44 +18,36 @@ Json fovCamera(const Json& xformGroup, const Window& window, const std::vector<s
     return constrainedCamera("FOV", xformGroup, fov, window, targets, args);
 }
 
-struct FitCase {
-    const char* name;
-    Json cameraXform;
-    Window window;
-    std::vector<TargetBox> boxes;
-};
-
-std::vector<FitCase> fitCases() {
+std::vector<FramingCase> fitCases() {
     return {
         {"square window ahead",
          xform(V3d(0, 0, 0)),
+         45,
+         0,
          {-1, 1, -1, 1},
          {{"a", xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)}}},
         {"wide off-centre window, turned camera",
          xform(V3d(2, 1, 4), 30),
+         45,
+         0,
          {-1.2, 0.8, -0.5, 1.0},
          {{"a", xform(V3d(-4, 0, -8), 20), V3d(-1, -2, -1), V3d(1, 1, 2)},
           {"b", xform(V3d(3, 2, -15)), V3d(-0.5, -0.5, -0.5), V3d(2, 0.5, 0.5)}}},
         {"tall window, off-axis target",
          xform(V3d(0, 0, 0), -15, V3d(1, 0, 0)),
+         45,
+         0,
          {-0.6, 0.6, -1.5, 1.5},
          {{"a", xform(V3d(1, -6, -12)), V3d(-1, -1, -1), V3d(1, 1, 1)}}},
     };
 }
 
-VexilTest::CookResult cookFit(const FitCase& c, const std::string& bounds) {
-    Json children = Json::object();
-    const std::vector<std::string> targets = addBoxes(children, c.boxes);
-    children["cam"] = fovCamera(c.cameraXform, c.window, targets, framingArgs(bounds));
-    return cookWorld(children);
-}
-
 } // namespace
 
 TEST(FOVConstraint, BoxCornersFitAndOneTouchesTheEdge) {
-    for (const FitCase& c : fitCases()) {
+    for (const FramingCase& c : fitCases()) {
         SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "box");
+        const VexilTest::CookResult result = cookFraming("FOV", c, "box");
         ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
         const double fov = doubleValue(result.scene, kCam, "geometry.fov");
         const M44d camera = VexilTest::world(result.scene, kCam);
@@ -64,9 +56,9 @@ TEST(FOVConstraint, BoxCornersFitAndOneTouchesTheEdge) {
 }
 
 TEST(FOVConstraint, BoundingSpheresFitAndOneTouchesASide) {
-    for (const FitCase& c : fitCases()) {
+    for (const FramingCase& c : fitCases()) {
         SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "sphere");
+        const VexilTest::CookResult result = cookFraming("FOV", c, "sphere");
         ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
         const double fov = doubleValue(result.scene, kCam, "geometry.fov");
         const M44d camera = VexilTest::world(result.scene, kCam);

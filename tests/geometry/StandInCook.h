@@ -3,14 +3,39 @@
 #pragma once
 
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
+#include "constraints/resolve/ConstraintTypes.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
+#include <exception>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace GeometryTests {
+
+/// A translation by (x, y, z).
+inline Imath::M44d translation(double x, double y, double z) {
+    Imath::M44d m;
+    m.setTranslation(Imath::V3d(x, y, z));
+    return m;
+}
+
+/// One transform sample at time 0.
+inline Vexil3Constraints::Private::XformSamples at0(const Imath::M44d& m) {
+    return Vexil3Constraints::Private::XformSamples{{0.0f, m}};
+}
+
+/// The message of the exception `f` throws, or "<no exception>".
+inline std::string messageOf(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const std::exception& e) {
+        return e.what();
+    }
+    return "<no exception>";
+}
 
 /// Loads the build's attribute host library once; false when it cannot be loaded.
 bool loadAttributeSuite();

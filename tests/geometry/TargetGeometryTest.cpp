@@ -11,7 +11,7 @@
 #include <functional>
 
 using namespace Vexil3Constraints::Private;
-using GeometryTests::StandInCook;
+using namespace GeometryTests;
 using Imath::M44d;
 using Imath::V3d;
 
@@ -19,25 +19,6 @@ namespace {
 
 const std::string kTarget = "/root/world/target";
 const std::string kMesh = "/root/world/mesh";
-
-M44d translation(double x, double y, double z) {
-    M44d m;
-    m.setTranslation(V3d(x, y, z));
-    return m;
-}
-
-XformSamples at0(const M44d& m) {
-    return XformSamples{{0.0f, m}};
-}
-
-std::string messageOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
-}
 
 void expectVecNear(const V3d& expected, const V3d& actual, double tol = 1e-12) {
     EXPECT_NEAR(expected.x, actual.x, tol);

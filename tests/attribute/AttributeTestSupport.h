@@ -11,6 +11,14 @@
 
 namespace AttributeTests {
 
+using Qn::Attribute;
+using Qn::DoubleAttribute;
+using Qn::FloatAttribute;
+using Qn::GroupAttribute;
+using Qn::GroupBuilder;
+using Qn::IntAttribute;
+using Qn::StringAttribute;
+
 /// Loads <build>/bin/libQnAttributeHost.so once per process.
 inline const AttributeHostSuite* hostSuite() {
     static const AttributeHostSuite* suite = [] {

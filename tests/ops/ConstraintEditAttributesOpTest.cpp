@@ -202,36 +202,30 @@ TEST(ConstraintEditAttributes, HintsFollowTheValues) {
         std::string widget;
         Strings options;
     };
+    // The switches every kind shares come first, then the kind's own arguments.
+    const auto withSwitches = [](std::vector<Hint> own) {
+        std::vector<Hint> hints = {{"target", "scenegraphLocation", {}},
+                                   {"allowMissingTargets", "checkBox", {}},
+                                   {"requireTargetBounds", "checkBox", {}},
+                                   {"respectMotionBlur", "checkBox", {}}};
+        hints.insert(hints.end(), own.begin(), own.end());
+        return hints;
+    };
     const std::vector<std::pair<std::string, std::vector<Hint>>> expected = {
-        {"Aim",
-         {{"target", "scenegraphLocation", {}},
-          {"allowMissingTargets", "checkBox", {}},
-          {"requireTargetBounds", "checkBox", {}},
-          {"respectMotionBlur", "checkBox", {}},
-          {"args.targetOrigin", "popup", kOriginModes},
-          {"args.baseAimAxis", "vector3", {}},
-          {"args.baseUpAxis", "vector3", {}},
-          {"args.targetUpAxis", "vector3", {}}}},
-        {"Orient",
-         {{"target", "scenegraphLocation", {}},
-          {"allowMissingTargets", "checkBox", {}},
-          {"requireTargetBounds", "checkBox", {}},
-          {"respectMotionBlur", "checkBox", {}},
-          {"args.targetOrientation", "popup", {"object", "face"}},
-          {"args.targetFaceIndex", "integer", {}},
-          {"args.xAxis", "checkBox", {}},
-          {"args.yAxis", "checkBox", {}},
-          {"args.zAxis", "checkBox", {}}}},
-        {"Point",
-         {{"target", "scenegraphLocation", {}},
-          {"allowMissingTargets", "checkBox", {}},
-          {"requireTargetBounds", "checkBox", {}},
-          {"respectMotionBlur", "checkBox", {}},
-          {"args.targetOrigin", "popup", kOriginModes},
-          {"args.baseOrigin", "popup", kOriginModes},
-          {"args.xAxis", "checkBox", {}},
-          {"args.yAxis", "checkBox", {}},
-          {"args.zAxis", "checkBox", {}}}},
+        {"Aim", withSwitches({{"args.targetOrigin", "popup", kOriginModes},
+                              {"args.baseAimAxis", "vector3", {}},
+                              {"args.baseUpAxis", "vector3", {}},
+                              {"args.targetUpAxis", "vector3", {}}})},
+        {"Orient", withSwitches({{"args.targetOrientation", "popup", {"object", "face"}},
+                                 {"args.targetFaceIndex", "integer", {}},
+                                 {"args.xAxis", "checkBox", {}},
+                                 {"args.yAxis", "checkBox", {}},
+                                 {"args.zAxis", "checkBox", {}}})},
+        {"Point", withSwitches({{"args.targetOrigin", "popup", kOriginModes},
+                                {"args.baseOrigin", "popup", kOriginModes},
+                                {"args.xAxis", "checkBox", {}},
+                                {"args.yAxis", "checkBox", {}},
+                                {"args.zAxis", "checkBox", {}}})},
     };
     Json children = Json::object();
     Json ops = Json::array();

@@ -64,7 +64,7 @@ protected:
     std::string thrownBy(ConstraintResolverCreator create, const Qn::GroupAttribute& group,
                          const SampleTimes& times, const XformSamples& base, const XformSamplesList& targets,
                          const TargetPaths& paths) {
-        return messageOf([&] { resolve(create, group, times, base, targets, paths); });
+        return thrownMessage([&] { resolve(create, group, times, base, targets, paths); });
     }
 
     double outputDouble(const std::string& name) const {

@@ -6,14 +6,15 @@
 #include "constraints/resolve/ConstraintTypes.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
+#include "tests/support/ThrownMessage.h"
 
-#include <exception>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace GeometryTests {
+
+using VexilTest::thrownMessage;
 
 /// A translation by (x, y, z).
 inline Imath::M44d translation(double x, double y, double z) {
@@ -25,16 +26,6 @@ inline Imath::M44d translation(double x, double y, double z) {
 /// One transform sample at time 0.
 inline Vexil3Constraints::Private::XformSamples at0(const Imath::M44d& m) {
     return Vexil3Constraints::Private::XformSamples{{0.0f, m}};
-}
-
-/// The message of the exception `f` throws, or "<no exception>".
-inline std::string messageOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
 }
 
 /// Loads the build's attribute host library once; false when it cannot be loaded.

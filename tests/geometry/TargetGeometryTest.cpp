@@ -75,13 +75,15 @@ TEST_F(TargetGeometryTest, TransformLookupIsByExactTime) {
     const XformSamples twoSamples{{0.0f, M44d()}, {1.0f, translation(4, 0, 0)}};
     const std::string message = "Incorrect time samples for xform (" + kTarget + ").";
     // 0.5 lies between the samples, yet there is no sample there.
-    EXPECT_EQ(message,
-              messageOf([&] { computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 0.5f); }));
-    EXPECT_EQ(message, messageOf([&] {
+    EXPECT_EQ(message, thrownMessage([&] {
+                  computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 0.5f);
+              }));
+    EXPECT_EQ(message, thrownMessage([&] {
                   computeTargetOrigin("origin", {XformSamples{}}, cook, {kTarget}, true, 0.0f);
               }));
-    EXPECT_EQ(message,
-              messageOf([&] { computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 2.0f); }));
+    EXPECT_EQ(message, thrownMessage([&] {
+                  computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 2.0f);
+              }));
     expectVecNear(V3d(4, 0, 0), computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 1.0f));
     // Without transforms the map is not consulted at all.
     expectVecNear(V3d(0), computeTargetOrigin("origin", {XformSamples{}}, cook, {kTarget}, false, 0.5f));
@@ -124,7 +126,7 @@ TEST_F(TargetGeometryTest, BoundingBoxWithoutUsableBound) {
         if (c.bound.isValid())
             m_cook.scene[kTarget]["bound"] = c.bound;
         Qn::VexilCookInterface cook = m_cook.cookInterface();
-        EXPECT_EQ(message, messageOf([&] {
+        EXPECT_EQ(message, thrownMessage([&] {
                       computeTargetOrigin("boundingBox", {at0(M44d())}, cook, {kTarget}, true, 0.0f);
                   }));
     }
@@ -224,9 +226,9 @@ TEST_F(TargetGeometryTest, GetFacePointsInVertexListOrder) {
     expectVecNear(V3d(5, 5, 5), face1[0]);
 
     EXPECT_EQ("Cannot get valid face 2. (" + kMesh + ").",
-              messageOf([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
+              thrownMessage([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
     EXPECT_EQ("Cannot get valid face -1. (" + kMesh + ").",
-              messageOf([&] { getFacePoints(cook, kMesh, -1, 0.0f); }));
+              thrownMessage([&] { getFacePoints(cook, kMesh, -1, 0.0f); }));
 }
 
 TEST_F(TargetGeometryTest, FaceIteratorFailures) {
@@ -333,10 +335,10 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
         StandInCook scene;
         c.build(scene);
         Qn::VexilCookInterface cook = scene.cookInterface();
-        EXPECT_EQ(c.message, messageOf([&] { FaceIterator(cook, c.path, 0.0f); }));
+        EXPECT_EQ(c.message, thrownMessage([&] { FaceIterator(cook, c.path, 0.0f); }));
         // Every caller of the iterator reports the same text.
-        EXPECT_EQ(c.message, messageOf([&] { getFacePoints(cook, c.path, 0, 0.0f); }));
-        EXPECT_EQ(c.message, messageOf([&] {
+        EXPECT_EQ(c.message, thrownMessage([&] { getFacePoints(cook, c.path, 0, 0.0f); }));
+        EXPECT_EQ(c.message, thrownMessage([&] {
                       computeTargetOrigin("faceBoundingBox", {XformSamples{}}, cook, {c.path}, false, 0.0f);
                   }));
     }
@@ -347,7 +349,7 @@ TEST_F(TargetGeometryTest, BrokenFaceZeroFailsEveryLookup) {
     m_cook.addMesh(kMesh, {0, 0, 0, 1, 0, 0, 0, 1, 0}, {1, 1, 4, 7}, {0, 0, 1, 2, 0, 1, 2});
     Qn::VexilCookInterface cook = m_cook.cookInterface();
     EXPECT_EQ("FaceIterator mesh has invalid vertex range (end < start).",
-              messageOf([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
+              thrownMessage([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
 }
 
 TEST_F(TargetGeometryTest, FaceIteratorWalksFacesInOrder) {
@@ -439,19 +441,19 @@ TEST_F(TargetGeometryTest, ArgumentReaders) {
          {"args.doubleAxis", "args.twoValues", "args.fourValues", "args.missing", "args"}) {
         SCOPED_TRACE(name);
         EXPECT_EQ(std::string("Cannot find float attribute of size 3 ") + name,
-                  messageOf([&] { getFloat3Attr(group, name); }));
+                  thrownMessage([&] { getFloat3Attr(group, name); }));
     }
 
     EXPECT_EQ("boundingBox", getTargetOriginArg(group, "Point"));
     EXPECT_EQ("boundingBox", getRequiredStringArg(group, "Aim", "args.targetOrigin"));
     EXPECT_EQ("Point constraint resolver: empty args.baseOrigin.",
-              messageOf([&] { getBaseOriginArg(group, "Point"); }));
+              thrownMessage([&] { getBaseOriginArg(group, "Point"); }));
     EXPECT_EQ("Aim constraint resolver: empty args.intOrigin.",
-              messageOf([&] { getRequiredStringArg(group, "Aim", "args.intOrigin"); }));
+              thrownMessage([&] { getRequiredStringArg(group, "Aim", "args.intOrigin"); }));
     EXPECT_EQ("Orient constraint resolver: empty args.nothing.",
-              messageOf([&] { getRequiredStringArg(group, "Orient", "args.nothing"); }));
+              thrownMessage([&] { getRequiredStringArg(group, "Orient", "args.nothing"); }));
     EXPECT_EQ("Point constraint resolver: empty args.targetOrigin.",
-              messageOf([&] { getTargetOriginArg(Qn::GroupAttribute(), "Point"); }));
+              thrownMessage([&] { getTargetOriginArg(Qn::GroupAttribute(), "Point"); }));
 
     // Only an IntAttribute with a value can switch an axis off.
     EXPECT_FALSE(getAxisFlag(group, "args.xAxis"));

@@ -1,6 +1,7 @@
 // Camera mathematics checked by projecting through the camera: expected values come from the geometry
 // of a pinhole camera looking down its local -Z axis (screen x = x / (depth·tan(fov/2))).
 #include "constraints/resolvers/CameraMath.h"
+#include "tests/support/ThrownMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@ using namespace Vexil3Constraints::Private;
 using Imath::Box3d;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::thrownMessage;
 
 namespace {
 
@@ -61,15 +63,6 @@ void expectNear(const V3d& actual, const V3d& expected, double tol = kTol) {
     EXPECT_NEAR(actual.x, expected.x, tol);
     EXPECT_NEAR(actual.y, expected.y, tol);
     EXPECT_NEAR(actual.z, expected.z, tol);
-}
-
-template <typename F> std::string messageOf(F&& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no exception)";
 }
 
 } // namespace
@@ -127,9 +120,9 @@ TEST(CameraMathScreenWindow, CameraScaleIsDroppedAndTheCardFacesTheCamera) {
 
 TEST(CameraMathScreenWindow, ZeroScaleAndSingularInputsFailWithTheMatrixLibraryTexts) {
     const M44d flat = scaling(V3d(1, 0, 1));
-    EXPECT_EQ(messageOf([&] { cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false); }),
+    EXPECT_EQ(thrownMessage([&] { cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false); }),
               "Cannot remove zero scaling from matrix.");
-    EXPECT_EQ(messageOf([&] { cameraScreenWindowMatrix(M44d(), flat, 1.0f, {}, 45.0, false); }),
+    EXPECT_EQ(thrownMessage([&] { cameraScreenWindowMatrix(M44d(), flat, 1.0f, {}, 45.0, false); }),
               "Cannot remove zero scaling from matrix.");
     EXPECT_THROW(cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false), std::domain_error);
 }
@@ -156,7 +149,8 @@ TEST(CameraMathClipping, ViewRayFollowsTheCameraAndIgnoresItsScale) {
         expectNear(ray.direction, c.direction);
         expectNear(ray.position, c.position);
     }
-    EXPECT_EQ(messageOf([] { clippingViewRay(scaling(V3d(1, 1, 0))); }), "Cannot invert singular matrix.");
+    EXPECT_EQ(thrownMessage([] { clippingViewRay(scaling(V3d(1, 1, 0))); }),
+              "Cannot invert singular matrix.");
 }
 
 TEST(CameraMathClipping, DepthIsMeasuredAlongTheViewDirection) {
@@ -230,7 +224,7 @@ TEST(CameraMathDolly, HalfAngleFailuresInOrder) {
         {{-1, 1, 0.1, 1}, 40, 0, windowText}, {{-1, 1, -1, -0.1}, 40, 0, windowText},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(messageOf([&] { dollyHalfAngles(c.window, c.fov, c.offset); }), c.message);
+        EXPECT_EQ(thrownMessage([&] { dollyHalfAngles(c.window, c.fov, c.offset); }), c.message);
     }
 }
 
@@ -477,5 +471,6 @@ TEST(CameraMathScreenCoordinate, OrthographicPlacementOfAHandWorkedWindow) {
 TEST(CameraMathScreenCoordinate, SingularBaseFails) {
     const ScreenMapping m{{-1, 1, -1, 1}, 50.0, false, true};
     const M44d flat = scaling(V3d(1, 0, 1)) * translation(V3d(0, 0, -5));
-    EXPECT_EQ(messageOf([&] { screenCoordinateMatrix(flat, M44d(), m); }), "Cannot invert singular matrix.");
+    EXPECT_EQ(thrownMessage([&] { screenCoordinateMatrix(flat, M44d(), m); }),
+              "Cannot invert singular matrix.");
 }

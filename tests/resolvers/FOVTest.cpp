@@ -112,11 +112,6 @@ TEST(FOVConstraint, FailureTexts) {
         Json camera;
         std::string message;
     } cases[] = {
-        {"no bound type", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, Json::object()),
-         prefix + "empty args.targetBounds."},
-        {"capitalised bound type",
-         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, framingArgs("Box")),
-         prefix + "unsupported target bound type 'Box'. Use 'sphere' or 'box' target bound type instead."},
         {"no screen window",
          node({{"type", "camera"},
                {"xform", {{"constraint", constraint("FOV", {"/root/world/box"}, framingArgs("box"))}}}}),

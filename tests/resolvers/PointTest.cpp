@@ -177,16 +177,6 @@ TEST(PointResolver, ExactFailureTexts) {
         std::string message;
     };
     const std::vector<Case> cases = {
-        {"emptyTarget",
-         {"/root/world/t"},
-         pointArgs(""),
-         true,
-         "Point Constraint Error: Point constraint resolver: empty args.targetOrigin."},
-        {"noBase",
-         {"/root/world/t"},
-         {{"targetOrigin", "origin"}},
-         true,
-         "Point Constraint Error: Point constraint resolver: empty args.baseOrigin."},
         // The base origin is read first.
         {"neither",
          {"/root/world/t"},

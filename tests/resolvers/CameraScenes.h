@@ -250,6 +250,13 @@ inline double worstSphereSlack(const Json& cooked, const M44d& camera, double fo
     return worst;
 }
 
+/// worstCornerSlack for the bound type "box", worstSphereSlack for "sphere".
+inline double worstSlack(const std::string& bounds, const Json& cooked, const M44d& camera, double fovDegrees,
+                         const Window& window, const std::vector<TargetBox>& boxes) {
+    return bounds == "box" ? worstCornerSlack(cooked, camera, fovDegrees, window, boxes)
+                           : worstSphereSlack(cooked, camera, fovDegrees, window, boxes);
+}
+
 /// Expects the cooked location at `path` to be an error location with exactly `message`.
 inline void expectFailure(const Json& cooked, const std::string& path, const std::string& message,
                           const std::string& what) {

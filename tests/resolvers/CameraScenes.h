@@ -3,7 +3,7 @@
 // (x / (d·k), y / (d·k)) with k = tan(fov / 2).
 #pragma once
 
-#include "CookTestSupport.h"
+#include "ResolverScenes.h"
 
 #include <Imath/ImathBox.h>
 #include <gtest/gtest.h>
@@ -18,6 +18,9 @@ namespace CameraTests {
 
 using Imath::M44d;
 using Imath::V3d;
+using ResolverTests::constraint;
+using ResolverTests::expectError;
+using ResolverTests::node;
 using VexilTest::Json;
 
 constexpr double kPi = 3.141592653589793;
@@ -30,11 +33,6 @@ inline double radians(double degrees) {
 struct Window {
     double left, right, bottom, top;
 };
-
-/// A location with `attrs` and `children`.
-inline Json node(const Json& attrs, const Json& children = Json::object()) {
-    return {{"attrs", attrs}, {"children", children}};
-}
 
 /// The attributes of a camera location.
 inline Json cameraAttrs(const Json& xform, double fov, const Window& w,
@@ -63,15 +61,6 @@ inline Json boxAttrs(const Json& xform, const V3d& lo, const V3d& hi) {
 inline Json xform(const V3d& translate, double degrees = 0.0, const V3d& axis = V3d(0, 1, 0)) {
     return {{"translate", VexilTest::doubles({translate.x, translate.y, translate.z})},
             {"rotate", VexilTest::doubles({degrees, axis.x, axis.y, axis.z})}};
-}
-
-/// A constraint description of `type` on `targets` with `args`, plus optional switches.
-inline Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                       const Json& extra = Json::object()) {
-    Json c = {{"type", type}, {"target", targets}, {"args", args}};
-    for (auto it = extra.begin(); it != extra.end(); ++it)
-        c[it.key()] = it.value();
-    return c;
 }
 
 /// A camera location (near 0.1, far 100000) whose xform group `xformGroup` carries a constraint of
@@ -255,13 +244,6 @@ inline double worstSlack(const std::string& bounds, const Json& cooked, const M4
                          const Window& window, const std::vector<TargetBox>& boxes) {
     return bounds == "box" ? worstCornerSlack(cooked, camera, fovDegrees, window, boxes)
                            : worstSphereSlack(cooked, camera, fovDegrees, window, boxes);
-}
-
-/// Expects the cooked location at `path` to be an error location with exactly `message`.
-inline void expectFailure(const Json& cooked, const std::string& path, const std::string& message,
-                          const std::string& what) {
-    EXPECT_EQ(VexilTest::stringValue(cooked, path, "errorMessage"), message) << what;
-    EXPECT_EQ(VexilTest::stringValue(cooked, path, "type"), "error") << what;
 }
 
 /// The first value of a double attribute of a cooked location (NaN when absent).

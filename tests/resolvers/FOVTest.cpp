@@ -141,7 +141,7 @@ TEST(FOVConstraint, FailureTexts) {
     const std::vector<std::string> paths = addNumbered(children, "cam", cameras);
     const VexilTest::CookResult result = cookWorld(children);
     for (size_t i = 0; i < paths.size(); ++i)
-        expectFailure(result.scene, paths[i], cases[i].message, cases[i].name);
+        expectError(result, paths[i], cases[i].message);
 }
 
 TEST(FOVConstraint, ACardOnTheCameraSeesTheResolvedFov) {

@@ -255,10 +255,6 @@ TEST(OrientResolver, ExactFailureTexts) {
     for (const Case& c : cases)
         children[c.name] = withOrient(c.xform, {c.target}, c.args);
     const CookResult result = cookWorld(children);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const std::string path = std::string("/root/world/") + c.name;
-        EXPECT_EQ(c.message, stringValue(result.scene, path, "errorMessage"));
-        EXPECT_EQ("error", stringValue(result.scene, path, "type"));
-    }
+    for (const Case& c : cases)
+        expectError(result, std::string("/root/world/") + c.name, c.message);
 }

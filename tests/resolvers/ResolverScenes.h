@@ -71,6 +71,14 @@ inline VexilTest::CookResult cookWorld(const Json& children, float shutterOpen =
     return result;
 }
 
+/// The location failed with exactly `message` (and is marked as an error location).
+inline void expectError(const VexilTest::CookResult& result, const std::string& path,
+                        const std::string& message) {
+    SCOPED_TRACE(path);
+    EXPECT_EQ("error", VexilTest::stringValue(result.scene, path, "type"));
+    EXPECT_EQ(message, VexilTest::stringValue(result.scene, path, "errorMessage"));
+}
+
 inline Imath::V3d translationOf(const Imath::M44d& m) {
     return Imath::V3d(m[3][0], m[3][1], m[3][2]);
 }

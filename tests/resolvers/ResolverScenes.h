@@ -11,12 +11,10 @@
 
 namespace ResolverTests {
 
+using VexilTest::constraint;
 using VexilTest::Json;
-
-/// A location with `attrs` and `children`.
-inline Json node(const Json& attrs, const Json& children = Json::object()) {
-    return {{"attrs", attrs}, {"children", children}};
-}
+using VexilTest::node;
+using VexilTest::triple;
 
 /// A group location with an xform.
 inline Json placed(const Json& xform, const Json& children = Json::object()) {
@@ -38,15 +36,6 @@ inline Json mesh(const std::vector<double>& points, const std::vector<int>& star
     return node(attrs, children);
 }
 
-/// A constraint description of `type` on `targets` with `args`, plus optional switches.
-inline Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                       const Json& extra = Json::object()) {
-    Json c = {{"type", type}, {"target", targets}, {"args", args}};
-    for (auto it = extra.begin(); it != extra.end(); ++it)
-        c[it.key()] = it.value();
-    return c;
-}
-
 /// Three floats, as axis arguments are written.
 inline Json axis(double x, double y, double z) {
     return VexilTest::floats({x, y, z});
@@ -55,11 +44,6 @@ inline Json axis(double x, double y, double z) {
 /// A "rotate" operation value: angle in degrees about an axis.
 inline Json rotate(double degrees, double x, double y, double z) {
     return VexilTest::doubles({degrees, x, y, z});
-}
-
-/// A three-double operation value ("translate", "scale").
-inline Json triple(double x, double y, double z) {
-    return VexilTest::doubles({x, y, z});
 }
 
 /// Cooks the children of /root/world with ConstraintResolve; the cook itself must succeed.

@@ -209,6 +209,23 @@ Json translateXform(const Imath::V3d& t) {
     return {{"translate", doubles({t.x, t.y, t.z})}};
 }
 
+Json node(const Json& attrs, const Json& children) {
+    return {{"attrs", attrs}, {"children", children}};
+}
+
+Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
+                const Json& switches) {
+    Json c = {{"type", type}, {"target", targets}, {"args", args}};
+    for (auto it = switches.begin(); it != switches.end(); ++it) {
+        c[it.key()] = it.value();
+    }
+    return c;
+}
+
+Json triple(double x, double y, double z) {
+    return doubles({x, y, z});
+}
+
 double maxDifference(const Imath::M44d& a, const Imath::M44d& b) {
     double worst = 0.0;
     for (int i = 0; i < 4; ++i) {

@@ -29,38 +29,29 @@ struct DescriptionCase {
 
 // Values written out by hand from the working defaults and the constraints the cases install.
 std::vector<DescriptionCase> descriptionCases() {
-    const Json aimDefaults = {{"type", "Aim"},
-                              {"target", Json::array()},
-                              {"allowMissingTargets", kOff},
-                              {"requireTargetBounds", kOff},
-                              {"respectMotionBlur", kOn},
-                              {"args",
-                               {{"targetOrigin", "origin"},
-                                {"baseAimAxis", float3(1, 0, 0)},
-                                {"baseUpAxis", float3(0, 1, 0)},
-                                {"targetUpAxis", float3(0, 1, 0)}}}};
-    const Json orientDefaults = {{"type", "Orient"},
-                                 {"target", Json::array()},
-                                 {"allowMissingTargets", kOff},
-                                 {"requireTargetBounds", kOff},
-                                 {"respectMotionBlur", kOn},
-                                 {"args",
-                                  {{"targetOrientation", "object"},
-                                   {"targetFaceIndex", kOff},
-                                   {"xAxis", kOn},
-                                   {"yAxis", kOn},
-                                   {"zAxis", kOn}}}};
-    const Json pointDefaults = {{"type", "Point"},
-                                {"target", Json::array()},
-                                {"allowMissingTargets", kOff},
-                                {"requireTargetBounds", kOff},
-                                {"respectMotionBlur", kOn},
-                                {"args",
-                                 {{"targetOrigin", "origin"},
-                                  {"baseOrigin", "origin"},
-                                  {"xAxis", kOn},
-                                  {"yAxis", kOn},
-                                  {"zAxis", kOn}}}};
+    // The switches every kind shares, then the kind's own arguments.
+    auto defaults = [](const char* type, const Json& args) {
+        return Json{{"type", type},
+                    {"target", Json::array()},
+                    {"allowMissingTargets", kOff},
+                    {"requireTargetBounds", kOff},
+                    {"respectMotionBlur", kOn},
+                    {"args", args}};
+    };
+    const Json aimDefaults = defaults("Aim", {{"targetOrigin", "origin"},
+                                              {"baseAimAxis", float3(1, 0, 0)},
+                                              {"baseUpAxis", float3(0, 1, 0)},
+                                              {"targetUpAxis", float3(0, 1, 0)}});
+    const Json orientDefaults = defaults("Orient", {{"targetOrientation", "object"},
+                                                    {"targetFaceIndex", kOff},
+                                                    {"xAxis", kOn},
+                                                    {"yAxis", kOn},
+                                                    {"zAxis", kOn}});
+    const Json pointDefaults = defaults("Point", {{"targetOrigin", "origin"},
+                                                  {"baseOrigin", "origin"},
+                                                  {"xAxis", kOn},
+                                                  {"yAxis", kOn},
+                                                  {"zAxis", kOn}});
     const Strings all = {"target", "allowMissingTargets", "requireTargetBounds", "respectMotionBlur"};
     auto with = [&all](const Strings& args) {
         Strings names = all;

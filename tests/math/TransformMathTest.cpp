@@ -1,6 +1,7 @@
 // Point, Aim and Orient mathematics against matrices worked out by hand, degenerate input first,
 // then seeded random transforms with non-uniform scale checked by geometric properties.
 #include "constraints/resolvers/TransformMath.h"
+#include "tests/support/NearChecks.h"
 #include "tests/support/ThrownMessage.h"
 
 #include <Imath/ImathMatrixAlgo.h>
@@ -14,12 +15,13 @@
 using namespace Vexil3Constraints::Private;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::expectMatrixNear;
+using VexilTest::expectVecNear;
 using VexilTest::thrownMessage;
 
 namespace {
 
 constexpr double kDeg = M_PI / 180.0;
-constexpr double kTol = 1e-9;
 
 M44d translation(double x, double y, double z) {
     M44d m;
@@ -52,18 +54,6 @@ V3d direction(const V3d& v, const M44d& m) {
 
 V3d translationOf(const M44d& m) {
     return V3d(m[3][0], m[3][1], m[3][2]);
-}
-
-void expectMatrixNear(const M44d& expected, const M44d& actual, double tol = kTol) {
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-            EXPECT_NEAR(expected[i][j], actual[i][j], tol) << "element [" << i << "][" << j << "]";
-}
-
-void expectVecNear(const V3d& expected, const V3d& actual, double tol = kTol) {
-    EXPECT_NEAR(expected.x, actual.x, tol);
-    EXPECT_NEAR(expected.y, actual.y, tol);
-    EXPECT_NEAR(expected.z, actual.z, tol);
 }
 
 } // namespace

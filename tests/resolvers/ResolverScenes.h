@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CookTestSupport.h"
+#include "NearChecks.h"
 
 #include <Imath/ImathMatrixAlgo.h>
 #include <gtest/gtest.h>
@@ -12,6 +13,8 @@
 namespace ResolverTests {
 
 using VexilTest::constraint;
+using VexilTest::expectMatrixNear;
+using VexilTest::expectVecNear;
 using VexilTest::Json;
 using VexilTest::node;
 using VexilTest::triple;
@@ -83,18 +86,6 @@ inline Imath::V3d pointThrough(const Imath::V3d& p, const Imath::M44d& m) {
 /// Row `i` of the upper 3x3 as a vector.
 inline Imath::V3d row(const Imath::M44d& m, int i) {
     return Imath::V3d(m[i][0], m[i][1], m[i][2]);
-}
-
-inline void expectVecNear(const Imath::V3d& expected, const Imath::V3d& actual, double tol = 1e-9) {
-    EXPECT_NEAR(expected.x, actual.x, tol);
-    EXPECT_NEAR(expected.y, actual.y, tol);
-    EXPECT_NEAR(expected.z, actual.z, tol);
-}
-
-inline void expectMatrixNear(const Imath::M44d& expected, const Imath::M44d& actual, double tol = 1e-9) {
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-            EXPECT_NEAR(expected[i][j], actual[i][j], tol) << "element [" << i << "][" << j << "]";
 }
 
 /// Scale, shear and rotation-only matrix of a transform, by Imath's decomposition.

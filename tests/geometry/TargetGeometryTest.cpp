@@ -244,6 +244,12 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
     const std::string badVertex = "FaceIterator mesh has out of range vertex.";
     const std::string badPoint = "FaceIterator mesh has out of range point.";
     const std::vector<float> threePoints{0, 0, 0, 1, 0, 0, 0, 1, 0};
+    // A mesh of the three points with these faces and nothing else.
+    auto meshOf = [&](std::vector<int32_t> startIndex, std::vector<int32_t> vertexList) {
+        return [&, startIndex, vertexList](StandInCook& c) {
+            c.addMesh(kMesh, threePoints, startIndex, vertexList);
+        };
+    };
     const Case cases[] = {
         {"nurbs patch", [](StandInCook& c) { c.scene[kMesh]["type"] = Qn::StringAttribute("nurbspatch"); },
          kMesh, "FaceIterator mesh has unsupport type: nurbspatch."},
@@ -292,43 +298,15 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
              c.addFaceSet(kMesh + "/fs", {-1});
          },
          kMesh + "/fs", badIndex},
-        {"face without vertices",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {1, 1, 3}, {0, 1, 2});
-         },
-         kMesh, badRange},
+        {"face without vertices", meshOf({1, 1, 3}, {0, 1, 2}), kMesh, badRange},
         // Indices are unsigned 32-bit: an empty face at start 0 wraps its last vertex to 2^32 - 1 and
         // runs off the vertex list instead.
-        {"empty face at start 0",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 0, 3}, {0, 1, 2});
-         },
-         kMesh, badVertex},
-        {"descending start indices",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {2, 1}, {0, 1, 2});
-         },
-         kMesh, badRange},
-        {"first vertex past the list",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {3, 5}, {0, 1, 2});
-         },
-         kMesh, badVertex},
-        {"face runs past the list",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 5}, {0, 1, 2});
-         },
-         kMesh, badVertex},
-        {"point number past the points",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 3});
-         },
-         kMesh, badPoint},
-        {"negative point number",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 3}, {0, -1, 2});
-         },
-         kMesh, badPoint},
+        {"empty face at start 0", meshOf({0, 0, 3}, {0, 1, 2}), kMesh, badVertex},
+        {"descending start indices", meshOf({2, 1}, {0, 1, 2}), kMesh, badRange},
+        {"first vertex past the list", meshOf({3, 5}, {0, 1, 2}), kMesh, badVertex},
+        {"face runs past the list", meshOf({0, 5}, {0, 1, 2}), kMesh, badVertex},
+        {"point number past the points", meshOf({0, 3}, {0, 1, 3}), kMesh, badPoint},
+        {"negative point number", meshOf({0, 3}, {0, -1, 2}), kMesh, badPoint},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

@@ -2,8 +2,6 @@
 #include "tests/attribute/AttributeTestSupport.h"
 
 using namespace AttributeTests;
-using Qn::DoubleAttribute;
-using Qn::FloatAttribute;
 
 namespace {
 

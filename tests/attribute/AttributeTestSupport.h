@@ -3,6 +3,7 @@
 #pragma once
 
 #include "hostapi/attribute/Attributes.h"
+#include "tests/support/ThrownMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,14 @@
 #include <sstream>
 
 namespace AttributeTests {
+
+using Qn::Attribute;
+using Qn::DoubleAttribute;
+using Qn::FloatAttribute;
+using Qn::GroupAttribute;
+using Qn::GroupBuilder;
+using Qn::IntAttribute;
+using Qn::StringAttribute;
 
 /// Loads <build>/bin/libQnAttributeHost.so once per process.
 inline const AttributeHostSuite* hostSuite() {
@@ -65,12 +74,7 @@ private:
 
 /// The message of the std::runtime_error thrown by `f`, or "<no exception>".
 template <typename F> std::string thrownMessage(F&& f) {
-    try {
-        f();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return "<no exception>";
+    return VexilTest::thrownMessage<std::runtime_error>(f);
 }
 
 } // namespace AttributeTests

@@ -5,11 +5,6 @@
 #include <limits>
 
 using namespace AttributeTests;
-using Qn::Attribute;
-using Qn::DoubleAttribute;
-using Qn::FloatAttribute;
-using Qn::IntAttribute;
-using Qn::StringAttribute;
 
 namespace {
 

@@ -6,14 +6,7 @@
 #include <cstring>
 
 using namespace AttributeTests;
-using Qn::Attribute;
-using Qn::DoubleAttribute;
-using Qn::FloatAttribute;
-using Qn::GroupAttribute;
-using Qn::GroupBuilder;
 using Qn::Hash;
-using Qn::IntAttribute;
-using Qn::StringAttribute;
 
 namespace {
 

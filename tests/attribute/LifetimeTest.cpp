@@ -5,13 +5,6 @@
 #include <thread>
 
 using namespace AttributeTests;
-using Qn::Attribute;
-using Qn::DoubleAttribute;
-using Qn::FloatAttribute;
-using Qn::GroupAttribute;
-using Qn::GroupBuilder;
-using Qn::IntAttribute;
-using Qn::StringAttribute;
 
 namespace {
 

@@ -2,13 +2,6 @@
 #include "tests/attribute/AttributeTestSupport.h"
 
 using namespace AttributeTests;
-using Qn::Attribute;
-using Qn::DoubleAttribute;
-using Qn::FloatAttribute;
-using Qn::GroupAttribute;
-using Qn::GroupBuilder;
-using Qn::IntAttribute;
-using Qn::StringAttribute;
 
 namespace {
 

@@ -7,8 +7,6 @@
 #include <cstring>
 
 using namespace AttributeTests;
-using Qn::Attribute;
-using Qn::GroupBuilder;
 
 namespace {
 

@@ -9,9 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <iterator>
 
 using namespace Vexil3Constraints::Private;
-using GeometryTests::StandInCook;
+using namespace GeometryTests;
 using Imath::M44d;
 using Imath::V3d;
 
@@ -32,16 +33,6 @@ public:
     }
     SampleTimes getWorldXformSampleTimes(Qn::VexilCookInterface&, const std::string&) override { return {}; }
 };
-
-M44d translation(double x, double y, double z) {
-    M44d m;
-    m.setTranslation(V3d(x, y, z));
-    return m;
-}
-
-XformSamples at0(const M44d& m) {
-    return XformSamples{{0.0f, m}};
-}
 
 class CameraResolverTest : public ::testing::Test {
 protected:
@@ -73,12 +64,7 @@ protected:
     std::string thrownBy(ConstraintResolverCreator create, const Qn::GroupAttribute& group,
                          const SampleTimes& times, const XformSamples& base, const XformSamplesList& targets,
                          const TargetPaths& paths) {
-        try {
-            resolve(create, group, times, base, targets, paths);
-        } catch (const std::exception& e) {
-            return e.what();
-        }
-        return "<no exception>";
+        return thrownMessage([&] { resolve(create, group, times, base, targets, paths); });
     }
 
     double outputDouble(const std::string& name) const {
@@ -123,39 +109,51 @@ Qn::GroupAttribute screenCoordinateGroup() {
 
 } // namespace
 
-TEST_F(CameraResolverTest, CameraScreenWindowKeepsTheScaleWordingForMissingSamples) {
-    const std::string prefix = "CameraScreenWindow Constraint Error: ";
+// No target, or a base or target transform missing at the sample time. CameraScreenWindow keeps the
+// Scale resolver's wording for the samples; neither writes a matrix.
+TEST_F(CameraResolverTest, MissingInputTexts) {
     const XformSamples base = at0(translation(0, 0, -5));
     const XformSamples late = XformSamples{{1.0f, M44d()}};
-    struct Case {
+    const struct {
         const char* name;
         XformSamples base;
         XformSamplesList targets;
         TargetPaths paths;
-        std::string message;
-    } cases[] = {
-        {"no target path",
-         base,
-         {at0(M44d())},
-         {},
-         "CameraScreenWindow constraint resolver: no target location path."},
-        {"no base sample",
-         late,
-         {at0(M44d())},
-         {kCamera},
-         "Scale constraint resolver: incorrect time samples for base xform"},
-        {"no target samples", base, {}, {kCamera}, "Scale constraint resolver: no target xform"},
-        {"no target sample at the time",
-         base,
-         {late},
-         {kCamera},
-         "Scale constraint resolver: incorrect time samples for target xform"},
+    } inputs[] = {
+        {"no target path", base, {at0(M44d())}, {}},
+        {"no base sample", late, {at0(M44d())}, {kCamera}},
+        {"no target samples", base, {}, {kCamera}},
+        {"no target sample at the time", base, {late}, {kCamera}},
     };
-    for (const Case& c : cases) {
-        const Qn::GroupAttribute result = resolve(&createCameraScreenWindowConstraintResolver,
-                                                  screenWindowGroup(), {0.0f}, c.base, c.targets, c.paths);
-        EXPECT_EQ(errorOf(result), prefix + c.message) << c.name;
-        EXPECT_FALSE(result.getChildByName("matrix").isValid()) << c.name;
+    const std::string window = "CameraScreenWindow Constraint Error: ";
+    const std::string screen = "ScreenCoordinate Constraint Error: ScreenCoordinate constraint resolver: ";
+    const struct {
+        ConstraintResolverCreator create;
+        Qn::GroupAttribute group;
+        std::string baseLocation;
+        std::vector<std::string> messages; // one per input, in order
+    } resolvers[] = {
+        {&createCameraScreenWindowConstraintResolver,
+         screenWindowGroup(),
+         kCamera,
+         {window + "CameraScreenWindow constraint resolver: no target location path.",
+          window + "Scale constraint resolver: incorrect time samples for base xform",
+          window + "Scale constraint resolver: no target xform",
+          window + "Scale constraint resolver: incorrect time samples for target xform"}},
+        {&createScreenCoordinateConstraintResolver,
+         screenCoordinateGroup(),
+         "/root/world/base",
+         {screen + "no target location path.", screen + "incorrect time samples for base xform",
+          screen + "no target xform", screen + "incorrect time samples for target xform"}},
+    };
+    for (const auto& r : resolvers) {
+        for (size_t i = 0; i < std::size(inputs); ++i) {
+            const auto& in = inputs[i];
+            const Qn::GroupAttribute result =
+                resolve(r.create, r.group, {0.0f}, in.base, in.targets, in.paths, r.baseLocation);
+            EXPECT_EQ(errorOf(result), r.messages[i]) << in.name;
+            EXPECT_FALSE(result.getChildByName("matrix").isValid()) << in.name;
+        }
     }
 }
 
@@ -246,28 +244,4 @@ TEST_F(CameraResolverTest, FovMissingSampleTexts) {
     EXPECT_EQ(thrownBy(&createFOVConstraintResolver, boundsGroup("FOV", "sphere"), {0.0f}, at0(M44d()),
                        {late}, {kBox}),
               "FOV constraint resolver: incorrect time samples for target xform");
-}
-
-TEST_F(CameraResolverTest, ScreenCoordinateMissingInputTexts) {
-    const std::string prefix = "ScreenCoordinate Constraint Error: ScreenCoordinate constraint resolver: ";
-    const XformSamples base = at0(translation(0, 0, -5));
-    const XformSamples late = XformSamples{{1.0f, M44d()}};
-    struct Case {
-        const char* name;
-        XformSamples base;
-        XformSamplesList targets;
-        TargetPaths paths;
-        std::string message;
-    } cases[] = {
-        {"no target path", base, {at0(M44d())}, {}, "no target location path."},
-        {"no base sample", late, {at0(M44d())}, {kCamera}, "incorrect time samples for base xform"},
-        {"no target samples", base, {}, {kCamera}, "no target xform"},
-        {"no target sample at the time", base, {late}, {kCamera}, "incorrect time samples for target xform"},
-    };
-    for (const Case& c : cases) {
-        const Qn::GroupAttribute result =
-            resolve(&createScreenCoordinateConstraintResolver, screenCoordinateGroup(), {0.0f}, c.base,
-                    c.targets, c.paths, "/root/world/base");
-        EXPECT_EQ(errorOf(result), prefix + c.message) << c.name;
-    }
 }

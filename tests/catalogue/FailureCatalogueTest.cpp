@@ -19,14 +19,6 @@ using namespace VexilTest;
 
 // ---- scene pieces ----
 
-Json node(const Json& attrs, const Json& children = Json::object()) {
-    return {{"attrs", attrs}, {"children", children}};
-}
-
-Json triple(double x, double y, double z) {
-    return doubles({x, y, z});
-}
-
 /// A group location at a translation, with optional extra attributes.
 Json placed(double x, double y, double z, const Json& extra = Json::object()) {
     Json attrs = {{"type", "group"}, {"xform", {{"translate", triple(x, y, z)}}}};
@@ -34,16 +26,6 @@ Json placed(double x, double y, double z, const Json& extra = Json::object()) {
         attrs[it.key()] = it.value();
     }
     return node(attrs);
-}
-
-/// A constraint description.
-Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                const Json& switches = Json::object()) {
-    Json c = {{"type", type}, {"target", targets}, {"args", args}};
-    for (auto it = switches.begin(); it != switches.end(); ++it) {
-        c[it.key()] = it.value();
-    }
-    return c;
 }
 
 /// The constrained location "subject": a translation, an optional scale, the constraint.

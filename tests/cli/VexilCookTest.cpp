@@ -1,4 +1,5 @@
-#include "tests/cli/CookRunner.h"
+#include "CookRunner.h"
+#include "CookTestSupport.h"
 
 #include <Imath/ImathMatrix.h>
 #include <gtest/gtest.h>
@@ -9,8 +10,7 @@
 #include <string>
 #include <vector>
 
-using namespace VexilCliTest;
-using Json = nlohmann::ordered_json;
+using namespace VexilTest;
 
 namespace {
 
@@ -23,43 +23,10 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-const Json& locationIn(const Json& cooked, const std::string& path) {
-    const Json* node = &cooked.at("scene");
-    size_t start = 6; // after "/root/"
-    while (start < path.size() + 1 && path.size() > 5) {
-        const size_t slash = path.find('/', start);
-        const std::string name =
-            path.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
-        node = &node->at("children").at(name);
-        if (slash == std::string::npos) {
-            break;
-        }
-        start = slash + 1;
-    }
-    return *node;
-}
-
-// The "world" attribute of a location, decoded: sample time text → matrix.
-std::map<std::string, Imath::M44d> worldOf(const Json& cooked, const std::string& path) {
-    const Json& world = locationIn(cooked, path).at("attrs").at("world");
-    EXPECT_EQ(world.at("tupleSize"), 16) << path;
-    std::map<std::string, Json> samples;
-    if (world.at("double").is_array()) {
-        samples["0"] = world.at("double");
-    } else {
-        for (const auto& [time, values] : world.at("double").items()) {
-            samples[time] = values;
-        }
-    }
-    std::map<std::string, Imath::M44d> result;
-    for (const auto& [time, values] : samples) {
-        Imath::M44d m;
-        for (int i = 0; i < 16; ++i) {
-            m[i / 4][i % 4] = values.at(static_cast<size_t>(i)).get<double>();
-        }
-        result[time] = m;
-    }
-    return result;
+// The "world" attribute of a location, decoded: sample time → matrix.
+std::map<float, Imath::M44d> worldOf(const Json& cooked, const std::string& path) {
+    EXPECT_EQ(attribute(cooked, path, "world").value("tupleSize", 0), 16) << path;
+    return worldSamples(cooked, path);
 }
 
 Imath::M44d matrix(std::initializer_list<double> rowMajor) {
@@ -70,16 +37,6 @@ Imath::M44d matrix(std::initializer_list<double> rowMajor) {
         ++i;
     }
     return m;
-}
-
-double largestDifference(const Imath::M44d& a, const Imath::M44d& b) {
-    double worst = 0.0;
-    for (int i = 0; i < 4; ++i) {
-        for (int j = 0; j < 4; ++j) {
-            worst = std::max(worst, std::fabs(a[i][j] - b[i][j]));
-        }
-    }
-    return worst;
 }
 
 const char* const kKnownOps =
@@ -278,42 +235,42 @@ TEST(VexilCook, WorldTransformsOfTheTransformExample) {
     };
     const struct {
         const char* path;
-        std::map<std::string, Imath::M44d> world;
+        std::map<float, Imath::M44d> world;
     } cases[] = {
-        {"/root", {{"0", identity}}},
-        {"/root/world", {{"0", identity}}},
+        {"/root", {{0.0f, identity}}},
+        {"/root/world", {{0.0f, identity}}},
         {"/root/world/arm",
-         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
-          {"1", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
-        {"/root/world/arm/hand", {{"0", hand(-1)}, {"1", hand(1)}}},
+         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
+          {1.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
+        {"/root/world/arm/hand", {{0.0f, hand(-1)}, {1.0f, hand(1)}}},
         {"/root/world/arm/hand/finger",
-         {{"0", matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, -1, 0, 0, 1})},
-          {"1", matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 1, 0, 0, 1})}}},
+         {{0.0f, matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, -1, 0, 0, 1})},
+          {1.0f, matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 1, 0, 0, 1})}}},
         // Half scale, lifted by 1 along the hand's own z (which is world z).
         {"/root/world/arm/hand/placed",
-         {{"0", matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, -1, 0, 1, 1})},
-          {"1", matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, 1, 0, 1, 1})}}},
+         {{0.0f, matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, -1, 0, 1, 1})},
+          {1.0f, matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, 1, 0, 1, 1})}}},
         // Its own samples (0, 0.5) join the arm's (0, 1); the arm is interpolated at 0.5, the
         // rotation held at its last sample at 1.
         {"/root/world/arm/spinner",
-         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
-          {"0.5", matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 2, 0, 0, 1})},
-          {"1", matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
+         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
+          {0.5f, matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 2, 0, 0, 1})},
+          {1.0f, matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
         // origin discards the parent and the offset before it; the times are still the arm's.
         {"/root/world/arm/pinned",
-         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})},
-          {"1", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})}}},
+         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})},
+          {1.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})}}},
         // An unresolved constraint group contributes nothing.
         {"/root/world/arm/pending",
-         {{"0", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 1, 1})},
-          {"1", matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 1, 1})}}},
+         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 1, 1})},
+          {1.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 1, 1})}}},
     };
     for (const auto& c : cases) {
-        const std::map<std::string, Imath::M44d> world = worldOf(cooked, c.path);
+        const std::map<float, Imath::M44d> world = worldOf(cooked, c.path);
         ASSERT_EQ(world.size(), c.world.size()) << c.path;
         for (const auto& [time, expected] : c.world) {
             ASSERT_EQ(world.count(time), 1u) << c.path << " has no sample at " << time;
-            EXPECT_LT(largestDifference(world.at(time), expected), 1e-12) << c.path << " at " << time;
+            EXPECT_LT(maxDifference(world.at(time), expected), 1e-12) << c.path << " at " << time;
         }
     }
 }
@@ -324,10 +281,10 @@ TEST(VexilCook, PointFollowExampleFollowsItsTarget) {
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "vexil-cook: 4 locations cooked, 0 with errors, 0 with warnings\n");
     const Json cooked = Json::parse(result.out);
-    const std::map<std::string, Imath::M44d> follower = worldOf(cooked, "/root/world/follower");
+    const std::map<float, Imath::M44d> follower = worldOf(cooked, "/root/world/follower");
     ASSERT_EQ(follower.size(), 2u);
-    EXPECT_LT(largestDifference(follower.at("0"), Imath::M44d()), 1e-12);
-    EXPECT_LT(largestDifference(follower.at("0.5"), matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 2, 0, 1})),
+    EXPECT_LT(maxDifference(follower.at(0.0f), Imath::M44d()), 1e-12);
+    EXPECT_LT(maxDifference(follower.at(0.5f), matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 2, 0, 1})),
               1e-12);
 }
 
@@ -351,7 +308,7 @@ TEST(VexilCook, ErrorsAndWarningsAreSummarisedOnStandardError) {
               "vexil-cook: /root/world/a: warning: Point Constraint found no valid targets.\n"
               "vexil-cook: 4 locations cooked, 1 with errors, 1 with warnings\n");
     const Json cooked = Json::parse(result.out);
-    EXPECT_EQ(locationIn(cooked, "/root/world").at("attrs").at("type"), "error");
+    EXPECT_EQ(location(cooked, "/root/world").at("attrs").at("type"), "error");
 }
 
 // A generated scene of a few thousand locations, some point-constrained to animated targets: the

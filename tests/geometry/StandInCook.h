@@ -3,14 +3,30 @@
 #pragma once
 
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
+#include "constraints/resolve/ConstraintTypes.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
+#include "tests/support/ThrownMessage.h"
 
 #include <map>
 #include <string>
 #include <vector>
 
 namespace GeometryTests {
+
+using VexilTest::thrownMessage;
+
+/// A translation by (x, y, z).
+inline Imath::M44d translation(double x, double y, double z) {
+    Imath::M44d m;
+    m.setTranslation(Imath::V3d(x, y, z));
+    return m;
+}
+
+/// One transform sample at time 0.
+inline Vexil3Constraints::Private::XformSamples at0(const Imath::M44d& m) {
+    return Vexil3Constraints::Private::XformSamples{{0.0f, m}};
+}
 
 /// Loads the build's attribute host library once; false when it cannot be loaded.
 bool loadAttributeSuite();

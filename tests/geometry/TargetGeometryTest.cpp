@@ -11,7 +11,7 @@
 #include <functional>
 
 using namespace Vexil3Constraints::Private;
-using GeometryTests::StandInCook;
+using namespace GeometryTests;
 using Imath::M44d;
 using Imath::V3d;
 
@@ -19,25 +19,6 @@ namespace {
 
 const std::string kTarget = "/root/world/target";
 const std::string kMesh = "/root/world/mesh";
-
-M44d translation(double x, double y, double z) {
-    M44d m;
-    m.setTranslation(V3d(x, y, z));
-    return m;
-}
-
-XformSamples at0(const M44d& m) {
-    return XformSamples{{0.0f, m}};
-}
-
-std::string messageOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
-}
 
 void expectVecNear(const V3d& expected, const V3d& actual, double tol = 1e-12) {
     EXPECT_NEAR(expected.x, actual.x, tol);
@@ -94,13 +75,15 @@ TEST_F(TargetGeometryTest, TransformLookupIsByExactTime) {
     const XformSamples twoSamples{{0.0f, M44d()}, {1.0f, translation(4, 0, 0)}};
     const std::string message = "Incorrect time samples for xform (" + kTarget + ").";
     // 0.5 lies between the samples, yet there is no sample there.
-    EXPECT_EQ(message,
-              messageOf([&] { computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 0.5f); }));
-    EXPECT_EQ(message, messageOf([&] {
+    EXPECT_EQ(message, thrownMessage([&] {
+                  computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 0.5f);
+              }));
+    EXPECT_EQ(message, thrownMessage([&] {
                   computeTargetOrigin("origin", {XformSamples{}}, cook, {kTarget}, true, 0.0f);
               }));
-    EXPECT_EQ(message,
-              messageOf([&] { computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 2.0f); }));
+    EXPECT_EQ(message, thrownMessage([&] {
+                  computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 2.0f);
+              }));
     expectVecNear(V3d(4, 0, 0), computeTargetOrigin("origin", {twoSamples}, cook, {kTarget}, true, 1.0f));
     // Without transforms the map is not consulted at all.
     expectVecNear(V3d(0), computeTargetOrigin("origin", {XformSamples{}}, cook, {kTarget}, false, 0.5f));
@@ -143,7 +126,7 @@ TEST_F(TargetGeometryTest, BoundingBoxWithoutUsableBound) {
         if (c.bound.isValid())
             m_cook.scene[kTarget]["bound"] = c.bound;
         Qn::VexilCookInterface cook = m_cook.cookInterface();
-        EXPECT_EQ(message, messageOf([&] {
+        EXPECT_EQ(message, thrownMessage([&] {
                       computeTargetOrigin("boundingBox", {at0(M44d())}, cook, {kTarget}, true, 0.0f);
                   }));
     }
@@ -243,9 +226,9 @@ TEST_F(TargetGeometryTest, GetFacePointsInVertexListOrder) {
     expectVecNear(V3d(5, 5, 5), face1[0]);
 
     EXPECT_EQ("Cannot get valid face 2. (" + kMesh + ").",
-              messageOf([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
+              thrownMessage([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
     EXPECT_EQ("Cannot get valid face -1. (" + kMesh + ").",
-              messageOf([&] { getFacePoints(cook, kMesh, -1, 0.0f); }));
+              thrownMessage([&] { getFacePoints(cook, kMesh, -1, 0.0f); }));
 }
 
 TEST_F(TargetGeometryTest, FaceIteratorFailures) {
@@ -261,6 +244,12 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
     const std::string badVertex = "FaceIterator mesh has out of range vertex.";
     const std::string badPoint = "FaceIterator mesh has out of range point.";
     const std::vector<float> threePoints{0, 0, 0, 1, 0, 0, 0, 1, 0};
+    // A mesh of the three points with these faces and nothing else.
+    auto meshOf = [&](std::vector<int32_t> startIndex, std::vector<int32_t> vertexList) {
+        return [&, startIndex, vertexList](StandInCook& c) {
+            c.addMesh(kMesh, threePoints, startIndex, vertexList);
+        };
+    };
     const Case cases[] = {
         {"nurbs patch", [](StandInCook& c) { c.scene[kMesh]["type"] = Qn::StringAttribute("nurbspatch"); },
          kMesh, "FaceIterator mesh has unsupport type: nurbspatch."},
@@ -309,53 +298,25 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
              c.addFaceSet(kMesh + "/fs", {-1});
          },
          kMesh + "/fs", badIndex},
-        {"face without vertices",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {1, 1, 3}, {0, 1, 2});
-         },
-         kMesh, badRange},
+        {"face without vertices", meshOf({1, 1, 3}, {0, 1, 2}), kMesh, badRange},
         // Indices are unsigned 32-bit: an empty face at start 0 wraps its last vertex to 2^32 - 1 and
         // runs off the vertex list instead.
-        {"empty face at start 0",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 0, 3}, {0, 1, 2});
-         },
-         kMesh, badVertex},
-        {"descending start indices",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {2, 1}, {0, 1, 2});
-         },
-         kMesh, badRange},
-        {"first vertex past the list",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {3, 5}, {0, 1, 2});
-         },
-         kMesh, badVertex},
-        {"face runs past the list",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 5}, {0, 1, 2});
-         },
-         kMesh, badVertex},
-        {"point number past the points",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 3});
-         },
-         kMesh, badPoint},
-        {"negative point number",
-         [&](StandInCook& c) {
-             c.addMesh(kMesh, threePoints, {0, 3}, {0, -1, 2});
-         },
-         kMesh, badPoint},
+        {"empty face at start 0", meshOf({0, 0, 3}, {0, 1, 2}), kMesh, badVertex},
+        {"descending start indices", meshOf({2, 1}, {0, 1, 2}), kMesh, badRange},
+        {"first vertex past the list", meshOf({3, 5}, {0, 1, 2}), kMesh, badVertex},
+        {"face runs past the list", meshOf({0, 5}, {0, 1, 2}), kMesh, badVertex},
+        {"point number past the points", meshOf({0, 3}, {0, 1, 3}), kMesh, badPoint},
+        {"negative point number", meshOf({0, 3}, {0, -1, 2}), kMesh, badPoint},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         StandInCook scene;
         c.build(scene);
         Qn::VexilCookInterface cook = scene.cookInterface();
-        EXPECT_EQ(c.message, messageOf([&] { FaceIterator(cook, c.path, 0.0f); }));
+        EXPECT_EQ(c.message, thrownMessage([&] { FaceIterator(cook, c.path, 0.0f); }));
         // Every caller of the iterator reports the same text.
-        EXPECT_EQ(c.message, messageOf([&] { getFacePoints(cook, c.path, 0, 0.0f); }));
-        EXPECT_EQ(c.message, messageOf([&] {
+        EXPECT_EQ(c.message, thrownMessage([&] { getFacePoints(cook, c.path, 0, 0.0f); }));
+        EXPECT_EQ(c.message, thrownMessage([&] {
                       computeTargetOrigin("faceBoundingBox", {XformSamples{}}, cook, {c.path}, false, 0.0f);
                   }));
     }
@@ -366,7 +327,7 @@ TEST_F(TargetGeometryTest, BrokenFaceZeroFailsEveryLookup) {
     m_cook.addMesh(kMesh, {0, 0, 0, 1, 0, 0, 0, 1, 0}, {1, 1, 4, 7}, {0, 0, 1, 2, 0, 1, 2});
     Qn::VexilCookInterface cook = m_cook.cookInterface();
     EXPECT_EQ("FaceIterator mesh has invalid vertex range (end < start).",
-              messageOf([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
+              thrownMessage([&] { getFacePoints(cook, kMesh, 2, 0.0f); }));
 }
 
 TEST_F(TargetGeometryTest, FaceIteratorWalksFacesInOrder) {
@@ -458,19 +419,19 @@ TEST_F(TargetGeometryTest, ArgumentReaders) {
          {"args.doubleAxis", "args.twoValues", "args.fourValues", "args.missing", "args"}) {
         SCOPED_TRACE(name);
         EXPECT_EQ(std::string("Cannot find float attribute of size 3 ") + name,
-                  messageOf([&] { getFloat3Attr(group, name); }));
+                  thrownMessage([&] { getFloat3Attr(group, name); }));
     }
 
     EXPECT_EQ("boundingBox", getTargetOriginArg(group, "Point"));
     EXPECT_EQ("boundingBox", getRequiredStringArg(group, "Aim", "args.targetOrigin"));
     EXPECT_EQ("Point constraint resolver: empty args.baseOrigin.",
-              messageOf([&] { getBaseOriginArg(group, "Point"); }));
+              thrownMessage([&] { getBaseOriginArg(group, "Point"); }));
     EXPECT_EQ("Aim constraint resolver: empty args.intOrigin.",
-              messageOf([&] { getRequiredStringArg(group, "Aim", "args.intOrigin"); }));
+              thrownMessage([&] { getRequiredStringArg(group, "Aim", "args.intOrigin"); }));
     EXPECT_EQ("Orient constraint resolver: empty args.nothing.",
-              messageOf([&] { getRequiredStringArg(group, "Orient", "args.nothing"); }));
+              thrownMessage([&] { getRequiredStringArg(group, "Orient", "args.nothing"); }));
     EXPECT_EQ("Point constraint resolver: empty args.targetOrigin.",
-              messageOf([&] { getTargetOriginArg(Qn::GroupAttribute(), "Point"); }));
+              thrownMessage([&] { getTargetOriginArg(Qn::GroupAttribute(), "Point"); }));
 
     // Only an IntAttribute with a value can switch an axis off.
     EXPECT_FALSE(getAxisFlag(group, "args.xAxis"));

@@ -1,6 +1,8 @@
 // Camera mathematics checked by projecting through the camera: expected values come from the geometry
 // of a pinhole camera looking down its local -Z axis (screen x = x / (depth·tan(fov/2))).
 #include "constraints/resolvers/CameraMath.h"
+#include "tests/support/NearChecks.h"
+#include "tests/support/ThrownMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +14,8 @@ using namespace Vexil3Constraints::Private;
 using Imath::Box3d;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::expectVecNear;
+using VexilTest::thrownMessage;
 
 namespace {
 
@@ -57,21 +61,6 @@ V3d cameraLocal(const M44d& camera, const V3d& world) {
     return V3d(q.x, q.y, -q.z);
 }
 
-void expectNear(const V3d& actual, const V3d& expected, double tol = kTol) {
-    EXPECT_NEAR(actual.x, expected.x, tol);
-    EXPECT_NEAR(actual.y, expected.y, tol);
-    EXPECT_NEAR(actual.z, expected.z, tol);
-}
-
-template <typename F> std::string messageOf(F&& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no exception)";
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------
@@ -92,9 +81,9 @@ TEST(CameraMathCorners, WorldCornersUseTheProjectiveDivide) {
     m[0][3] = 1.0;
     m[3][0] = 2.0;
     const auto c = worldBoxCorners(Box3d(V3d(0, 0, 0), V3d(1, 1, 1)), m);
-    expectNear(c[0], V3d(2, 0, 0));
-    expectNear(c[4], V3d(1.5, 0, 0));
-    expectNear(c[7], V3d(1.5, 0.5, 0.5));
+    expectVecNear(c[0], V3d(2, 0, 0));
+    expectVecNear(c[4], V3d(1.5, 0, 0));
+    expectVecNear(c[7], V3d(1.5, 0.5, 0.5));
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -122,14 +111,14 @@ TEST(CameraMathScreenWindow, CameraScaleIsDroppedAndTheCardFacesTheCamera) {
     world.multDirMatrix(V3d(0, 0, 1), normal);
     V3d cameraZ;
     unscaled.multDirMatrix(V3d(0, 0, 1), cameraZ);
-    expectNear(normal.normalized(), cameraZ.normalized());
+    expectVecNear(normal.normalized(), cameraZ.normalized());
 }
 
 TEST(CameraMathScreenWindow, ZeroScaleAndSingularInputsFailWithTheMatrixLibraryTexts) {
     const M44d flat = scaling(V3d(1, 0, 1));
-    EXPECT_EQ(messageOf([&] { cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false); }),
+    EXPECT_EQ(thrownMessage([&] { cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false); }),
               "Cannot remove zero scaling from matrix.");
-    EXPECT_EQ(messageOf([&] { cameraScreenWindowMatrix(M44d(), flat, 1.0f, {}, 45.0, false); }),
+    EXPECT_EQ(thrownMessage([&] { cameraScreenWindowMatrix(M44d(), flat, 1.0f, {}, 45.0, false); }),
               "Cannot remove zero scaling from matrix.");
     EXPECT_THROW(cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false), std::domain_error);
 }
@@ -153,10 +142,11 @@ TEST(CameraMathClipping, ViewRayFollowsTheCameraAndIgnoresItsScale) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         const ViewRay ray = clippingViewRay(c.camera);
-        expectNear(ray.direction, c.direction);
-        expectNear(ray.position, c.position);
+        expectVecNear(ray.direction, c.direction);
+        expectVecNear(ray.position, c.position);
     }
-    EXPECT_EQ(messageOf([] { clippingViewRay(scaling(V3d(1, 1, 0))); }), "Cannot invert singular matrix.");
+    EXPECT_EQ(thrownMessage([] { clippingViewRay(scaling(V3d(1, 1, 0))); }),
+              "Cannot invert singular matrix.");
 }
 
 TEST(CameraMathClipping, DepthIsMeasuredAlongTheViewDirection) {
@@ -230,32 +220,32 @@ TEST(CameraMathDolly, HalfAngleFailuresInOrder) {
         {{-1, 1, 0.1, 1}, 40, 0, windowText}, {{-1, 1, -1, -0.1}, 40, 0, windowText},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(messageOf([&] { dollyHalfAngles(c.window, c.fov, c.offset); }), c.message);
+        EXPECT_EQ(thrownMessage([&] { dollyHalfAngles(c.window, c.fov, c.offset); }), c.message);
     }
 }
 
 TEST(CameraMathDolly, FrameIsNormalisedAndASingularCameraGivesTheIdentityFrame) {
     const M44d turned = scaling(V3d(3, 3, 3)) * rotation(V3d(0, 1, 0), 90) * translation(V3d(1, 2, 3));
     const CameraFrame frame = cameraFrame(turned, turned.inverse());
-    expectNear(frame.view, V3d(-1, 0, 0));
-    expectNear(frame.up, V3d(0, 1, 0));
-    expectNear(frame.right, V3d(0, 0, -1));
-    expectNear(frame.position, V3d(1, 2, 3));
+    expectVecNear(frame.view, V3d(-1, 0, 0));
+    expectVecNear(frame.up, V3d(0, 1, 0));
+    expectVecNear(frame.right, V3d(0, 0, -1));
+    expectVecNear(frame.position, V3d(1, 2, 3));
 
     const M44d flat = scaling(V3d(0, 1, 1)) * translation(V3d(4, 5, 6));
     const CameraFrame degenerate = cameraFrame(flat, flat.inverse());
-    expectNear(degenerate.view, V3d(0, 0, -1));
-    expectNear(degenerate.up, V3d(0, 1, 0));
-    expectNear(degenerate.right, V3d(1, 0, 0));
-    expectNear(degenerate.position, V3d(4, 5, 6));
+    expectVecNear(degenerate.view, V3d(0, 0, -1));
+    expectVecNear(degenerate.up, V3d(0, 1, 0));
+    expectVecNear(degenerate.right, V3d(1, 0, 0));
+    expectVecNear(degenerate.position, V3d(4, 5, 6));
 }
 
 TEST(CameraMathDolly, PullBackPutsEveryPointInFront) {
     const CameraFrame frame = cameraFrame(M44d(), M44d());
-    expectNear(pullBack(frame, {}), V3d(0, 0, 0));
-    expectNear(pullBack(frame, {V3d(0, 0, -5), V3d(9, 9, -1)}), V3d(0, 0, 0));
+    expectVecNear(pullBack(frame, {}), V3d(0, 0, 0));
+    expectVecNear(pullBack(frame, {V3d(0, 0, -5), V3d(9, 9, -1)}), V3d(0, 0, 0));
     // The deepest point behind the camera is 3 behind it.
-    expectNear(pullBack(frame, {V3d(0, 0, -5), V3d(1, 0, 3), V3d(0, 7, 2)}), V3d(0, 0, 3));
+    expectVecNear(pullBack(frame, {V3d(0, 0, -5), V3d(1, 0, 3), V3d(0, 7, 2)}), V3d(0, 0, 3));
 }
 
 TEST(CameraMathDolly, BoxMoveOfHandWorkedPoints) {
@@ -288,7 +278,7 @@ TEST(CameraMathDolly, BoxMoveOfHandWorkedPoints) {
 TEST(CameraMathDolly, MatrixMovesWithoutTurningAndToleratesASingularBase) {
     const M44d base = tiltedCamera();
     const M44d moved = dollyMatrix(base, V3d(7, 8, 9)) * base;
-    expectNear(V3d(moved[3][0], moved[3][1], moved[3][2]), V3d(7, 8, 9));
+    expectVecNear(V3d(moved[3][0], moved[3][1], moved[3][2]), V3d(7, 8, 9));
     for (int i = 0; i < 3; ++i) {
         for (int j = 0; j < 3; ++j) {
             EXPECT_NEAR(moved[i][j], base[i][j], 1e-12);
@@ -302,10 +292,10 @@ TEST(CameraMathDolly, MatrixMovesWithoutTurningAndToleratesASingularBase) {
 
 TEST(CameraMathDolly, CornerSphereOfAUnitCube) {
     const Sphere s = cornerSphere(boxCorners(Box3d(V3d(0, 0, 0), V3d(1, 1, 1))));
-    expectNear(s.centre, V3d(0.5, 0.5, 0.5));
+    expectVecNear(s.centre, V3d(0.5, 0.5, 0.5));
     EXPECT_NEAR(s.radius, std::sqrt(3.0) / 2.0, kTol);
     const Sphere point = cornerSphere(boxCorners(Box3d(V3d(2, 3, 4), V3d(2, 3, 4))));
-    expectNear(point.centre, V3d(2, 3, 4));
+    expectVecNear(point.centre, V3d(2, 3, 4));
     EXPECT_EQ(point.radius, 0.0);
 }
 
@@ -313,10 +303,10 @@ TEST(CameraMathDolly, SideNormalsPointIntoTheFrustum) {
     const double h = std::sqrt(0.5);
     const CameraFrame axes = cameraFrame(M44d(), M44d());
     const auto n = frustumSideNormals(axes, dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0));
-    expectNear(n[0], V3d(-h, 0, -h)); // right side: normal turns left
-    expectNear(n[1], V3d(h, 0, -h));  // left
-    expectNear(n[2], V3d(0, h, -h));  // bottom: normal turns up
-    expectNear(n[3], V3d(0, -h, -h)); // top
+    expectVecNear(n[0], V3d(-h, 0, -h)); // right side: normal turns left
+    expectVecNear(n[1], V3d(h, 0, -h));  // left
+    expectVecNear(n[2], V3d(0, h, -h));  // bottom: normal turns up
+    expectVecNear(n[3], V3d(0, -h, -h)); // top
 
     // For a turned camera each normal is perpendicular to its side's edge ray and faces the view axis.
     const M44d camera = tiltedCamera();
@@ -340,17 +330,17 @@ TEST(CameraMathDolly, SpherePositionTouchesTheLimitingSide) {
     const auto normals = frustumSideNormals(frame, dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0));
     const double r2 = std::sqrt(2.0);
     // On the axis at depth 10, radius 1: a 45° side touches when the centre is √2 deeper than the camera.
-    expectNear(dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}}),
-               V3d(0, 0, -10 + r2));
+    expectVecNear(dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}}),
+                  V3d(0, 0, -10 + r2));
     // 3 to the right: the right side needs depth 3 + √2, the left side 3 − √2 less: right wins.
-    expectNear(dollySpherePosition(frame, frame.position, normals, {{V3d(3, 0, -10), 1.0}}),
-               V3d(0, 0, -7 + r2));
+    expectVecNear(dollySpherePosition(frame, frame.position, normals, {{V3d(3, 0, -10), 1.0}}),
+                  V3d(0, 0, -7 + r2));
     // Two spheres: the one needing the camera farther back wins.
-    expectNear(
+    expectVecNear(
         dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}, {V3d(0, -5, -10), 2.0}}),
         V3d(0, 0, -5 + 2 * r2));
     // No spheres: the world origin, wherever the camera is.
-    expectNear(dollySpherePosition(frame, V3d(3, 4, 5), normals, {}), V3d(0, 0, 0));
+    expectVecNear(dollySpherePosition(frame, V3d(3, 4, 5), normals, {}), V3d(0, 0, 0));
 }
 
 TEST(CameraMathDolly, ASideParallelToTheViewNeverWins) {
@@ -358,8 +348,8 @@ TEST(CameraMathDolly, ASideParallelToTheViewNeverWins) {
     auto normals = frustumSideNormals(frame, dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0));
     normals[0] = V3d(-1, 0, 0); // first side examined: parallel, no earlier position
     normals[2] = V3d(0, 1, 0);  // later parallel side: keeps the last position
-    expectNear(dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}}),
-               V3d(0, 0, -10 + std::sqrt(2.0)));
+    expectVecNear(dollySpherePosition(frame, frame.position, normals, {{V3d(0, 0, -10), 1.0}}),
+                  V3d(0, 0, -10 + std::sqrt(2.0)));
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -461,8 +451,8 @@ TEST(CameraMathScreenCoordinate, BaseKeepsItsOwnRotationOnScreen) {
     const M44d world = screenCoordinateMatrix(base, camera, m) * base;
     const V3d origin = normalisedScreen(camera, m, apply(world, V3d(0, 0, 0)));
     const V3d step = normalisedScreen(camera, m, apply(world, V3d(1, 0, 0)));
-    expectNear(origin, V3d(-0.2, 0.4, 6));
-    expectNear(step - origin, V3d(std::cos(radians(30)), std::sin(radians(30)), 0));
+    expectVecNear(origin, V3d(-0.2, 0.4, 6));
+    expectVecNear(step - origin, V3d(std::cos(radians(30)), std::sin(radians(30)), 0));
 }
 
 TEST(CameraMathScreenCoordinate, OrthographicPlacementOfAHandWorkedWindow) {
@@ -477,5 +467,6 @@ TEST(CameraMathScreenCoordinate, OrthographicPlacementOfAHandWorkedWindow) {
 TEST(CameraMathScreenCoordinate, SingularBaseFails) {
     const ScreenMapping m{{-1, 1, -1, 1}, 50.0, false, true};
     const M44d flat = scaling(V3d(1, 0, 1)) * translation(V3d(0, 0, -5));
-    EXPECT_EQ(messageOf([&] { screenCoordinateMatrix(flat, M44d(), m); }), "Cannot invert singular matrix.");
+    EXPECT_EQ(thrownMessage([&] { screenCoordinateMatrix(flat, M44d(), m); }),
+              "Cannot invert singular matrix.");
 }

@@ -1,6 +1,7 @@
 // Unit tests of the Scale, Billboard and Reflection mathematics. Expected values are worked out by
 // hand from the geometry (axis lengths, quarter turns about y, mirrors across simple planes).
 #include "constraints/resolvers/MirrorAndScaleMath.h"
+#include "tests/support/ThrownMessage.h"
 
 #include <Imath/ImathQuat.h>
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 using namespace Vexil3Constraints::Private;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::thrownMessage;
 
 namespace {
 
@@ -64,15 +66,6 @@ V3d direction(const V3d& d, const M44d& m) {
     return ::testing::AssertionFailure()
            << "(" << actual.x << ", " << actual.y << ", " << actual.z << "), expected (" << expected.x << ", "
            << expected.y << ", " << expected.z << ")";
-}
-
-template <typename F> std::string messageOf(F&& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
 }
 
 // ---- random transforms for the property tests ----
@@ -167,7 +160,7 @@ TEST(ScaleMath, ZeroBaseAxisIsUnguardedAndTheInverseFails) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(messageOf([&] { scaleConstraintMatrix(c.base, M44d()); }),
+        EXPECT_EQ(thrownMessage([&] { scaleConstraintMatrix(c.base, M44d()); }),
                   "Cannot invert singular matrix.");
     }
 }
@@ -242,7 +235,7 @@ TEST(BillboardMath, ZeroAxesFailWithTheExactMessage) {
     };
     const Case cases[] = {{V3d(0, 0, 0), V3d(0, 1, 0)}, {V3d(0, 0, 1), V3d(0, 0, 0)}, {V3d(0.0), V3d(0.0)}};
     for (const Case& c : cases) {
-        EXPECT_EQ(messageOf([&] { billboardRotation(c.aim, c.rotate, V3d(1, 2, 3)); }),
+        EXPECT_EQ(thrownMessage([&] { billboardRotation(c.aim, c.rotate, V3d(1, 2, 3)); }),
                   "Base aim or rotate axis is zero.");
     }
     // Only exact zeros count.
@@ -332,10 +325,10 @@ TEST(ReflectionMath, LocalMirrorMapsPointsToTheirReflections) {
 TEST(ReflectionMath, SingularMatricesFail) {
     const V3d p0(0, 0, 0), p1(1, 0, 0), p2(0, 0, 1);
     const M44d flat = scaling(V3d(1, 0, 1));
-    EXPECT_EQ(messageOf([&] { worldMirror(M44d(), flat); }), "Cannot invert singular matrix.");
-    EXPECT_EQ(messageOf([&] { reflectionConstraintMatrix(M44d(), flat, p0, p1, p2); }),
+    EXPECT_EQ(thrownMessage([&] { worldMirror(M44d(), flat); }), "Cannot invert singular matrix.");
+    EXPECT_EQ(thrownMessage([&] { reflectionConstraintMatrix(M44d(), flat, p0, p1, p2); }),
               "Cannot invert singular matrix.");
-    EXPECT_EQ(messageOf([&] { reflectionConstraintMatrix(flat, M44d(), p0, p1, p2); }),
+    EXPECT_EQ(thrownMessage([&] { reflectionConstraintMatrix(flat, M44d(), p0, p1, p2); }),
               "Cannot invert singular matrix.");
     // A degenerate plane gives a degenerate mirror, not an error.
     EXPECT_NO_THROW(reflectionConstraintMatrix(M44d(), M44d(), p0, p0, p0));

@@ -1,6 +1,8 @@
 // Point, Aim and Orient mathematics against matrices worked out by hand, degenerate input first,
 // then seeded random transforms with non-uniform scale checked by geometric properties.
 #include "constraints/resolvers/TransformMath.h"
+#include "tests/support/NearChecks.h"
+#include "tests/support/ThrownMessage.h"
 
 #include <Imath/ImathMatrixAlgo.h>
 #include <gtest/gtest.h>
@@ -13,11 +15,13 @@
 using namespace Vexil3Constraints::Private;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::expectMatrixNear;
+using VexilTest::expectVecNear;
+using VexilTest::thrownMessage;
 
 namespace {
 
 constexpr double kDeg = M_PI / 180.0;
-constexpr double kTol = 1e-9;
 
 M44d translation(double x, double y, double z) {
     M44d m;
@@ -50,27 +54,6 @@ V3d direction(const V3d& v, const M44d& m) {
 
 V3d translationOf(const M44d& m) {
     return V3d(m[3][0], m[3][1], m[3][2]);
-}
-
-void expectMatrixNear(const M44d& expected, const M44d& actual, double tol = kTol) {
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-            EXPECT_NEAR(expected[i][j], actual[i][j], tol) << "element [" << i << "][" << j << "]";
-}
-
-void expectVecNear(const V3d& expected, const V3d& actual, double tol = kTol) {
-    EXPECT_NEAR(expected.x, actual.x, tol);
-    EXPECT_NEAR(expected.y, actual.y, tol);
-    EXPECT_NEAR(expected.z, actual.z, tol);
-}
-
-template <typename F> std::string messageOf(F&& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "<no exception>";
 }
 
 } // namespace
@@ -198,10 +181,10 @@ TEST(AimConstraintMath, ZeroChecksAndMessages) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(c.message,
-                  messageOf([&] { aimConstraintMatrix(M44d(), c.target, c.aim, c.up, c.targetUp); }));
+                  thrownMessage([&] { aimConstraintMatrix(M44d(), c.target, c.aim, c.up, c.targetUp); }));
     }
-    EXPECT_EQ("Aim Axis or Up Axis is zero.", messageOf([] { checkAimAndUpAxes(V3d(0), V3d(1)); }));
-    EXPECT_EQ("Target Up Axis is zero.", messageOf([] { checkTargetUpAxis(V3d(0)); }));
+    EXPECT_EQ("Aim Axis or Up Axis is zero.", thrownMessage([] { checkAimAndUpAxes(V3d(0), V3d(1)); }));
+    EXPECT_EQ("Target Up Axis is zero.", thrownMessage([] { checkTargetUpAxis(V3d(0)); }));
 }
 
 TEST(AimConstraintMath, TinyButNonZeroInputsPass) {
@@ -393,7 +376,7 @@ TEST(OrientConstraintMath, SingularBaseThrowsImathMessage) {
     const std::optional<ScaleShearRotation> parts = decomposeScaleShearRotation(base);
     ASSERT_TRUE(parts.has_value());
     EXPECT_EQ("Cannot invert singular matrix.",
-              messageOf([&] { orientConstraintMatrix(base, *parts, V3d(0)); }));
+              thrownMessage([&] { orientConstraintMatrix(base, *parts, V3d(0)); }));
 }
 
 TEST(OrientConstraintMath, RandomTransformsTakeTargetRotationPerAxis) {

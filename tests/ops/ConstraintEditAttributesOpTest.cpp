@@ -29,38 +29,29 @@ struct DescriptionCase {
 
 // Values written out by hand from the working defaults and the constraints the cases install.
 std::vector<DescriptionCase> descriptionCases() {
-    const Json aimDefaults = {{"type", "Aim"},
-                              {"target", Json::array()},
-                              {"allowMissingTargets", kOff},
-                              {"requireTargetBounds", kOff},
-                              {"respectMotionBlur", kOn},
-                              {"args",
-                               {{"targetOrigin", "origin"},
-                                {"baseAimAxis", float3(1, 0, 0)},
-                                {"baseUpAxis", float3(0, 1, 0)},
-                                {"targetUpAxis", float3(0, 1, 0)}}}};
-    const Json orientDefaults = {{"type", "Orient"},
-                                 {"target", Json::array()},
-                                 {"allowMissingTargets", kOff},
-                                 {"requireTargetBounds", kOff},
-                                 {"respectMotionBlur", kOn},
-                                 {"args",
-                                  {{"targetOrientation", "object"},
-                                   {"targetFaceIndex", kOff},
-                                   {"xAxis", kOn},
-                                   {"yAxis", kOn},
-                                   {"zAxis", kOn}}}};
-    const Json pointDefaults = {{"type", "Point"},
-                                {"target", Json::array()},
-                                {"allowMissingTargets", kOff},
-                                {"requireTargetBounds", kOff},
-                                {"respectMotionBlur", kOn},
-                                {"args",
-                                 {{"targetOrigin", "origin"},
-                                  {"baseOrigin", "origin"},
-                                  {"xAxis", kOn},
-                                  {"yAxis", kOn},
-                                  {"zAxis", kOn}}}};
+    // The switches every kind shares, then the kind's own arguments.
+    auto defaults = [](const char* type, const Json& args) {
+        return Json{{"type", type},
+                    {"target", Json::array()},
+                    {"allowMissingTargets", kOff},
+                    {"requireTargetBounds", kOff},
+                    {"respectMotionBlur", kOn},
+                    {"args", args}};
+    };
+    const Json aimDefaults = defaults("Aim", {{"targetOrigin", "origin"},
+                                              {"baseAimAxis", float3(1, 0, 0)},
+                                              {"baseUpAxis", float3(0, 1, 0)},
+                                              {"targetUpAxis", float3(0, 1, 0)}});
+    const Json orientDefaults = defaults("Orient", {{"targetOrientation", "object"},
+                                                    {"targetFaceIndex", kOff},
+                                                    {"xAxis", kOn},
+                                                    {"yAxis", kOn},
+                                                    {"zAxis", kOn}});
+    const Json pointDefaults = defaults("Point", {{"targetOrigin", "origin"},
+                                                  {"baseOrigin", "origin"},
+                                                  {"xAxis", kOn},
+                                                  {"yAxis", kOn},
+                                                  {"zAxis", kOn}});
     const Strings all = {"target", "allowMissingTargets", "requireTargetBounds", "respectMotionBlur"};
     auto with = [&all](const Strings& args) {
         Strings names = all;
@@ -202,36 +193,30 @@ TEST(ConstraintEditAttributes, HintsFollowTheValues) {
         std::string widget;
         Strings options;
     };
+    // The switches every kind shares come first, then the kind's own arguments.
+    const auto withSwitches = [](std::vector<Hint> own) {
+        std::vector<Hint> hints = {{"target", "scenegraphLocation", {}},
+                                   {"allowMissingTargets", "checkBox", {}},
+                                   {"requireTargetBounds", "checkBox", {}},
+                                   {"respectMotionBlur", "checkBox", {}}};
+        hints.insert(hints.end(), own.begin(), own.end());
+        return hints;
+    };
     const std::vector<std::pair<std::string, std::vector<Hint>>> expected = {
-        {"Aim",
-         {{"target", "scenegraphLocation", {}},
-          {"allowMissingTargets", "checkBox", {}},
-          {"requireTargetBounds", "checkBox", {}},
-          {"respectMotionBlur", "checkBox", {}},
-          {"args.targetOrigin", "popup", kOriginModes},
-          {"args.baseAimAxis", "vector3", {}},
-          {"args.baseUpAxis", "vector3", {}},
-          {"args.targetUpAxis", "vector3", {}}}},
-        {"Orient",
-         {{"target", "scenegraphLocation", {}},
-          {"allowMissingTargets", "checkBox", {}},
-          {"requireTargetBounds", "checkBox", {}},
-          {"respectMotionBlur", "checkBox", {}},
-          {"args.targetOrientation", "popup", {"object", "face"}},
-          {"args.targetFaceIndex", "integer", {}},
-          {"args.xAxis", "checkBox", {}},
-          {"args.yAxis", "checkBox", {}},
-          {"args.zAxis", "checkBox", {}}}},
-        {"Point",
-         {{"target", "scenegraphLocation", {}},
-          {"allowMissingTargets", "checkBox", {}},
-          {"requireTargetBounds", "checkBox", {}},
-          {"respectMotionBlur", "checkBox", {}},
-          {"args.targetOrigin", "popup", kOriginModes},
-          {"args.baseOrigin", "popup", kOriginModes},
-          {"args.xAxis", "checkBox", {}},
-          {"args.yAxis", "checkBox", {}},
-          {"args.zAxis", "checkBox", {}}}},
+        {"Aim", withSwitches({{"args.targetOrigin", "popup", kOriginModes},
+                              {"args.baseAimAxis", "vector3", {}},
+                              {"args.baseUpAxis", "vector3", {}},
+                              {"args.targetUpAxis", "vector3", {}}})},
+        {"Orient", withSwitches({{"args.targetOrientation", "popup", {"object", "face"}},
+                                 {"args.targetFaceIndex", "integer", {}},
+                                 {"args.xAxis", "checkBox", {}},
+                                 {"args.yAxis", "checkBox", {}},
+                                 {"args.zAxis", "checkBox", {}}})},
+        {"Point", withSwitches({{"args.targetOrigin", "popup", kOriginModes},
+                                {"args.baseOrigin", "popup", kOriginModes},
+                                {"args.xAxis", "checkBox", {}},
+                                {"args.yAxis", "checkBox", {}},
+                                {"args.zAxis", "checkBox", {}}})},
     };
     Json children = Json::object();
     Json ops = Json::array();

@@ -76,7 +76,7 @@ TEST(Explain, PointConstraintWithMotionBlur) {
 
 // Targets kept and dropped, each with its reason, and a failing constraint with its error.
 TEST(Explain, TargetsKeptDroppedOrMissingAndErrors) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const Json children{
         {"good", located({2, 0, 0}, {{"bound", VexilTest::doubles({-1, 1, -1, 1, -1, 1})}})},
         {"nobound", located({5, 0, 0})},

@@ -28,7 +28,7 @@ struct Drawn {
     Json cooked;
 };
 
-Drawn draw(const Scratch& scratch, const std::string& scenePath, std::vector<std::string> extra = {}) {
+Drawn draw(const ScratchFolder& scratch, const std::string& scenePath, std::vector<std::string> extra = {}) {
     Drawn drawn;
     const std::string svgPath = scratch.path("picture.svg");
     const std::string jsonPath = scratch.path("cooked.json");
@@ -106,7 +106,7 @@ void expectAt(const Imath::V2d& actual, const Imath::V2d& expected, const std::s
     EXPECT_NEAR(actual.y, expected.y, 0.011) << what;
 }
 
-std::string writeScene(const Scratch& scratch, const std::string& name, const Json& scene) {
+std::string writeScene(const ScratchFolder& scratch, const std::string& name, const Json& scene) {
     return scratch.write(name, scene.dump(2));
 }
 
@@ -153,7 +153,7 @@ TEST(Pictures, EveryExampleShowsEveryLocationInEveryView) {
         ++examples;
         const std::string name = entry.path().filename().string();
         SCOPED_TRACE(name);
-        const Scratch scratch;
+        const ScratchFolder scratch;
         const Drawn drawn = draw(scratch, entry.path().string());
         ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
         ASSERT_FALSE(drawn.elements.empty());
@@ -238,7 +238,7 @@ TEST(Pictures, ExampleTargetLinesJoinEachBaseToItsTargets) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.example);
-        const Scratch scratch;
+        const ScratchFolder scratch;
         const Drawn drawn = draw(scratch, std::string(VEXIL_EXAMPLES_DIR) + "/" + c.example);
         ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
         for (const char* view : kOrthoViews) {
@@ -255,7 +255,7 @@ TEST(Pictures, ExampleTargetLinesJoinEachBaseToItsTargets) {
 // Three unconstrained locations at known places: in each view the tripods sit where the view's plane
 // coordinates put them, under one uniform scale (v up is y down), and the view is filled.
 TEST(Pictures, OrthographicViewsPlaceLocationsByTheirWorldPositions) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const Json children{{"a", group({{"xform", VexilTest::translateXform({0, 0, 0})}})},
                         {"b", group({{"xform", VexilTest::translateXform({4, 2, -3})}})},
                         {"c", group({{"xform", VexilTest::translateXform({-2, 6, 1})}})}};
@@ -308,7 +308,7 @@ TEST(Pictures, OrthographicViewsPlaceLocationsByTheirWorldPositions) {
 // The point constraint of point_follow: the follower's solid tripod sits on the target, its faded one
 // 10 units along +x at (10, 0, 0), and the target's trail runs to (4, 2, 0) at the second sample.
 TEST(Pictures, PointConstraintDrawsBeforeAfterAndTrail) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const Drawn drawn = draw(scratch, std::string(VEXIL_EXAMPLES_DIR) + "/point_follow.json");
     ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
     const std::string follower = "/root/world/follower";
@@ -343,7 +343,7 @@ TEST(Pictures, PointConstraintDrawsBeforeAfterAndTrail) {
 // A camera at the origin with a 90° lens and a square window: a point at camera-space (x, y, -d) shows
 // at window (x / d, y / d); a point behind the camera is not drawn.
 TEST(Pictures, CameraViewProjectsThroughTheChosenCamera) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const Json children{{"cam", camera({0, 0, 0}, 90.0, 0.1, 100.0)},
                         {"near", group({{"xform", VexilTest::translateXform({0.5, 0.25, -1})}})},
                         {"far", group({{"xform", VexilTest::translateXform({-2, 2, -4})}})},
@@ -407,7 +407,7 @@ TEST(Pictures, CameraViewProjectsThroughTheChosenCamera) {
 
 // A failed constraint is drawn red and its message goes to the legend; a warning is listed too.
 TEST(Pictures, ErrorsAreRedAndListedWithWarningsInTheLegend) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const Json children{{"a", group({{"xform",
                                       {{"translate", {{"double", {1, 0, 0}}}},
                                        {"constraint", pointConstraint({"/root/world/nowhere"})}}}})},
@@ -461,7 +461,7 @@ TEST(Pictures, ErrorsAreRedAndListedWithWarningsInTheLegend) {
 }
 
 TEST(Pictures, PngHasTheSizeOfTheLayout) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const std::string png = scratch.path("follow.png");
     const RunResult run = runCook({"--png", png, std::string(VEXIL_EXAMPLES_DIR) + "/point_follow.json"});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -475,7 +475,7 @@ TEST(Pictures, PngHasTheSizeOfTheLayout) {
 }
 
 TEST(Pictures, JsonGoesToTheOutputFileUnchangedAndBadFilesFail) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const std::string example = std::string(VEXIL_EXAMPLES_DIR) + "/point_follow.json";
     const RunResult plain = runCook({"--world", example});
     ASSERT_EQ(plain.status, 0);

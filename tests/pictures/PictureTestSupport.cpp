@@ -1,26 +1,12 @@
 #include "PictureTestSupport.h"
 
-#include <atomic>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <pty.h>
 #include <regex>
-#include <spawn.h>
-#include <sstream>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
-
-extern char** environ;
 
 namespace VexilPictureTest {
 
 namespace {
-
-std::atomic<int> g_counter{0};
 
 std::string unescape(const std::string& text) {
     static const std::pair<const char*, char> kEntities[] = {
@@ -53,46 +39,7 @@ std::map<std::string, std::string> parseAttributes(const std::string& text) {
     return attributes;
 }
 
-void drainInto(int fd, std::string& out) {
-    char buffer[4096];
-    for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n > 0) {
-            out.append(buffer, static_cast<size_t>(n));
-        } else if (n < 0 && errno == EINTR) {
-            continue;
-        } else {
-            return; // end of file, or EIO once the terminal's other side is closed
-        }
-    }
-}
-
 } // namespace
-
-Scratch::Scratch()
-    : m_path((std::filesystem::temp_directory_path() /
-              ("vexil-pictures-" + std::to_string(::getpid()) + "-" + std::to_string(g_counter++)))
-                 .string()) {
-    std::filesystem::create_directories(m_path);
-}
-
-Scratch::~Scratch() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::string Scratch::write(const std::string& name, const std::string& text) const {
-    const std::string file = path(name);
-    std::ofstream(file, std::ios::binary) << text;
-    return file;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
 
 std::string SvgElement::attr(const std::string& name) const {
     auto it = attributes.find(name);
@@ -235,74 +182,6 @@ bool pngSize(const std::string& path, int& width, int& height) {
     width = word(16);
     height = word(20);
     return true;
-}
-
-RunResult runCook(const std::vector<std::string>& arguments, bool stderrOnTerminal) {
-    const Scratch capture;
-    const std::string outPath = capture.path("stdout");
-    const std::string errPath = capture.path("stderr");
-    std::vector<std::string> argv{VEXIL_COOK_BINARY};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argvPointers;
-    for (std::string& a : argv) {
-        argvPointers.push_back(a.data());
-    }
-    argvPointers.push_back(nullptr);
-    // Only the build's plug-in folder (and any --plugin-path) is searched.
-    std::vector<std::string> environment;
-    for (char** e = environ; *e; ++e) {
-        if (std::strncmp(*e, "VEXIL_PLUGIN_PATH=", 18) != 0) {
-            environment.emplace_back(*e);
-        }
-    }
-    std::vector<char*> environmentPointers;
-    for (std::string& e : environment) {
-        environmentPointers.push_back(e.data());
-    }
-    environmentPointers.push_back(nullptr);
-
-    int terminal = -1;
-    int terminalSide = -1;
-    if (stderrOnTerminal && ::openpty(&terminal, &terminalSide, nullptr, nullptr, nullptr) != 0) {
-        throw std::runtime_error(std::string("cannot open a pseudo-terminal: ") + std::strerror(errno));
-    }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0644);
-    if (stderrOnTerminal) {
-        posix_spawn_file_actions_adddup2(&actions, terminalSide, STDERR_FILENO);
-        posix_spawn_file_actions_addclose(&actions, terminal);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
-                                         O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    }
-    pid_t child = 0;
-    const int spawned = posix_spawn(&child, argv[0].c_str(), &actions, nullptr, argvPointers.data(),
-                                    environmentPointers.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (stderrOnTerminal) {
-        ::close(terminalSide);
-    }
-    if (spawned != 0) {
-        throw std::runtime_error("cannot start " + argv[0] + ": " + std::strerror(spawned));
-    }
-    RunResult result;
-    if (stderrOnTerminal) {
-        // Read while the child runs, so that a full terminal buffer never blocks it.
-        drainInto(terminal, result.err);
-        ::close(terminal);
-    }
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = readFile(outPath);
-    if (!stderrOnTerminal) {
-        result.err = readFile(errPath);
-    }
-    return result;
 }
 
 } // namespace VexilPictureTest

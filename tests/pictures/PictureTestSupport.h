@@ -1,6 +1,8 @@
-// Support for the picture, explain and progress tests: a scratch folder, a reader of the SVG that
-// vexil-cook writes, PNG header sizes, and runs of vexil-cook with standard error on a terminal.
+// Support for the picture, explain and progress tests: a reader of the SVG that vexil-cook writes and
+// PNG header sizes.
 #pragma once
+
+#include "CookRunner.h"
 
 #include <Imath/ImathVec.h>
 
@@ -10,23 +12,11 @@
 
 namespace VexilPictureTest {
 
-/// A fresh folder, removed with the object.
-class Scratch {
-public:
-    Scratch();
-    ~Scratch();
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    /// Writes `text` to `name` in the folder and returns its path.
-    std::string write(const std::string& name, const std::string& text) const;
-    std::string path(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
-
-/// The content of a file ("" when it cannot be read).
-std::string readFile(const std::string& path);
+using VexilTest::readFile;
+using VexilTest::runCook;
+using VexilTest::RunOptions;
+using VexilTest::RunResult;
+using VexilTest::ScratchFolder;
 
 /// One element of an SVG document with its attributes, its text, and what its enclosing groups say:
 /// `context` merges the attributes of every enclosing <g> (the innermost wins), and `groupClasses`
@@ -59,17 +49,5 @@ Imath::V2d tripodOrigin(const std::vector<SvgElement>& elements, const std::stri
 
 /// The width and height in a PNG file's header; false when the file is not a PNG.
 bool pngSize(const std::string& path, int& width, int& height);
-
-/// What one run gave: the exit status, standard output, and standard error.
-struct RunResult {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-/// Runs vexil-cook with `arguments`, without VEXIL_PLUGIN_PATH in its environment (so the build's
-/// plug-in folder is searched); standard error goes to a pseudo-terminal when `stderrOnTerminal`,
-/// else to a file.
-RunResult runCook(const std::vector<std::string>& arguments, bool stderrOnTerminal = false);
 
 } // namespace VexilPictureTest

@@ -12,7 +12,7 @@ using VexilTest::Json;
 
 namespace {
 
-std::string slowScene(const Scratch& scratch) {
+std::string slowScene(const ScratchFolder& scratch) {
     Json children = Json::object();
     for (int i = 0; i < 40; ++i) {
         children["n" + std::to_string(i)] = {{"attrs", {{"type", "group"}}}};
@@ -33,8 +33,8 @@ std::vector<std::string> slowArguments(const std::string& scene, std::vector<std
 } // namespace
 
 TEST(Progress, LongCookOnATerminalShowsALineThatEndsWithTheFinalCount) {
-    const Scratch scratch;
-    const RunResult run = runCook(slowArguments(slowScene(scratch)), true);
+    const ScratchFolder scratch;
+    const RunResult run = runCook(slowArguments(slowScene(scratch)), VexilTest::terminalOptions());
     ASSERT_EQ(run.status, 0) << run.err;
     // The terminal turns each line feed into a carriage return and a line feed.
     EXPECT_EQ(run.err.rfind("\rvexil-cook: cooking: ", 0), 0u) << run.err;
@@ -49,7 +49,7 @@ TEST(Progress, LongCookOnATerminalShowsALineThatEndsWithTheFinalCount) {
 }
 
 TEST(Progress, SilentWhenNotATerminalOrQuietOrShort) {
-    const Scratch scratch;
+    const ScratchFolder scratch;
     const std::string slow = slowScene(scratch);
     const struct {
         const char* what;
@@ -66,7 +66,7 @@ TEST(Progress, SilentWhenNotATerminalOrQuietOrShort) {
          "vexil-cook: 4 locations cooked, 0 with errors, 0 with warnings\r\n"},
     };
     for (const auto& c : cases) {
-        const RunResult run = runCook(c.arguments, c.terminal);
+        const RunResult run = runCook(c.arguments, VexilTest::terminalOptions(c.terminal));
         EXPECT_EQ(run.status, 0) << c.what;
         EXPECT_EQ(run.err, c.err) << c.what;
     }

@@ -1,5 +1,6 @@
 // The cook-interface client and its utilities against the stand-in host.
 #include "tests/plugin/FakeCookHost.h"
+#include "tests/support/ThrownMessage.h"
 
 #include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
 
@@ -7,6 +8,8 @@
 
 #include <cmath>
 #include <stdexcept>
+
+using VexilTest::thrownMessage;
 
 namespace {
 
@@ -19,15 +22,6 @@ protected:
     Qn::VexilCookInterface iface() { return Qn::VexilCookInterface(m_cook.handle(), FakeCook::suite()); }
     FakeCook m_cook;
 };
-
-template <typename F> std::string errorText(F&& f) {
-    try {
-        f();
-    } catch (const std::exception& e) {
-        return e.what();
-    }
-    return "(no exception)";
-}
 
 TEST_F(CookInterfaceUtilsTest, ErrorReportWritesTypeBeforeMessage) {
     Utils::reportError(iface(), "Point constraint resolver: no targets");
@@ -62,7 +56,7 @@ TEST_F(CookInterfaceUtilsTest, CreateChildChecksBeforeCallingTheHost) {
         {"child", &data, nullptr, "Private data provided for child without deletion method."},
     };
     for (const Case& c : rejected) {
-        EXPECT_EQ(errorText([&] {
+        EXPECT_EQ(thrownMessage([&] {
                       Utils::createChild(iface(), c.name, "Op", Qn::Attribute(), 0, c.privateData, c.deleter);
                   }),
                   c.message);
@@ -111,7 +105,7 @@ TEST_F(CookInterfaceUtilsTest, BoundReaderAcceptsOnlySixDoubles) {
 }
 
 TEST_F(CookInterfaceUtilsTest, BoundsAtTimeInterpolates) {
-    EXPECT_EQ(errorText([] { Utils::getBoundsAtTime(Qn::DoubleAttribute(), 0.0f); }),
+    EXPECT_EQ(thrownMessage([] { Utils::getBoundsAtTime(Qn::DoubleAttribute(), 0.0f); }),
               "Cannot get bounds attribute.");
 
     const std::map<float, std::vector<double>> samples{{0.0f, {0, 2, 0, 2, 0, 2}},
@@ -232,10 +226,10 @@ TEST_F(CookInterfaceUtilsTest, CreateLocationCreatesTheFirstLevel) {
     }
 
     m_cook.calls.clear();
-    EXPECT_EQ(errorText([&] { Utils::createLocation(iface(), "/root/world"); }),
+    EXPECT_EQ(thrownMessage([&] { Utils::createLocation(iface(), "/root/world"); }),
               "assertion(parts.size() > 0) failed at "
               "../Vexil3/PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils: 88");
-    EXPECT_EQ(errorText([&] { Utils::createLocation(iface(), "/root/worldly/a"); }),
+    EXPECT_EQ(thrownMessage([&] { Utils::createLocation(iface(), "/root/worldly/a"); }),
               "createLocation(): \"/root/worldly/a\" does not lie below \"/root/world\"");
     EXPECT_TRUE(m_cook.calls.empty());
 }
@@ -258,10 +252,11 @@ TEST_F(CookInterfaceUtilsTest, AbortingQueriesThrowQueryAbort) {
 }
 
 TEST_F(CookInterfaceUtilsTest, EntriesTheHostLacksFailClearly) {
-    EXPECT_EQ(errorText([&] { iface().getPotentialChildren(); }),
+    EXPECT_EQ(thrownMessage([&] { iface().getPotentialChildren(); }),
               "The host's cook interface has no entry 16.");
-    EXPECT_EQ(errorText([&] { iface().copyAttr("a", "b"); }), "The host's cook interface has no entry 30.");
-    EXPECT_EQ(errorText([] { Qn::VexilCookInterface(nullptr, nullptr); }),
+    EXPECT_EQ(thrownMessage([&] { iface().copyAttr("a", "b"); }),
+              "The host's cook interface has no entry 30.");
+    EXPECT_EQ(thrownMessage([] { Qn::VexilCookInterface(nullptr, nullptr); }),
               "The host gave no cook interface.");
 }
 

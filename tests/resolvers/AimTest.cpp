@@ -204,37 +204,23 @@ TEST(AimResolver, ExactFailureTexts) {
         std::string message;
     };
     const std::vector<Case> cases = {
-        {"sameLocation", aimArgs(x, y, y), "/root/world/here",
-         "Aim Constraint Error: Base and target are at same location, nowhere to aim."},
         {"upAsDoubles", upAsDoubles, "/root/world/t",
          "Aim Constraint Error: Cannot find float attribute of size 3 args.baseUpAxis"},
         {"noTargetUp", noTargetUp, "/root/world/t",
          "Aim Constraint Error: Cannot find float attribute of size 3 args.targetUpAxis"},
         {"twoFloats", twoFloats, "/root/world/t",
          "Aim Constraint Error: Cannot find float attribute of size 3 args.baseAimAxis"},
-        {"zeroAim", aimArgs(zero, y, y), "/root/world/t",
-         "Aim Constraint Error: Aim Axis or Up Axis is zero."},
         {"zeroUp", aimArgs(x, zero, y), "/root/world/t",
          "Aim Constraint Error: Aim Axis or Up Axis is zero."},
         // The base axes are checked before the target up axis is read.
         {"zeroAimBadUp", zeroAimBadUp, "/root/world/t", "Aim Constraint Error: Aim Axis or Up Axis is zero."},
-        {"zeroTargetUp", aimArgs(x, y, zero), "/root/world/t",
-         "Aim Constraint Error: Target Up Axis is zero."},
         {"emptyOrigin", aimArgs(x, y, y, ""), "/root/world/t",
          "Aim Constraint Error: Aim constraint resolver: empty args.targetOrigin."},
-        {"noBound", aimArgs(x, y, y, "boundingBox"), "/root/world/t",
-         "Aim Constraint Error: Aim constraint resolver target: Cannot get bounds attribute "
-         "(/root/world/t)."},
     };
-    Json children = {{"t", placed({{"translate", triple(5, 0, 0)}})},
-                     {"here", placed({{"translate", triple(1, 1, 1)}})}};
+    Json children = {{"t", placed({{"translate", triple(5, 0, 0)}})}};
     for (const Case& c : cases)
         children[c.name] = withAim({{"translate", triple(1, 1, 1)}}, c.target, c.args);
     const CookResult result = cookWorld(children);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const std::string path = std::string("/root/world/") + c.name;
-        EXPECT_EQ(c.message, stringValue(result.scene, path, "errorMessage"));
-        EXPECT_EQ("error", stringValue(result.scene, path, "type"));
-    }
+    for (const Case& c : cases)
+        expectError(result, std::string("/root/world/") + c.name, c.message);
 }

@@ -3,13 +3,14 @@
 // (x / (d·k), y / (d·k)) with k = tan(fov / 2).
 #pragma once
 
-#include "CookTestSupport.h"
+#include "ResolverScenes.h"
 
 #include <Imath/ImathBox.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ namespace CameraTests {
 
 using Imath::M44d;
 using Imath::V3d;
+using ResolverTests::constraint;
+using ResolverTests::expectError;
+using ResolverTests::node;
 using VexilTest::Json;
 
 constexpr double kPi = 3.141592653589793;
@@ -29,11 +33,6 @@ inline double radians(double degrees) {
 struct Window {
     double left, right, bottom, top;
 };
-
-/// A location with `attrs` and `children`.
-inline Json node(const Json& attrs, const Json& children = Json::object()) {
-    return {{"attrs", attrs}, {"children", children}};
-}
 
 /// The attributes of a camera location.
 inline Json cameraAttrs(const Json& xform, double fov, const Window& w,
@@ -64,13 +63,48 @@ inline Json xform(const V3d& translate, double degrees = 0.0, const V3d& axis = 
             {"rotate", VexilTest::doubles({degrees, axis.x, axis.y, axis.z})}};
 }
 
-/// A constraint description of `type` on `targets` with `args`, plus optional switches.
-inline Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                       const Json& extra = Json::object()) {
-    Json c = {{"type", type}, {"target", targets}, {"args", args}};
-    for (auto it = extra.begin(); it != extra.end(); ++it)
-        c[it.key()] = it.value();
-    return c;
+/// A camera location (near 0.1, far 100000) whose xform group `xformGroup` carries a constraint of
+/// `type` on `targets` with `args`.
+inline Json constrainedCamera(const std::string& type, const Json& xformGroup, double fov,
+                              const Window& window, const std::vector<std::string>& targets,
+                              const Json& args) {
+    Json xf = xformGroup;
+    xf["constraint"] = constraint(type, targets, args);
+    return node(cameraAttrs(xf, fov, window));
+}
+
+/// The arguments of a framing constraint (Dolly, FOV): the bound type and the angle offset in degrees.
+inline Json framingArgs(const std::string& bounds, double angleOffset = 0.0) {
+    return {{"targetBounds", bounds}, {"angleOffset", VexilTest::floats({angleOffset})}};
+}
+
+/// A box-shaped target at /root/world/`name`: its xform and local bound.
+struct TargetBox {
+    std::string name;
+    Json xform;
+    V3d lo, hi;
+};
+
+/// Adds the boxes to `children` and returns their paths.
+inline std::vector<std::string> addBoxes(Json& children, const std::vector<TargetBox>& boxes) {
+    std::vector<std::string> paths;
+    for (const TargetBox& b : boxes) {
+        children[b.name] = node(boxAttrs(b.xform, b.lo, b.hi));
+        paths.push_back("/root/world/" + b.name);
+    }
+    return paths;
+}
+
+/// Adds `nodes` to `children` as `stem`0, `stem`1, ... and returns their paths, in order.
+inline std::vector<std::string> addNumbered(Json& children, const std::string& stem,
+                                            const std::vector<Json>& nodes) {
+    std::vector<std::string> paths;
+    for (const Json& n : nodes) {
+        const std::string name = stem + std::to_string(paths.size());
+        children[name] = n;
+        paths.push_back("/root/world/" + name);
+    }
+    return paths;
 }
 
 /// Cooks the children of /root/world with ConstraintResolve and the constraint list `listed` (which
@@ -151,6 +185,65 @@ inline std::pair<V3d, double> cornerSphere(const std::vector<V3d>& corners) {
     for (const V3d& c : corners)
         radius = std::max(radius, (c - centre).length());
     return {centre, radius};
+}
+
+/// A camera framing `boxes`: its authored xform, fov (degrees) and window, and the constraint's angle
+/// offset (degrees).
+struct FramingCase {
+    const char* name;
+    Json cameraXform;
+    double fov, angleOffset;
+    Window window;
+    std::vector<TargetBox> boxes;
+};
+
+/// Cooks the boxes of `c` and a camera at /root/world/cam with a `type` constraint of bound type `bounds`
+/// on all of them.
+inline VexilTest::CookResult cookFraming(const std::string& type, const FramingCase& c,
+                                         const std::string& bounds) {
+    Json children = Json::object();
+    const std::vector<std::string> targets = addBoxes(children, c.boxes);
+    children["cam"] =
+        constrainedCamera(type, c.cameraXform, c.fov, c.window, targets, framingArgs(bounds, c.angleOffset));
+    return cookWorld(children);
+}
+
+/// The least window slack of the corners of `boxes` (as cooked) seen by a camera at `camera` with
+/// `fovDegrees`; every corner must be in front of the camera and inside the window.
+inline double worstCornerSlack(const Json& cooked, const M44d& camera, double fovDegrees,
+                               const Window& window, const std::vector<TargetBox>& boxes) {
+    double worst = std::numeric_limits<double>::max();
+    for (const TargetBox& b : boxes) {
+        for (const V3d& p : worldCorners(VexilTest::world(cooked, "/root/world/" + b.name), b.lo, b.hi)) {
+            const V3d screen = screenOf(camera, fovDegrees, p);
+            EXPECT_GT(screen.z, 0.0);
+            const double slack = windowSlack(window, screen);
+            EXPECT_GE(slack, -1e-9);
+            worst = std::min(worst, slack);
+        }
+    }
+    return worst;
+}
+
+/// The least frustum slack of the corner spheres of `boxes` (as cooked); every sphere must be inside.
+inline double worstSphereSlack(const Json& cooked, const M44d& camera, double fovDegrees,
+                               const Window& window, const std::vector<TargetBox>& boxes) {
+    double worst = std::numeric_limits<double>::max();
+    for (const TargetBox& b : boxes) {
+        const auto sphere =
+            cornerSphere(worldCorners(VexilTest::world(cooked, "/root/world/" + b.name), b.lo, b.hi));
+        const double slack = sphereSlack(camera, fovDegrees, window, sphere.first, sphere.second);
+        EXPECT_GE(slack, -1e-9);
+        worst = std::min(worst, slack);
+    }
+    return worst;
+}
+
+/// worstCornerSlack for the bound type "box", worstSphereSlack for "sphere".
+inline double worstSlack(const std::string& bounds, const Json& cooked, const M44d& camera, double fovDegrees,
+                         const Window& window, const std::vector<TargetBox>& boxes) {
+    return bounds == "box" ? worstCornerSlack(cooked, camera, fovDegrees, window, boxes)
+                           : worstSphereSlack(cooked, camera, fovDegrees, window, boxes);
 }
 
 /// The first value of a double attribute of a cooked location (NaN when absent).

@@ -15,16 +15,8 @@ Json pads(double padNear, double padFar) {
 }
 
 Json clippingCamera(const Json& xformGroup, const std::vector<std::string>& targets, const Json& args) {
-    Json xf = xformGroup;
-    xf["constraint"] = constraint("Clipping", targets, args);
-    return node(cameraAttrs(xf, 45.0, {-1, 1, -1, 1}));
+    return constrainedCamera("Clipping", xformGroup, 45.0, {-1, 1, -1, 1}, targets, args);
 }
-
-struct TargetBox {
-    std::string name;
-    Json xform;
-    V3d lo, hi;
-};
 
 struct ClipCase {
     const char* name;
@@ -83,11 +75,7 @@ TEST(ClippingConstraint, RangeHoldsEveryCornerWidenedByThePads) {
     for (const ClipCase& c : cases) {
         SCOPED_TRACE(c.name);
         Json children = Json::object();
-        std::vector<std::string> targets;
-        for (const TargetBox& t : c.targets) {
-            children[t.name] = node(boxAttrs(t.xform, t.lo, t.hi));
-            targets.push_back("/root/world/" + t.name);
-        }
+        const std::vector<std::string> targets = addBoxes(children, c.targets);
         children["cam"] = clippingCamera(c.cameraXform, targets, pads(c.padNear, c.padFar));
         const VexilTest::CookResult result = cookWorld(children);
         const double nearDistance = doubleValue(result.scene, "/root/world/cam", "geometry.near");
@@ -205,16 +193,15 @@ TEST(ClippingConstraint, FailureTexts) {
     };
     Json children = {{"box", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
                      {"plain", node({{"type", "group"}, {"xform", xform(V3d(0, 0, -10))}})}};
-    int index = 0;
-    for (const Case& c : cases) {
-        children["cam" + std::to_string(index++)] = clippingCamera(c.cameraXform, {c.target}, c.args);
-    }
+    std::vector<Json> cameras;
+    for (const Case& c : cases)
+        cameras.push_back(clippingCamera(c.cameraXform, {c.target}, c.args));
+    const std::vector<std::string> paths = addNumbered(children, "cam", cameras);
     const VexilTest::CookResult result = cookWorld(children);
-    index = 0;
-    for (const Case& c : cases) {
-        const std::string path = "/root/world/cam" + std::to_string(index++);
-        EXPECT_EQ(stringValue(result.scene, path, "errorMessage"), c.message) << c.name;
-        EXPECT_EQ(stringValue(result.scene, path, "type"), "error") << c.name;
+    for (size_t i = 0; i < paths.size(); ++i) {
+        const std::string& path = paths[i];
+        const Case& c = cases[i];
+        expectError(result, path, c.message);
         // A failed constraint writes neither distance: the camera keeps its own.
         EXPECT_NEAR(doubleValue(result.scene, path, "geometry.near"), 0.1, 1e-12) << c.name;
         EXPECT_NEAR(doubleValue(result.scene, path, "geometry.far"), 100000.0, 1e-6) << c.name;

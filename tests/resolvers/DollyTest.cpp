@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 using namespace CameraTests;
 using VexilTest::floats;
 using VexilTest::stringValue;
@@ -15,32 +13,12 @@ namespace {
 
 const char* const kCam = "/root/world/cam";
 
-Json dollyArgs(const std::string& bounds, double angleOffset) {
-    return {{"targetBounds", bounds}, {"angleOffset", floats({angleOffset})}};
-}
-
 Json dollyCamera(const Json& xformGroup, double fov, const Window& window,
                  const std::vector<std::string>& targets, const Json& args) {
-    Json xf = xformGroup;
-    xf["constraint"] = constraint("Dolly", targets, args);
-    return node(cameraAttrs(xf, fov, window));
+    return constrainedCamera("Dolly", xformGroup, fov, window, targets, args);
 }
 
-struct Box {
-    std::string name;
-    Json xform;
-    V3d lo, hi;
-};
-
-struct FitCase {
-    const char* name;
-    Json cameraXform;
-    double fov, angleOffset;
-    Window window;
-    std::vector<Box> boxes;
-};
-
-std::vector<FitCase> fitCases() {
+std::vector<FramingCase> fitCases() {
     return {
         {"ahead, square",
          xform(V3d(0, 0, 0)),
@@ -72,17 +50,6 @@ std::vector<FitCase> fitCases() {
     };
 }
 
-VexilTest::CookResult cookFit(const FitCase& c, const std::string& bounds) {
-    Json children = Json::object();
-    std::vector<std::string> targets;
-    for (const Box& b : c.boxes) {
-        children[b.name] = node(boxAttrs(b.xform, b.lo, b.hi));
-        targets.push_back("/root/world/" + b.name);
-    }
-    children["cam"] = dollyCamera(c.cameraXform, c.fov, c.window, targets, dollyArgs(bounds, c.angleOffset));
-    return cookWorld(children);
-}
-
 // The camera moved along its own view direction only and kept its orientation.
 void expectDollied(const M44d& before, const M44d& after) {
     for (int i = 0; i < 3; ++i)
@@ -95,7 +62,7 @@ void expectDollied(const M44d& before, const M44d& after) {
 }
 
 // The camera's world transform as authored, before the constraint.
-M44d authored(const FitCase& c) {
+M44d authored(const FramingCase& c) {
     M44d rotation;
     const Json& r = c.cameraXform["rotate"]["double"];
     rotation.setAxisAngle(V3d(r[1].get<double>(), r[2].get<double>(), r[3].get<double>()),
@@ -108,48 +75,19 @@ M44d authored(const FitCase& c) {
 
 } // namespace
 
-TEST(DollyConstraint, BoxCornersFitAndOneTouchesASide) {
-    for (const FitCase& c : fitCases()) {
-        SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "box");
-        ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
-        const M44d camera = VexilTest::world(result.scene, kCam);
-        const double fov = c.fov - c.angleOffset;
-        double worst = std::numeric_limits<double>::max();
-        for (const Box& b : c.boxes) {
-            for (const V3d& p :
-                 worldCorners(VexilTest::world(result.scene, "/root/world/" + b.name), b.lo, b.hi)) {
-                const V3d s = screenOf(camera, fov, p);
-                EXPECT_GT(s.z, 0.0);
-                const double slack = windowSlack(c.window, s);
-                EXPECT_GE(slack, -1e-9);
-                worst = std::min(worst, slack);
-            }
+TEST(DollyConstraint, BoxCornersOrBoundingSpheresFitAndOneTouchesASide) {
+    for (const std::string bounds : {"box", "sphere"}) {
+        for (const FramingCase& c : fitCases()) {
+            if (bounds == "sphere" && c.window.left == 0)
+                continue; // a side along the view axis cannot hold a sphere that crosses the axis
+            SCOPED_TRACE(bounds + ", " + c.name);
+            const VexilTest::CookResult result = cookFraming("Dolly", c, bounds);
+            ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
+            const M44d camera = VexilTest::world(result.scene, kCam);
+            EXPECT_NEAR(worstSlack(bounds, result.scene, camera, c.fov - c.angleOffset, c.window, c.boxes),
+                        0.0, 1e-9);
+            expectDollied(authored(c), camera);
         }
-        EXPECT_NEAR(worst, 0.0, 1e-9);
-        expectDollied(authored(c), camera);
-    }
-}
-
-TEST(DollyConstraint, BoundingSpheresFitAndOneTouchesASide) {
-    for (const FitCase& c : fitCases()) {
-        if (c.window.left == 0)
-            continue; // a side along the view axis cannot hold a sphere that crosses the axis
-        SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "sphere");
-        ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
-        const M44d camera = VexilTest::world(result.scene, kCam);
-        double worst = std::numeric_limits<double>::max();
-        for (const Box& b : c.boxes) {
-            const auto sphere = cornerSphere(
-                worldCorners(VexilTest::world(result.scene, "/root/world/" + b.name), b.lo, b.hi));
-            const double slack =
-                sphereSlack(camera, c.fov - c.angleOffset, c.window, sphere.first, sphere.second);
-            EXPECT_GE(slack, -1e-9);
-            worst = std::min(worst, slack);
-        }
-        EXPECT_NEAR(worst, 0.0, 1e-9);
-        expectDollied(authored(c), camera);
     }
 }
 
@@ -170,7 +108,7 @@ TEST(DollyConstraint, HandWorkedPositions) {
     for (const Case& c : cases) {
         Json children = {{"box", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
                          {"cam", dollyCamera(xform(V3d(0, 0, 0)), 90, {-1, 1, -1, 1}, {"/root/world/box"},
-                                             dollyArgs(c.bounds, c.angleOffset))}};
+                                             framingArgs(c.bounds, c.angleOffset))}};
         const VexilTest::CookResult result = cookWorld(children);
         const M44d camera = VexilTest::world(result.scene, kCam);
         EXPECT_NEAR(camera[3][0], 0.0, 1e-12) << c.name;
@@ -187,13 +125,13 @@ TEST(DollyConstraint, AnimatedBoundsAddSampleTimesButAnAnimatedFovDoesNot) {
                     {"bound", VexilTest::animatedDoubles(
                                   {{"0", {-1, 1, -1, 1, -1, 1}}, {"1", {-2, 2, -2, 2, -2, 2}}}, 6)}};
     Json animatedFov =
-        cameraAttrs({{"constraint", constraint("Dolly", {"/root/world/still"}, dollyArgs("box", 0))}}, 90,
+        cameraAttrs({{"constraint", constraint("Dolly", {"/root/world/still"}, framingArgs("box", 0))}}, 90,
                     {-1, 1, -1, 1});
     animatedFov["geometry"]["fov"] = VexilTest::animatedDoubles({{"0", {90}}, {"1", {60}}});
     Json children = {{"grow", node(growing)},
                      {"still", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
                      {"cam", dollyCamera(xform(V3d(0, 0, 0)), 90, {-1, 1, -1, 1}, {"/root/world/grow"},
-                                         dollyArgs("box", 0))},
+                                         framingArgs("box", 0))},
                      {"cam2", node(animatedFov)}};
     const VexilTest::CookResult result = cookWorld(children);
     const auto samples = VexilTest::worldSamples(result.scene, kCam);
@@ -211,50 +149,36 @@ TEST(DollyConstraint, FailureTexts) {
     Json noWindow = {{"type", "camera"}, {"geometry", {{"fov", VexilTest::doubles({45})}}}};
     Json floatWindow = cameraAttrs(Json::object(), 45, {-1, 1, -1, 1});
     floatWindow["geometry"]["top"] = floats({1});
-    Json noFov = cameraAttrs(Json::object(), 45, {-1, 1, -1, 1});
-    noFov["geometry"].erase("fov");
     Json emptyLeft = cameraAttrs(Json::object(), 45, {-1, 1, -1, 1});
     emptyLeft["geometry"]["left"] = VexilTest::doubles({});
-    auto withDolly = [](Json attrs, const Json& args, const std::string& target = "/root/world/box") {
-        attrs["xform"]["constraint"] = constraint("Dolly", {target}, args);
+    auto withDolly = [](Json attrs, const Json& args) {
+        attrs["xform"]["constraint"] = constraint("Dolly", {"/root/world/box"}, args);
         return node(attrs);
     };
-    const Json plain = cameraAttrs(Json::object(), 45, {-1, 1, -1, 1});
     struct Case {
         const char* name;
         Json camera;
         std::string message;
     } cases[] = {
-        {"no bound type", withDolly(plain, Json::object()), prefix + "empty args.targetBounds."},
         // The value is checked before the camera: this camera has no screen window either.
-        {"capitalised bound type", withDolly(noWindow, dollyArgs("Box", 0)),
+        {"capitalised bound type", withDolly(noWindow, framingArgs("Box", 0)),
          prefix + "unsupported target bound type 'Box'. Use 'sphere'' or 'box' target bound type instead"},
-        {"no screen window", withDolly(noWindow, dollyArgs("box", 0)),
+        {"no screen window", withDolly(noWindow, framingArgs("box", 0)),
          prefix + "error getting screen window geometry from base location."},
-        {"float screen window", withDolly(floatWindow, dollyArgs("sphere", 0)),
+        {"float screen window", withDolly(floatWindow, framingArgs("sphere", 0)),
          prefix + "error getting screen window geometry from base location."},
-        {"no fov", withDolly(noFov, dollyArgs("box", 0)), prefix + "error getting fov from base location."},
-        {"empty left", withDolly(emptyLeft, dollyArgs("box", 0)),
+        {"empty left", withDolly(emptyLeft, framingArgs("box", 0)),
          "Dolly Constraint Error: Error getting double value from DoubleAttribute."},
-        {"offset equal to the fov", withDolly(plain, dollyArgs("box", 45)),
-         prefix + "fov - angleOffset must be greater than zero."},
         {"window off the origin",
-         withDolly(cameraAttrs(Json::object(), 45, {0.2, 1, -1, 1}), dollyArgs("sphere", 0)),
+         withDolly(cameraAttrs(Json::object(), 45, {0.2, 1, -1, 1}), framingArgs("sphere", 0)),
          prefix + "Screen window must include origin"},
-        {"target without bound", withDolly(plain, dollyArgs("box", 0), "/root/world/plain"),
-         "Dolly Constraint Error: Cannot get bounds attribute."},
     };
-    Json children = {{"box", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
-                     {"plain", node({{"type", "group"}, {"xform", xform(V3d(0, 0, -10))}})}};
-    int index = 0;
-    for (const Case& c : cases) {
-        children["cam" + std::to_string(index++)] = c.camera;
-    }
+    Json children = {{"box", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))}};
+    std::vector<Json> cameras;
+    for (const Case& c : cases)
+        cameras.push_back(c.camera);
+    const std::vector<std::string> paths = addNumbered(children, "cam", cameras);
     const VexilTest::CookResult result = cookWorld(children);
-    index = 0;
-    for (const Case& c : cases) {
-        const std::string path = "/root/world/cam" + std::to_string(index++);
-        EXPECT_EQ(stringValue(result.scene, path, "errorMessage"), c.message) << c.name;
-        EXPECT_EQ(stringValue(result.scene, path, "type"), "error") << c.name;
-    }
+    for (size_t i = 0; i < paths.size(); ++i)
+        expectError(result, paths[i], cases[i].message);
 }

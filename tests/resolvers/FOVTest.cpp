@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 using namespace CameraTests;
 using VexilTest::floats;
 using VexilTest::stringValue;
@@ -15,97 +13,47 @@ namespace {
 
 const char* const kCam = "/root/world/cam";
 
-Json fovArgs(const std::string& bounds, double angleOffset = 0.0) {
-    return {{"targetBounds", bounds}, {"angleOffset", floats({angleOffset})}};
-}
-
 Json fovCamera(const Json& xformGroup, const Window& window, const std::vector<std::string>& targets,
                const Json& args, double fov = 45.0) {
-    Json xf = xformGroup;
-    xf["constraint"] = constraint("FOV", targets, args);
-    return node(cameraAttrs(xf, fov, window));
+    return constrainedCamera("FOV", xformGroup, fov, window, targets, args);
 }
 
-struct Box {
-    std::string name;
-    Json xform;
-    V3d lo, hi;
-};
-
-struct FitCase {
-    const char* name;
-    Json cameraXform;
-    Window window;
-    std::vector<Box> boxes;
-};
-
-std::vector<FitCase> fitCases() {
+std::vector<FramingCase> fitCases() {
     return {
         {"square window ahead",
          xform(V3d(0, 0, 0)),
+         45,
+         0,
          {-1, 1, -1, 1},
          {{"a", xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)}}},
         {"wide off-centre window, turned camera",
          xform(V3d(2, 1, 4), 30),
+         45,
+         0,
          {-1.2, 0.8, -0.5, 1.0},
          {{"a", xform(V3d(-4, 0, -8), 20), V3d(-1, -2, -1), V3d(1, 1, 2)},
           {"b", xform(V3d(3, 2, -15)), V3d(-0.5, -0.5, -0.5), V3d(2, 0.5, 0.5)}}},
         {"tall window, off-axis target",
          xform(V3d(0, 0, 0), -15, V3d(1, 0, 0)),
+         45,
+         0,
          {-0.6, 0.6, -1.5, 1.5},
          {{"a", xform(V3d(1, -6, -12)), V3d(-1, -1, -1), V3d(1, 1, 1)}}},
     };
 }
 
-VexilTest::CookResult cookFit(const FitCase& c, const std::string& bounds) {
-    Json children = Json::object();
-    std::vector<std::string> targets;
-    for (const Box& b : c.boxes) {
-        children[b.name] = node(boxAttrs(b.xform, b.lo, b.hi));
-        targets.push_back("/root/world/" + b.name);
-    }
-    children["cam"] = fovCamera(c.cameraXform, c.window, targets, fovArgs(bounds));
-    return cookWorld(children);
-}
-
 } // namespace
 
-TEST(FOVConstraint, BoxCornersFitAndOneTouchesTheEdge) {
-    for (const FitCase& c : fitCases()) {
-        SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "box");
-        ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
-        const double fov = doubleValue(result.scene, kCam, "geometry.fov");
-        const M44d camera = VexilTest::world(result.scene, kCam);
-        double worst = std::numeric_limits<double>::max();
-        for (const Box& b : c.boxes) {
-            for (const V3d& p :
-                 worldCorners(VexilTest::world(result.scene, "/root/world/" + b.name), b.lo, b.hi)) {
-                const double slack = windowSlack(c.window, screenOf(camera, fov, p));
-                EXPECT_GE(slack, -1e-9);
-                worst = std::min(worst, slack);
-            }
+TEST(FOVConstraint, BoxCornersOrBoundingSpheresFitAndOneTouchesTheEdge) {
+    for (const std::string bounds : {"box", "sphere"}) {
+        for (const FramingCase& c : fitCases()) {
+            SCOPED_TRACE(bounds + ", " + c.name);
+            const VexilTest::CookResult result = cookFraming("FOV", c, bounds);
+            ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
+            const double fov = doubleValue(result.scene, kCam, "geometry.fov");
+            const M44d camera = VexilTest::world(result.scene, kCam);
+            EXPECT_NEAR(worstSlack(bounds, result.scene, camera, fov, c.window, c.boxes), 0.0, 1e-9);
         }
-        EXPECT_NEAR(worst, 0.0, 1e-9);
-    }
-}
-
-TEST(FOVConstraint, BoundingSpheresFitAndOneTouchesASide) {
-    for (const FitCase& c : fitCases()) {
-        SCOPED_TRACE(c.name);
-        const VexilTest::CookResult result = cookFit(c, "sphere");
-        ASSERT_EQ(stringValue(result.scene, kCam, "errorMessage"), "");
-        const double fov = doubleValue(result.scene, kCam, "geometry.fov");
-        const M44d camera = VexilTest::world(result.scene, kCam);
-        double worst = std::numeric_limits<double>::max();
-        for (const Box& b : c.boxes) {
-            const auto sphere = cornerSphere(
-                worldCorners(VexilTest::world(result.scene, "/root/world/" + b.name), b.lo, b.hi));
-            const double slack = sphereSlack(camera, fov, c.window, sphere.first, sphere.second);
-            EXPECT_GE(slack, -1e-9);
-            worst = std::min(worst, slack);
-        }
-        EXPECT_NEAR(worst, 0.0, 1e-9);
     }
 }
 
@@ -129,7 +77,7 @@ TEST(FOVConstraint, HandWorkedFieldsOfView) {
     for (const Case& c : cases) {
         Json children = {{"box", node(boxAttrs(c.boxXform, V3d(-1, -1, -1), V3d(1, 1, 1)))},
                          {"cam", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"},
-                                           fovArgs(c.bounds, c.angleOffset))}};
+                                           framingArgs(c.bounds, c.angleOffset))}};
         const VexilTest::CookResult result = cookWorld(children);
         EXPECT_NEAR(doubleValue(result.scene, kCam, "geometry.fov"), c.fov, 1e-9) << c.name;
     }
@@ -137,9 +85,9 @@ TEST(FOVConstraint, HandWorkedFieldsOfView) {
 
 TEST(FOVConstraint, ZeroResultLeavesTheFovAloneWithAWarning) {
     // A box shrunk to a point on the view axis needs no field of view at all.
-    Json children = {
-        {"dot", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(0, 0, 0), V3d(0, 0, 0)))},
-        {"cam", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/dot"}, fovArgs("box"), 37.0)}};
+    Json children = {{"dot", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(0, 0, 0), V3d(0, 0, 0)))},
+                     {"cam", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/dot"},
+                                       framingArgs("box"), 37.0)}};
     const VexilTest::CookResult result = cookWorld(children);
     EXPECT_EQ(stringValue(result.scene, kCam, "warningMessage"),
               "FOV constraint resolver: resolved to FOV of 0.0.  Skipping.");
@@ -155,54 +103,45 @@ TEST(FOVConstraint, FailureTexts) {
         Json camera;
         std::string message;
     } cases[] = {
-        {"no bound type", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, Json::object()),
-         prefix + "empty args.targetBounds."},
-        {"capitalised bound type",
-         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, fovArgs("Box")),
-         prefix + "unsupported target bound type 'Box'. Use 'sphere' or 'box' target bound type instead."},
         {"no screen window",
          node({{"type", "camera"},
-               {"xform", {{"constraint", constraint("FOV", {"/root/world/box"}, fovArgs("box"))}}}}),
+               {"xform", {{"constraint", constraint("FOV", {"/root/world/box"}, framingArgs("box"))}}}}),
          prefix + "error getting screen window geometry from base location."},
         {"window edge at the origin",
-         fovCamera(xform(V3d(0, 0, 0)), {0, 1, -1, 1}, {"/root/world/box"}, fovArgs("box")),
+         fovCamera(xform(V3d(0, 0, 0)), {0, 1, -1, 1}, {"/root/world/box"}, framingArgs("box")),
          prefix + "screen window must contain the origin."},
         {"target behind",
-         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/behind"}, fovArgs("sphere")),
+         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/behind"}, framingArgs("sphere")),
          prefix + "target (/root/world/behind) is not entirely in front of the camera."},
         {"target reaching the camera plane",
          fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box", "/root/world/across"},
-                   fovArgs("box")),
+                   framingArgs("box")),
          prefix + "target (/root/world/across) is not entirely in front of the camera."},
         {"margin past 180",
-         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, fovArgs("box", 170)),
+         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, framingArgs("box", 170)),
          prefix + "fov + angleOffset must be greater than zero and less than 180."},
         {"negative margin",
-         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, fovArgs("box", -20)),
+         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, framingArgs("box", -20)),
          prefix + "fov + angleOffset must be greater than zero and less than 180."},
         {"flat camera",
          fovCamera({{"scale", VexilTest::doubles({0, 1, 1})}}, {-1, 1, -1, 1}, {"/root/world/box"},
-                   fovArgs("box")),
+                   framingArgs("box")),
          "FOV Constraint Error: Cannot invert singular matrix."},
         {"target without bound",
-         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/plain"}, fovArgs("box")),
+         fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/plain"}, framingArgs("box")),
          "FOV Constraint Error: Cannot get bounds attribute."},
     };
     Json children = {{"box", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
                      {"behind", node(boxAttrs(xform(V3d(0, 0, 10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
                      {"across", node(boxAttrs(xform(V3d(3, 0, 0)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
                      {"plain", node({{"type", "group"}, {"xform", xform(V3d(0, 0, -10))}})}};
-    int index = 0;
-    for (const Case& c : cases) {
-        children["cam" + std::to_string(index++)] = c.camera;
-    }
+    std::vector<Json> cameras;
+    for (const Case& c : cases)
+        cameras.push_back(c.camera);
+    const std::vector<std::string> paths = addNumbered(children, "cam", cameras);
     const VexilTest::CookResult result = cookWorld(children);
-    index = 0;
-    for (const Case& c : cases) {
-        const std::string path = "/root/world/cam" + std::to_string(index++);
-        EXPECT_EQ(stringValue(result.scene, path, "errorMessage"), c.message) << c.name;
-        EXPECT_EQ(stringValue(result.scene, path, "type"), "error") << c.name;
-    }
+    for (size_t i = 0; i < paths.size(); ++i)
+        expectError(result, paths[i], cases[i].message);
 }
 
 TEST(FOVConstraint, ACardOnTheCameraSeesTheResolvedFov) {
@@ -215,7 +154,7 @@ TEST(FOVConstraint, ACardOnTheCameraSeesTheResolvedFov) {
     Json children = {
         {"box", node(boxAttrs(xform(V3d(0, 0, -10)), V3d(-1, -1, -1), V3d(1, 1, 1)))},
         {"card", card},
-        {"cam", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, fovArgs("box"), 90)}};
+        {"cam", fovCamera(xform(V3d(0, 0, 0)), {-1, 1, -1, 1}, {"/root/world/box"}, framingArgs("box"), 90)}};
     const VexilTest::CookResult result = cookWorld(children, {kCam, "/root/world/card"});
     EXPECT_NEAR(doubleValue(result.scene, kCam, "geometry.fov"), fov, 1e-9);
     const M44d cardWorld = VexilTest::world(result.scene, "/root/world/card");

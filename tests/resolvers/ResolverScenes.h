@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CookTestSupport.h"
+#include "NearChecks.h"
 
 #include <Imath/ImathMatrixAlgo.h>
 #include <gtest/gtest.h>
@@ -11,12 +12,12 @@
 
 namespace ResolverTests {
 
+using VexilTest::constraint;
+using VexilTest::expectMatrixNear;
+using VexilTest::expectVecNear;
 using VexilTest::Json;
-
-/// A location with `attrs` and `children`.
-inline Json node(const Json& attrs, const Json& children = Json::object()) {
-    return {{"attrs", attrs}, {"children", children}};
-}
+using VexilTest::node;
+using VexilTest::triple;
 
 /// A group location with an xform.
 inline Json placed(const Json& xform, const Json& children = Json::object()) {
@@ -38,15 +39,6 @@ inline Json mesh(const std::vector<double>& points, const std::vector<int>& star
     return node(attrs, children);
 }
 
-/// A constraint description of `type` on `targets` with `args`, plus optional switches.
-inline Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                       const Json& extra = Json::object()) {
-    Json c = {{"type", type}, {"target", targets}, {"args", args}};
-    for (auto it = extra.begin(); it != extra.end(); ++it)
-        c[it.key()] = it.value();
-    return c;
-}
-
 /// Three floats, as axis arguments are written.
 inline Json axis(double x, double y, double z) {
     return VexilTest::floats({x, y, z});
@@ -57,11 +49,6 @@ inline Json rotate(double degrees, double x, double y, double z) {
     return VexilTest::doubles({degrees, x, y, z});
 }
 
-/// A three-double operation value ("translate", "scale").
-inline Json triple(double x, double y, double z) {
-    return VexilTest::doubles({x, y, z});
-}
-
 /// Cooks the children of /root/world with ConstraintResolve; the cook itself must succeed.
 inline VexilTest::CookResult cookWorld(const Json& children, float shutterOpen = 0.0f,
                                        float shutterClose = 0.0f, int numSamples = 1) {
@@ -69,6 +56,14 @@ inline VexilTest::CookResult cookWorld(const Json& children, float shutterOpen =
         VexilTest::sceneFile(children, VexilTest::resolveOps(), shutterOpen, shutterClose, numSamples));
     EXPECT_EQ(0, result.exitCode) << result.err;
     return result;
+}
+
+/// The location failed with exactly `message` (and is marked as an error location).
+inline void expectError(const VexilTest::CookResult& result, const std::string& path,
+                        const std::string& message) {
+    SCOPED_TRACE(path);
+    EXPECT_EQ("error", VexilTest::stringValue(result.scene, path, "type"));
+    EXPECT_EQ(message, VexilTest::stringValue(result.scene, path, "errorMessage"));
 }
 
 inline Imath::V3d translationOf(const Imath::M44d& m) {
@@ -91,18 +86,6 @@ inline Imath::V3d pointThrough(const Imath::V3d& p, const Imath::M44d& m) {
 /// Row `i` of the upper 3x3 as a vector.
 inline Imath::V3d row(const Imath::M44d& m, int i) {
     return Imath::V3d(m[i][0], m[i][1], m[i][2]);
-}
-
-inline void expectVecNear(const Imath::V3d& expected, const Imath::V3d& actual, double tol = 1e-9) {
-    EXPECT_NEAR(expected.x, actual.x, tol);
-    EXPECT_NEAR(expected.y, actual.y, tol);
-    EXPECT_NEAR(expected.z, actual.z, tol);
-}
-
-inline void expectMatrixNear(const Imath::M44d& expected, const Imath::M44d& actual, double tol = 1e-9) {
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j)
-            EXPECT_NEAR(expected[i][j], actual[i][j], tol) << "element [" << i << "][" << j << "]";
 }
 
 /// Scale, shear and rotation-only matrix of a transform, by Imath's decomposition.

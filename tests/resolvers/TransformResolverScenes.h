@@ -7,6 +7,7 @@
 
 namespace TransformResolverTests {
 
+using ResolverTests::expectError;
 using VexilTest::Json;
 
 /// A matrix from its three axis rows and its translation row (row vectors).
@@ -24,14 +25,6 @@ inline void expectWorld(const VexilTest::CookResult& result, const std::string& 
     const auto it = worlds.find(time);
     ASSERT_NE(it, worlds.end()) << "no world sample";
     ResolverTests::expectMatrixNear(expected, it->second, tolerance);
-}
-
-/// The location failed with exactly `message` (and is marked as an error location).
-inline void expectError(const VexilTest::CookResult& result, const std::string& path,
-                        const std::string& message) {
-    SCOPED_TRACE(path);
-    EXPECT_EQ("error", VexilTest::stringValue(result.scene, path, "type"));
-    EXPECT_EQ(message, VexilTest::stringValue(result.scene, path, "errorMessage"));
 }
 
 /// The sample times of a cooked data attribute.

@@ -1,39 +1,13 @@
 #include "CookTestSupport.h"
 
-#include <atomic>
+#include "CookRunner.h"
+
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace VexilTest {
 
 namespace {
-
-std::string readAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    return buffer.str();
-}
-
-std::string quote(const std::string& text) {
-    std::string quoted = "'";
-    for (char c : text) {
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    }
-    return quoted + "'";
-}
-
-std::string temporaryPath(const std::string& suffix) {
-    static std::atomic<int> counter{0};
-    const char* dir = std::getenv("TMPDIR");
-    return std::string(dir && *dir ? dir : "/tmp") + "/vexil-test-" + std::to_string(::getpid()) + "-" +
-           std::to_string(counter++) + suffix;
-}
 
 std::vector<double> numbers(const Json& value) {
     std::vector<double> result;
@@ -47,23 +21,46 @@ std::vector<double> numbers(const Json& value) {
     return result;
 }
 
+// The location at an absolute path ("/root/world/a"), or null when the scene has none there.
+const Json* findLocation(const Json& cooked, const std::string& path) {
+    if (!cooked.contains("scene") || path.rfind("/root", 0) != 0) {
+        return nullptr;
+    }
+    const Json* node = &cooked["scene"];
+    size_t start = 5;
+    while (start < path.size()) {
+        size_t slash = path.find('/', start + 1);
+        const std::string name =
+            path.substr(start + 1, (slash == std::string::npos ? path.size() : slash) - start - 1);
+        if (!node->contains("children") || !(*node)["children"].contains(name)) {
+            return nullptr;
+        }
+        node = &(*node)["children"][name];
+        start = slash == std::string::npos ? path.size() : slash;
+    }
+    return node;
+}
+
+// An attribute in the scene-file form: its values under the kind's key, and a tuple size other than 1.
+Json typed(const char* kind, const Json& values, int tupleSize) {
+    Json attr = {{kind, values}};
+    if (tupleSize != 1) {
+        attr["tupleSize"] = tupleSize;
+    }
+    return attr;
+}
+
 } // namespace
 
 CookResult cookFile(const std::string& path, const std::vector<std::string>& arguments) {
-    const std::string outPath = temporaryPath(".out");
-    const std::string errPath = temporaryPath(".err");
-    std::string command = quote(VEXIL_COOK_BINARY) + " --plugin-path " + quote(VEXIL_PLUGIN_DIR);
-    for (const std::string& argument : arguments) {
-        command += " " + quote(argument);
-    }
-    command += " " + quote(path) + " >" + quote(outPath) + " 2>" + quote(errPath) + " </dev/null";
-    const int status = std::system(command.c_str());
+    std::vector<std::string> all{"--plugin-path", VEXIL_PLUGIN_DIR};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    all.push_back(path);
+    RunResult run = runCook(all);
     CookResult result;
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = readAll(outPath);
-    result.err = readAll(errPath);
-    std::remove(outPath.c_str());
-    std::remove(errPath.c_str());
+    result.exitCode = run.status;
+    result.out = std::move(run.out);
+    result.err = std::move(run.err);
     result.scene = Json::parse(result.out, nullptr, false);
     if (result.scene.is_discarded()) {
         result.scene = Json();
@@ -72,14 +69,8 @@ CookResult cookFile(const std::string& path, const std::vector<std::string>& arg
 }
 
 CookResult cook(const Json& scene, const std::vector<std::string>& arguments) {
-    const std::string scenePath = temporaryPath(".json");
-    {
-        std::ofstream out(scenePath);
-        out << scene.dump(2);
-    }
-    CookResult result = cookFile(scenePath, arguments);
-    std::remove(scenePath.c_str());
-    return result;
+    const ScratchFolder folder;
+    return cookFile(folder.write("scene.json", scene.dump(2)), arguments);
 }
 
 Json sceneFile(const Json& worldChildren, const Json& ops, float shutterOpen, float shutterClose,
@@ -100,47 +91,21 @@ Json resolveOps() {
 }
 
 bool hasLocation(const Json& cooked, const std::string& path) {
-    if (!cooked.contains("scene") || path.rfind("/root", 0) != 0) {
-        return false;
-    }
-    const Json* node = &cooked["scene"];
-    size_t start = 5;
-    while (start < path.size()) {
-        size_t slash = path.find('/', start + 1);
-        const std::string name =
-            path.substr(start + 1, (slash == std::string::npos ? path.size() : slash) - start - 1);
-        if (!node->contains("children") || !(*node)["children"].contains(name)) {
-            return false;
-        }
-        node = &(*node)["children"][name];
-        start = slash == std::string::npos ? path.size() : slash;
-    }
-    return true;
+    return findLocation(cooked, path) != nullptr;
 }
 
 const Json& location(const Json& cooked, const std::string& path) {
-    if (!hasLocation(cooked, path)) {
+    const Json* node = findLocation(cooked, path);
+    if (!node) {
         throw std::runtime_error("no location " + path + " in the cooked scene");
-    }
-    const Json* node = &cooked["scene"];
-    size_t start = 5;
-    while (start < path.size()) {
-        size_t slash = path.find('/', start + 1);
-        const std::string name =
-            path.substr(start + 1, (slash == std::string::npos ? path.size() : slash) - start - 1);
-        node = &(*node)["children"][name];
-        start = slash == std::string::npos ? path.size() : slash;
     }
     return *node;
 }
 
 const Json& attribute(const Json& cooked, const std::string& path, const std::string& name) {
     static const Json null;
-    if (!hasLocation(cooked, path)) {
-        return null;
-    }
-    const Json* node = &location(cooked, path);
-    if (!node->contains("attrs")) {
+    const Json* node = findLocation(cooked, path);
+    if (!node || !node->contains("attrs")) {
         return null;
     }
     node = &(*node)["attrs"];
@@ -221,27 +186,15 @@ Imath::M44d world(const Json& cooked, const std::string& path, float time) {
 }
 
 Json doubles(const std::vector<double>& values, int tupleSize) {
-    Json attr = {{"double", values}};
-    if (tupleSize != 1) {
-        attr["tupleSize"] = tupleSize;
-    }
-    return attr;
+    return typed("double", values, tupleSize);
 }
 
 Json floats(const std::vector<double>& values, int tupleSize) {
-    Json attr = {{"float", values}};
-    if (tupleSize != 1) {
-        attr["tupleSize"] = tupleSize;
-    }
-    return attr;
+    return typed("float", values, tupleSize);
 }
 
 Json ints(const std::vector<int>& values, int tupleSize) {
-    Json attr = {{"int", values}};
-    if (tupleSize != 1) {
-        attr["tupleSize"] = tupleSize;
-    }
-    return attr;
+    return typed("int", values, tupleSize);
 }
 
 Json animatedDoubles(const std::map<std::string, std::vector<double>>& timeSamples, int tupleSize) {
@@ -249,15 +202,28 @@ Json animatedDoubles(const std::map<std::string, std::vector<double>>& timeSampl
     for (const auto& [time, values] : timeSamples) {
         byTime[time] = values;
     }
-    Json attr = {{"double", byTime}};
-    if (tupleSize != 1) {
-        attr["tupleSize"] = tupleSize;
-    }
-    return attr;
+    return typed("double", byTime, tupleSize);
 }
 
 Json translateXform(const Imath::V3d& t) {
     return {{"translate", doubles({t.x, t.y, t.z})}};
+}
+
+Json node(const Json& attrs, const Json& children) {
+    return {{"attrs", attrs}, {"children", children}};
+}
+
+Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
+                const Json& switches) {
+    Json c = {{"type", type}, {"target", targets}, {"args", args}};
+    for (auto it = switches.begin(); it != switches.end(); ++it) {
+        c[it.key()] = it.value();
+    }
+    return c;
+}
+
+Json triple(double x, double y, double z) {
+    return doubles({x, y, z});
 }
 
 double maxDifference(const Imath::M44d& a, const Imath::M44d& b) {

@@ -62,6 +62,14 @@ Json animatedDoubles(const std::map<std::string, std::vector<double>>& samples, 
 /// An xform group with a translate (and optional rotate: angle in degrees, axis).
 Json translateXform(const Imath::V3d& t);
 
+/// A location with `attrs` and `children`.
+Json node(const Json& attrs, const Json& children = Json::object());
+/// A constraint description of `type` on `targets` with `args`, plus the members of `switches`.
+Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
+                const Json& switches = Json::object());
+/// Three doubles, as "translate" and "scale" values are written.
+Json triple(double x, double y, double z);
+
 /// Largest absolute element difference.
 double maxDifference(const Imath::M44d& a, const Imath::M44d& b);
 

@@ -143,20 +143,43 @@ std::vector<Imath::V3d> getFacePoints(Qn::VexilCookInterface& cookInterface, con
     return faces.getFacePoints();
 }
 
+namespace {
+
+/// What an origin mode reads besides transforms: "origin", the common one, reads nothing.
+enum class OriginInput { None, Points, Bound };
+
+OriginInput originInput(const std::string& mode) {
+    if (mode == "faceCenterAverage" || mode == "faceBoundingBox")
+        return OriginInput::Points;
+    if (mode == "boundingBox")
+        return OriginInput::Bound;
+    return OriginInput::None;
+}
+
+void addOriginSampleTimesOf(OriginInput input, Qn::VexilCookInterface& cookInterface, const std::string& path,
+                            SampleTimes& sampleTimes) {
+    static const std::string kPoints("geometry.point.P");
+    static const std::string kBound("bound");
+    if (input == OriginInput::Points)
+        insertSampleTimes(Qn::FloatAttribute(cookInterface.getAttr(kPoints, path)), sampleTimes);
+    else if (input == OriginInput::Bound)
+        insertSampleTimes(Qn::DoubleAttribute(cookInterface.getAttr(kBound, path)), sampleTimes);
+}
+
+} // namespace
+
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
                                 const TargetPaths& targetPaths, SampleTimes& sampleTimes) {
-    for (const std::string& path : targetPaths) {
-        if (mode == "faceCenterAverage" || mode == "faceBoundingBox")
-            insertSampleTimes(Qn::FloatAttribute(cookInterface.getAttr("geometry.point.P", path)),
-                              sampleTimes);
-        else if (mode == "boundingBox")
-            insertSampleTimes(Qn::DoubleAttribute(cookInterface.getAttr("bound", path)), sampleTimes);
-    }
+    const OriginInput input = originInput(mode);
+    if (input == OriginInput::None)
+        return;
+    for (const std::string& path : targetPaths)
+        addOriginSampleTimesOf(input, cookInterface, path, sampleTimes);
 }
 
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
                                 const std::string& locationPath, SampleTimes& sampleTimes) {
-    addTargetOriginSampleTimes(mode, cookInterface, TargetPaths{locationPath}, sampleTimes);
+    addOriginSampleTimesOf(originInput(mode), cookInterface, locationPath, sampleTimes);
 }
 
 Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name) {
@@ -177,11 +200,13 @@ std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, cons
 }
 
 std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    return getRequiredStringArg(constraintGroup, resolverType, "args.targetOrigin");
+    static const std::string kName("args.targetOrigin");
+    return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
 std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    return getRequiredStringArg(constraintGroup, resolverType, "args.baseOrigin");
+    static const std::string kName("args.baseOrigin");
+    return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
 bool getAxisFlag(const Qn::GroupAttribute& constraintGroup, const std::string& name) {

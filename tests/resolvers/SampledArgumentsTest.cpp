@@ -75,3 +75,56 @@ TEST(SampledArguments, FirstFailingCheckDecidesOverSeveralSamples) {
         EXPECT_TRUE(attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null());
     }
 }
+
+TEST(SampledArguments, OrientAxisFlagsHoldAtEverySample) {
+    // The target turns about z from 0 to 90 degrees; only z follows it. At time 1 the base's local x
+    // axis points along world y, at time 0 it is unturned; the base keeps its position (1,2,3).
+    const Json target = placed({{"rotate", animatedDoubles({{"0", {0, 0, 0, 1}}, {"1", {90, 0, 0, 1}}})}});
+    const Json args = {{"targetOrientation", "object"}, {"xAxis", ints({0})}, {"yAxis", ints({0})}};
+    const Json children = {{"t", target},
+                           {"o", placed({{"translate", triple(1, 2, 3)},
+                                         {"constraint", constraint("Orient", {"/root/world/t"}, args)}})}};
+    const CookResult result = cookWorld(children);
+    EXPECT_EQ("", stringValue(result.scene, "/root/world/o", "errorMessage"));
+    const auto samples = worldSamples(result.scene, "/root/world/o");
+    ASSERT_EQ(2u, samples.size());
+    expectVecNear(V3d(1, 0, 0), row(samples.at(0.0f), 0));
+    expectVecNear(V3d(0, 1, 0), row(samples.at(1.0f), 0));
+    expectVecNear(V3d(-1, 0, 0), row(samples.at(1.0f), 1));
+    expectVecNear(V3d(1, 2, 3), translationOf(samples.at(1.0f)));
+}
+
+TEST(SampledArguments, OrientAndBillboardFailuresOverSeveralSamples) {
+    const std::string orient = "Orient Constraint Error: Orient constraint resolver: ";
+    struct Case {
+        const char* name;
+        Json constraint;
+        std::string message;
+    };
+    const std::vector<Case> cases = {
+        {"orientUnknown", constraint("Orient", {"/root/world/t"}, {{"targetOrientation", "sideways"}}),
+         orient + "unknown targetOrientation 'sideways'."},
+        {"orientNoFaceIndex", constraint("Orient", {"/root/world/t"}, {{"targetOrientation", "face"}}),
+         orient + "empty args.targetFaceIndex."},
+        // The target flattens only at time 1: the second sample fails after the arguments were read.
+        {"orientFlattensLate",
+         constraint("Orient", {"/root/world/flattens"}, {{"targetOrientation", "object"}}),
+         orient + "Imath detected zero scale in target matrix row"},
+        {"billboardNoRotateAxis",
+         constraint("Billboard", {"/root/world/t"},
+                    {{"targetOrigin", "origin"}, {"baseAimAxis", axis(0, 0, 1)}}),
+         "Billboard Constraint Error: Cannot find float attribute of size 3 args.baseRotateAxis"},
+    };
+    Json children = {
+        {"t", movingTarget(V3d(5, 0, 0), V3d(6, 0, 0))},
+        {"flattens", placed({{"scale", animatedDoubles({{"0", {1, 1, 1}}, {"1", {1, 0, 1}}})}})}};
+    for (const Case& c : cases)
+        children[c.name] = placed({{"translate", triple(1, 1, 1)}, {"constraint", c.constraint}});
+    const CookResult result = cookWorld(children);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string path = std::string("/root/world/") + c.name;
+        EXPECT_EQ(c.message, stringValue(result.scene, path, "errorMessage"));
+        EXPECT_TRUE(attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null());
+    }
+}

@@ -72,14 +72,14 @@ void insertSampleTimes(const Qn::DataAttribute& attr, SampleTimes& sampleTimes) 
 namespace {
 
 /// Adds the origin votes of one target to `sum` and their number to `count`.
-void addTargetOrigin(const std::string& mode, const XformSamples& samples,
-                     Qn::VexilCookInterface& cookInterface, const std::string& path, bool applyTransform,
-                     float sampleTime, Imath::V3d& sum, int32_t& count) {
+void addTargetOrigin(OriginMode mode, const XformSamples& samples, Qn::VexilCookInterface& cookInterface,
+                     const std::string& path, bool applyTransform, float sampleTime, Imath::V3d& sum,
+                     int32_t& count) {
     Imath::M44d matrix;
     if (applyTransform)
         matrix = transformAt(samples, sampleTime, path);
 
-    if (mode == "faceCenterAverage") {
+    if (mode == OriginMode::FaceCenterAverage) {
         // Every face centre is one vote, so a target weighs as many times as it has faces.
         std::vector<Imath::V3d> centres;
         for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance())
@@ -94,9 +94,9 @@ void addTargetOrigin(const std::string& mode, const XformSamples& samples,
     }
 
     Imath::V3d point(0.0, 0.0, 0.0); // "origin", and any mode not recognised
-    if (mode == "boundingBox")
+    if (mode == OriginMode::BoundingBox)
         point = boundingBoxCentre(cookInterface, path, sampleTime);
-    else if (mode == "faceBoundingBox")
+    else if (mode == OriginMode::FaceBoundingBox)
         point = faceBoundingBoxCentre(cookInterface, path, sampleTime);
     // Only the centre is transformed, not the box.
     if (applyTransform)
@@ -111,7 +111,31 @@ Imath::V3d average(const Imath::V3d& sum, int32_t count) {
 
 } // namespace
 
+OriginMode originModeOf(const std::string& mode) {
+    if (mode == "boundingBox")
+        return OriginMode::BoundingBox;
+    if (mode == "faceCenterAverage")
+        return OriginMode::FaceCenterAverage;
+    if (mode == "faceBoundingBox")
+        return OriginMode::FaceBoundingBox;
+    return OriginMode::Origin;
+}
+
 Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
+                               bool applyTransform, float sampleTime) {
+    return computeTargetOrigin(originModeOf(mode), targetSamples, cookInterface, targetPaths, applyTransform,
+                               sampleTime);
+}
+
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
+                               bool applyTransform, float sampleTime) {
+    return computeTargetOrigin(originModeOf(mode), targetSamples, cookInterface, targetPath, applyTransform,
+                               sampleTime);
+}
+
+Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamplesList& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                                bool applyTransform, float sampleTime) {
     Imath::V3d sum(0.0, 0.0, 0.0);
@@ -123,7 +147,7 @@ Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& 
     return average(sum, count);
 }
 
-Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
+Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamples& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
                                bool applyTransform, float sampleTime) {
     // One target, without copying its samples into a list.

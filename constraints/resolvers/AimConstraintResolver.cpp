@@ -51,11 +51,11 @@ public:
                                ResolvedCache&, OutputAttributes&) override {
         // Each argument is read where the first sample would first read it, then kept: every sample
         // reads the same values, so the first failing check of the first sample still decides.
-        std::optional<std::string> targetOrigin;
+        std::optional<OriginMode> targetOrigin;
         std::optional<AimAxes> axes;
         return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
             if (!targetOrigin)
-                targetOrigin = getTargetOriginArg(m_constraintGroup, kType);
+                targetOrigin = originModeOf(getTargetOriginArg(m_constraintGroup, kType));
 
             const Imath::M44d* base = findSample(baseSamples, sampleTime);
             if (!base)

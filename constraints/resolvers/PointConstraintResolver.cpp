@@ -19,8 +19,8 @@ const char* const kType = "Point";
 
 /// The arguments of one constraint, read once: every sample would read the same values.
 struct PointArguments {
-    std::string targetOrigin;
-    std::string baseOrigin;
+    OriginMode targetOrigin = OriginMode::Origin;
+    OriginMode baseOrigin = OriginMode::Origin;
     bool followX = true;
     bool followY = true;
     bool followZ = true;
@@ -29,8 +29,8 @@ struct PointArguments {
 /// Reads the arguments in the order a sample checks them: the target origin before the base origin.
 PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
     PointArguments args;
-    args.targetOrigin = getTargetOriginArg(constraintGroup, kType);
-    args.baseOrigin = getBaseOriginArg(constraintGroup, kType);
+    args.targetOrigin = originModeOf(getTargetOriginArg(constraintGroup, kType));
+    args.baseOrigin = originModeOf(getBaseOriginArg(constraintGroup, kType));
     args.followX = getAxisFlag(constraintGroup, "args.xAxis");
     args.followY = getAxisFlag(constraintGroup, "args.yAxis");
     args.followZ = getAxisFlag(constraintGroup, "args.zAxis");

@@ -21,6 +21,18 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     data->listed.reserve(paths.size());
     for (const std::string& path : paths) {
         data->listed.insert(path);
+        // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
+        // entry, taken from the entry without its trailing slashes.
+        std::string_view entry(path);
+        const size_t last = entry.find_last_not_of('/');
+        entry = last == std::string_view::npos ? std::string_view() : entry.substr(0, last + 1);
+        if (entry.size() > 1 && entry[0] == '/') {
+            data->ancestorsOfListed.insert(entry.substr(0, 1));
+        }
+        for (size_t slash = entry.find('/', 1); slash != std::string_view::npos;
+             slash = entry.find('/', slash + 1)) {
+            data->ancestorsOfListed.insert(entry.substr(0, slash));
+        }
     }
     return data;
 }
@@ -30,6 +42,13 @@ void ConstraintListData::destroy(void* data) {
 }
 
 bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPath) const {
+    if (locationPath.empty()) {
+        return false;
+    }
+    if (locationPath.size() == 1 || locationPath.back() != '/') {
+        return ancestorsOfListed.count(locationPath) != 0;
+    }
+    // A location written with a trailing slash: search the sorted entries.
     auto it =
         std::lower_bound(order.begin(), order.end(), locationPath,
                          [this](int32_t index, const std::string& path) { return paths[index] < path; });

@@ -26,6 +26,9 @@ struct ConstraintListData {
     /// Every listed path, viewing into `paths`: membership without a search, for the checks every
     /// constraint makes on its targets' ancestors.
     std::unordered_set<std::string_view> listed;
+    /// Every strict ancestor of a listed path (trailing slashes of entries ignored), viewing into
+    /// `paths`: the ancestor test of every location in one lookup.
+    std::unordered_set<std::string_view> ancestorsOfListed;
 
     /// Builds the data from the list attribute's sample nearest to time 0.
     static ConstraintListData* build(const Qn::StringAttribute& list);

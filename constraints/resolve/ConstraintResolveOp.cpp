@@ -10,6 +10,10 @@ namespace {
 
 const char* const kOpType = "ConstraintResolve";
 const char* const kWorldPath = "/root/world";
+const std::string kListArg("constraintList");
+const std::string kGlobalsList("globals.constraintList");
+const std::string kXform("xform");
+const std::string kBound("bound");
 
 /// Hands the children to a new instance of this op that carries `list` and its private data.
 const ConstraintListData* handOverList(Qn::VexilCookInterface& cookInterface,
@@ -29,28 +33,31 @@ void ConstraintResolveOp::cook(Qn::VexilCookInterface& cookInterface) {
     }
     const std::string locationPath = cookInterface.getOutputLocationPath();
 
-    // The list reaches "/root/world" as a scene attribute and travels further down as op argument.
-    Qn::StringAttribute list = cookInterface.getOpArg("constraintList");
-    if (!list.isValid() && locationPath == kWorldPath) {
-        list = cookInterface.getAttr("globals.constraintList");
-        cookInterface.copyAttr("info.constraintList", "globals.constraintList", true);
-        cookInterface.deleteAttr("globals.constraintList");
-    }
-
+    // Below where the list entered, the private data holds it: the op argument handed down with it
+    // is the same list, so it is neither read nor hashed again at every location.
     const auto* data = static_cast<const ConstraintListData*>(cookInterface.getPrivateData());
-    if (list.isValid() && (!data || data->listHash != list.getHash())) {
-        // The new list also governs this location: it is where the list enters the traversal.
-        data = handOverList(cookInterface, list);
+    if (!data) {
+        // The list reaches "/root/world" as a scene attribute and travels further down as op argument.
+        Qn::StringAttribute list = cookInterface.getOpArg(kListArg);
+        if (!list.isValid() && locationPath == kWorldPath) {
+            list = cookInterface.getAttr(kGlobalsList);
+            cookInterface.copyAttr("info.constraintList", kGlobalsList, true);
+            cookInterface.deleteAttr(kGlobalsList);
+        }
+        if (list.isValid()) {
+            // The new list also governs this location: it is where the list enters the traversal.
+            data = handOverList(cookInterface, list);
+        }
     }
 
     // Bounds of ancestors no longer hold once a constrained descendant moves.
     if (data && data->isStrictAncestorOfListed(locationPath)) {
-        cookInterface.deleteAttr("bound");
+        cookInterface.deleteAttr(kBound);
     }
 
-    const Qn::GroupAttribute xform = cookInterface.getAttr("xform");
+    const Qn::GroupAttribute xform = cookInterface.getAttr(kXform);
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
-        if (xform.getChildName(i).compare(0, 10, "constraint") != 0) {
+        if (xform.getChildNameView(i).substr(0, 10) != "constraint") {
             continue;
         }
         OutputAttributes results;

@@ -40,6 +40,20 @@ Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
     }
 }
 
+Qn::GroupAttribute matrixResultGroup(const std::vector<float>& times, const std::vector<double>& values) {
+    std::vector<const double*> pointers;
+    pointers.reserve(times.size());
+    for (size_t i = 0; i < times.size(); ++i) {
+        pointers.push_back(values.data() + 16 * i);
+    }
+    // No samples means no values per sample, as a matrix built from an empty sample map has.
+    const int64_t perSample = times.empty() ? 0 : 16;
+    Qn::GroupBuilder builder;
+    builder.set("matrix", Qn::DoubleAttribute(times.data(), static_cast<int64_t>(times.size()),
+                                              pointers.data(), perSample, 16));
+    return builder.build();
+}
+
 Qn::DoubleAttribute buildMultiSampledAttribute(const MatrixSamples& samples, int64_t tupleSize) {
     std::vector<float> times;
     std::vector<const double*> values;

@@ -8,6 +8,9 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <exception>
+#include <vector>
+
 namespace Vexil3Constraints {
 namespace Private {
 
@@ -59,6 +62,10 @@ Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
                                         const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
                                         ResolvedCache& resolvedCache);
 
+/// A group holding `matrix`: a double attribute of tuple size 16 with one sample per entry of `times`,
+/// whose values are the 16 doubles (row by row) at that position of `values`.
+Qn::GroupAttribute matrixResultGroup(const std::vector<float>& times, const std::vector<double>& values);
+
 /// A double attribute whose samples are the map's entries in ascending time order. Throws
 /// std::runtime_error "Error building attribute time samples are different sizes." when the value
 /// vectors differ in length.
@@ -75,6 +82,29 @@ std::vector<double> matrixValues(const Imath::M44d& m);
 
 /// The matrix of an exact sample-time key, or null when the map has none at `time`.
 const Imath::M44d* findSample(const XformSamples& samples, float time);
+
+/// Like resolveAtSampleTimes, for a compute step that reads its arguments once per constraint:
+/// `computeSample(time)` returns the matrix X at `time` (row vectors) or throws. Returns the
+/// `matrix` group, or, as soon as one sample throws a std::exception, a group holding only
+/// `errorMessage` with its text.
+template <typename Compute>
+Qn::GroupAttribute resolveMatricesAtSampleTimes(const Qn::GroupAttribute& constraintGroup,
+                                                const SampleTimes& sampleTimes, Compute&& computeSample) {
+    try {
+        std::vector<float> times;
+        std::vector<double> values;
+        times.reserve(sampleTimes.size());
+        values.reserve(16 * sampleTimes.size());
+        for (float time : sampleTimes) {
+            const Imath::M44d matrix = computeSample(time);
+            times.push_back(time);
+            values.insert(values.end(), matrix.getValue(), matrix.getValue() + 16);
+        }
+        return matrixResultGroup(times, values);
+    } catch (const std::exception& e) {
+        return errorGroup(constraintErrorText(constraintGroup, e.what()));
+    }
+}
 
 /// Convenience for resolvers whose `resolve` is the driver over their own compute step.
 template <ComputeSampleFn Compute> class DrivenConstraintResolver : public ConstraintResolver {

@@ -47,7 +47,11 @@ bool isConstraintName(const std::string& name) {
     return name.compare(0, 10, "constraint") == 0;
 }
 
-int readSwitch(const Qn::GroupAttribute& group, const char* name, int defaultValue) {
+const std::string kAllowMissingTargets("allowMissingTargets");
+const std::string kRequireTargetBounds("requireTargetBounds");
+const std::string kRespectMotionBlur("respectMotionBlur");
+
+int readSwitch(const Qn::GroupAttribute& group, const std::string& name, int defaultValue) {
     return Qn::IntAttribute(group.getChildByName(name)).getValue(defaultValue, false);
 }
 
@@ -122,6 +126,9 @@ public:
     /// overridden by `partialXform` unless that is null.
     Qn::GroupAttribute overridesFor(const std::string& path, const std::string& basePath,
                                     const Qn::GroupAttribute& partialXform) const {
+        if (!partialXform.isValid() && m_resolved.empty()) {
+            return Qn::GroupAttribute(); // the usual case: the host's own view of every location
+        }
         // Most queries need no override at all: the builder is made only for the first one.
         std::optional<Qn::GroupBuilder> builder;
         auto add = [&](std::string_view location, const Qn::Attribute& xform) {
@@ -305,8 +312,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         if (written.empty()) {
             throw std::runtime_error("No constraint targets given.");
         }
-        const bool allowMissingTargets = readSwitch(group, "allowMissingTargets", 0) != 0;
-        const bool requireTargetBounds = readSwitch(group, "requireTargetBounds", 0) != 0;
+        const bool allowMissingTargets = readSwitch(group, kAllowMissingTargets, 0) != 0;
+        const bool requireTargetBounds = readSwitch(group, kRequireTargetBounds, 0) != 0;
         TargetPaths targets;
         for (const std::string& target : written) {
             const std::string targetPath = resolveTargetPath(path, target);
@@ -352,7 +359,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
         sampleTimes.insert(targetTimes.begin(), targetTimes.end());
     }
     resolver->addTimeSamples(m_cookInterface, path, targets, frame, sampleTimes);
-    mergeSampleTimes(sampleTimes, readSwitch(resolver->constraintGroup(), "respectMotionBlur", 1) != 0);
+    mergeSampleTimes(sampleTimes, readSwitch(resolver->constraintGroup(), kRespectMotionBlur, 1) != 0);
 
     const XformSamples baseSamples = frame.getWorldXform(m_cookInterface, path, sampleTimes);
     XformSamplesList targetSamples;
@@ -440,6 +447,10 @@ void resolveLocationConstraints(Qn::VexilCookInterface& cookInterface, const std
                                 OutputAttributes& outputAttributes) {
     ResolveSession session(cookInterface, constraintList);
     ResolvedLocation resolved = session.resolveTop(locationPath, xform);
+    if (outputAttributes.empty()) {
+        outputAttributes.swap(resolved.attributes);
+        return;
+    }
     for (auto& [name, attribute] : resolved.attributes) {
         outputAttributes[name] = std::move(attribute);
     }

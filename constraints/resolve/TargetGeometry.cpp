@@ -72,14 +72,14 @@ void insertSampleTimes(const Qn::DataAttribute& attr, SampleTimes& sampleTimes) 
 namespace {
 
 /// Adds the origin votes of one target to `sum` and their number to `count`.
-void addTargetOrigin(const std::string& mode, const XformSamples& samples,
-                     Qn::VexilCookInterface& cookInterface, const std::string& path, bool applyTransform,
-                     float sampleTime, Imath::V3d& sum, int32_t& count) {
+void addTargetOrigin(OriginMode mode, const XformSamples& samples, Qn::VexilCookInterface& cookInterface,
+                     const std::string& path, bool applyTransform, float sampleTime, Imath::V3d& sum,
+                     int32_t& count) {
     Imath::M44d matrix;
     if (applyTransform)
         matrix = transformAt(samples, sampleTime, path);
 
-    if (mode == "faceCenterAverage") {
+    if (mode == OriginMode::FaceCenterAverage) {
         // Every face centre is one vote, so a target weighs as many times as it has faces.
         std::vector<Imath::V3d> centres;
         for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance())
@@ -94,9 +94,9 @@ void addTargetOrigin(const std::string& mode, const XformSamples& samples,
     }
 
     Imath::V3d point(0.0, 0.0, 0.0); // "origin", and any mode not recognised
-    if (mode == "boundingBox")
+    if (mode == OriginMode::BoundingBox)
         point = boundingBoxCentre(cookInterface, path, sampleTime);
-    else if (mode == "faceBoundingBox")
+    else if (mode == OriginMode::FaceBoundingBox)
         point = faceBoundingBoxCentre(cookInterface, path, sampleTime);
     // Only the centre is transformed, not the box.
     if (applyTransform)
@@ -111,7 +111,31 @@ Imath::V3d average(const Imath::V3d& sum, int32_t count) {
 
 } // namespace
 
+OriginMode originModeOf(const std::string& mode) {
+    if (mode == "boundingBox")
+        return OriginMode::BoundingBox;
+    if (mode == "faceCenterAverage")
+        return OriginMode::FaceCenterAverage;
+    if (mode == "faceBoundingBox")
+        return OriginMode::FaceBoundingBox;
+    return OriginMode::Origin;
+}
+
 Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
+                               bool applyTransform, float sampleTime) {
+    return computeTargetOrigin(originModeOf(mode), targetSamples, cookInterface, targetPaths, applyTransform,
+                               sampleTime);
+}
+
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
+                               bool applyTransform, float sampleTime) {
+    return computeTargetOrigin(originModeOf(mode), targetSamples, cookInterface, targetPath, applyTransform,
+                               sampleTime);
+}
+
+Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamplesList& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                                bool applyTransform, float sampleTime) {
     Imath::V3d sum(0.0, 0.0, 0.0);
@@ -123,7 +147,7 @@ Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& 
     return average(sum, count);
 }
 
-Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
+Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamples& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
                                bool applyTransform, float sampleTime) {
     // One target, without copying its samples into a list.
@@ -143,20 +167,43 @@ std::vector<Imath::V3d> getFacePoints(Qn::VexilCookInterface& cookInterface, con
     return faces.getFacePoints();
 }
 
+namespace {
+
+/// What an origin mode reads besides transforms: "origin", the common one, reads nothing.
+enum class OriginInput { None, Points, Bound };
+
+OriginInput originInput(const std::string& mode) {
+    if (mode == "faceCenterAverage" || mode == "faceBoundingBox")
+        return OriginInput::Points;
+    if (mode == "boundingBox")
+        return OriginInput::Bound;
+    return OriginInput::None;
+}
+
+void addOriginSampleTimesOf(OriginInput input, Qn::VexilCookInterface& cookInterface, const std::string& path,
+                            SampleTimes& sampleTimes) {
+    static const std::string kPoints("geometry.point.P");
+    static const std::string kBound("bound");
+    if (input == OriginInput::Points)
+        insertSampleTimes(Qn::FloatAttribute(cookInterface.getAttr(kPoints, path)), sampleTimes);
+    else if (input == OriginInput::Bound)
+        insertSampleTimes(Qn::DoubleAttribute(cookInterface.getAttr(kBound, path)), sampleTimes);
+}
+
+} // namespace
+
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
                                 const TargetPaths& targetPaths, SampleTimes& sampleTimes) {
-    for (const std::string& path : targetPaths) {
-        if (mode == "faceCenterAverage" || mode == "faceBoundingBox")
-            insertSampleTimes(Qn::FloatAttribute(cookInterface.getAttr("geometry.point.P", path)),
-                              sampleTimes);
-        else if (mode == "boundingBox")
-            insertSampleTimes(Qn::DoubleAttribute(cookInterface.getAttr("bound", path)), sampleTimes);
-    }
+    const OriginInput input = originInput(mode);
+    if (input == OriginInput::None)
+        return;
+    for (const std::string& path : targetPaths)
+        addOriginSampleTimesOf(input, cookInterface, path, sampleTimes);
 }
 
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
                                 const std::string& locationPath, SampleTimes& sampleTimes) {
-    addTargetOriginSampleTimes(mode, cookInterface, TargetPaths{locationPath}, sampleTimes);
+    addOriginSampleTimesOf(originInput(mode), cookInterface, locationPath, sampleTimes);
 }
 
 Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name) {
@@ -177,11 +224,13 @@ std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, cons
 }
 
 std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    return getRequiredStringArg(constraintGroup, resolverType, "args.targetOrigin");
+    static const std::string kName("args.targetOrigin");
+    return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
 std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    return getRequiredStringArg(constraintGroup, resolverType, "args.baseOrigin");
+    static const std::string kName("args.baseOrigin");
+    return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
 bool getAxisFlag(const Qn::GroupAttribute& constraintGroup, const std::string& name) {

@@ -14,16 +14,32 @@
 namespace Vexil3Constraints {
 namespace Private {
 
-/// The average origin of `targetPaths` at `sampleTime` for origin `mode` ("origin", "boundingBox",
-/// "faceCenterAverage", "faceBoundingBox"; anything else counts as "origin"): in world space when
+/// The origin modes: what point of a target stands for it.
+enum class OriginMode { Origin, BoundingBox, FaceCenterAverage, FaceBoundingBox };
+
+/// The mode named `mode` ("origin", "boundingBox", "faceCenterAverage", "faceBoundingBox"); any
+/// other name counts as "origin".
+OriginMode originModeOf(const std::string& mode);
+
+/// The average origin of `targetPaths` at `sampleTime` for origin `mode`: in world space when
 /// `applyTransform` is set (each target's matrix at exactly `sampleTime` taken from `targetSamples`,
 /// one map per path), otherwise in the targets' local space. (0,0,0) for an empty path list.
 /// Throws std::runtime_error with a fixed message when a transform, bound or face is unusable.
-Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
+Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamplesList& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                                bool applyTransform, float sampleTime);
 
 /// The single-target form of computeTargetOrigin (used for the base location).
+Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamples& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
+                               bool applyTransform, float sampleTime);
+
+/// computeTargetOrigin with the mode given by name (see originModeOf).
+Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& targetSamples,
+                               Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
+                               bool applyTransform, float sampleTime);
+
+/// The single-target form of computeTargetOrigin with the mode given by name.
 Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
                                bool applyTransform, float sampleTime);

@@ -7,6 +7,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <optional>
 #include <stdexcept>
 
 namespace Vexil3Constraints {
@@ -16,45 +17,65 @@ namespace {
 
 const char* const kType = "Aim";
 
-void computeAimSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                      const XformSamples& baseSamples, const std::string&,
-                      const XformSamplesList& targetSamples, const TargetPaths& targetPaths, ResolvedCache&,
-                      float sampleTime, MatrixSamples& samplesOut) {
-    const std::string targetOrigin = getTargetOriginArg(constraintGroup, kType);
+/// The axes of one constraint, read once they are first needed.
+struct AimAxes {
+    Imath::V3d aimAxis;
+    Imath::V3d upAxis;
+    Imath::V3d targetUpAxis;
+};
 
-    const Imath::M44d* base = findSample(baseSamples, sampleTime);
-    if (!base)
-        throw std::runtime_error("Aim constraint resolver: incorrect time samples for base xform");
-    if (targetPaths.size() != targetSamples.size())
-        throw std::runtime_error(
-            "Aim constraint internal error: targetLocationPaths.size() != targetXformVector.size().");
-
-    Imath::V3d targetPoint;
-    try {
-        targetPoint =
-            computeTargetOrigin(targetOrigin, targetSamples, cookInterface, targetPaths, true, sampleTime);
-    } catch (const std::exception& e) {
-        throw std::runtime_error(std::string("Aim constraint resolver target: ") + e.what());
-    }
-
-    // The zero checks of the base axes come before the target up axis is read.
-    const Imath::V3d aimAxis = getFloat3Attr(constraintGroup, "args.baseAimAxis");
-    const Imath::V3d upAxis = getFloat3Attr(constraintGroup, "args.baseUpAxis");
-    checkAimAndUpAxes(aimAxis, upAxis);
-    const Imath::V3d targetUpAxis = getFloat3Attr(constraintGroup, "args.targetUpAxis");
-
-    samplesOut[sampleTime] =
-        matrixValues(aimConstraintMatrix(*base, targetPoint, aimAxis, upAxis, targetUpAxis));
+/// Reads and checks the axes in the order a sample does: the zero checks of the base axes come before
+/// the target up axis is read.
+AimAxes readAimAxes(const Qn::GroupAttribute& constraintGroup) {
+    AimAxes axes;
+    axes.aimAxis = getFloat3Attr(constraintGroup, "args.baseAimAxis");
+    axes.upAxis = getFloat3Attr(constraintGroup, "args.baseUpAxis");
+    checkAimAndUpAxes(axes.aimAxis, axes.upAxis);
+    axes.targetUpAxis = getFloat3Attr(constraintGroup, "args.targetUpAxis");
+    return axes;
 }
 
-class AimConstraintResolver : public DrivenConstraintResolver<&computeAimSample> {
+class AimConstraintResolver : public ConstraintResolver {
 public:
-    using DrivenConstraintResolver::DrivenConstraintResolver;
+    using ConstraintResolver::ConstraintResolver;
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
         addTargetOriginSampleTimes(getTargetOriginArg(m_constraintGroup, kType), cookInterface, targetPaths,
                                    sampleTimes);
+    }
+
+    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
+                               const XformSamples& baseSamples, const std::string&,
+                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                               ResolvedCache&, OutputAttributes&) override {
+        // Each argument is read where the first sample would first read it, then kept: every sample
+        // reads the same values, so the first failing check of the first sample still decides.
+        std::optional<OriginMode> targetOrigin;
+        std::optional<AimAxes> axes;
+        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
+            if (!targetOrigin)
+                targetOrigin = originModeOf(getTargetOriginArg(m_constraintGroup, kType));
+
+            const Imath::M44d* base = findSample(baseSamples, sampleTime);
+            if (!base)
+                throw std::runtime_error("Aim constraint resolver: incorrect time samples for base xform");
+            if (targetPaths.size() != targetSamples.size())
+                throw std::runtime_error(
+                    "Aim constraint internal error: targetLocationPaths.size() != targetXformVector.size().");
+
+            Imath::V3d targetPoint;
+            try {
+                targetPoint = computeTargetOrigin(*targetOrigin, targetSamples, cookInterface, targetPaths,
+                                                  true, sampleTime);
+            } catch (const std::exception& e) {
+                throw std::runtime_error(std::string("Aim constraint resolver target: ") + e.what());
+            }
+
+            if (!axes)
+                axes = readAimAxes(m_constraintGroup);
+            return aimConstraintMatrix(*base, targetPoint, axes->aimAxis, axes->upAxis, axes->targetUpAxis);
+        });
     }
 };
 

@@ -8,6 +8,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <optional>
 #include <stdexcept>
 
 namespace Vexil3Constraints {
@@ -30,20 +31,23 @@ Imath::V3d localTargetPoint(Qn::VexilCookInterface& cookInterface, const std::st
     return (box.min + box.max) * 0.5;
 }
 
-void computeBillboardSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                            const XformSamples& baseSamples, const std::string&,
-                            const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                            ResolvedCache&, float sampleTime, MatrixSamples& samplesOut) {
-    const std::string mode = getTargetOriginArg(constraintGroup, kType);
-    const Imath::M44d* base = findSample(baseSamples, sampleTime);
-    if (!base) {
-        throw std::runtime_error("Billboard constraint resolver: incorrect time samples for base xform");
-    }
-    if (targetPaths.size() != targetSamples.size()) {
-        throw std::runtime_error(
-            "Billboard constraint internal error: targetLocationPaths.size() != targetXformVector.size().");
-    }
+/// The two axes of one constraint, read once the first sample needs them.
+struct BillboardAxes {
+    Imath::V3d aimAxis;
+    Imath::V3d rotateAxis;
+};
 
+/// Reads the axes in the order a sample does: the aim axis first.
+BillboardAxes readBillboardAxes(const Qn::GroupAttribute& constraintGroup) {
+    BillboardAxes axes;
+    axes.aimAxis = getFloat3Attr(constraintGroup, "args.baseAimAxis");
+    axes.rotateAxis = getFloat3Attr(constraintGroup, "args.baseRotateAxis");
+    return axes;
+}
+
+Imath::V3d averageTargetPoint(Qn::VexilCookInterface& cookInterface, const std::string& mode,
+                              const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                              float sampleTime) {
     Imath::V3d sum(0.0, 0.0, 0.0);
     for (size_t i = 0; i < targetPaths.size(); ++i) {
         const Imath::V3d local = localTargetPoint(cookInterface, mode, targetPaths[i], sampleTime);
@@ -54,17 +58,13 @@ void computeBillboardSample(const Qn::GroupAttribute& constraintGroup, Qn::Vexil
         }
         sum += transformAffinePoint(local, *target);
     }
-    const Imath::V3d targetPoint = sum / static_cast<double>(targetPaths.size());
-
-    const Imath::V3d aimAxis = getFloat3Attr(constraintGroup, "args.baseAimAxis");
-    const Imath::V3d rotateAxis = getFloat3Attr(constraintGroup, "args.baseRotateAxis");
-    samplesOut[sampleTime] = matrixValues(billboardConstraintMatrix(*base, aimAxis, rotateAxis, targetPoint));
+    return sum / static_cast<double>(targetPaths.size());
 }
 
 /// Adds the sample times of the targets' animated bounds when the origin is "boundingBox".
-class BillboardConstraintResolver : public DrivenConstraintResolver<&computeBillboardSample> {
+class BillboardConstraintResolver : public ConstraintResolver {
 public:
-    using DrivenConstraintResolver::DrivenConstraintResolver;
+    using ConstraintResolver::ConstraintResolver;
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
@@ -72,6 +72,35 @@ public:
         if (mode == kBoundingBox) {
             addTargetOriginSampleTimes(mode, cookInterface, targetPaths, sampleTimes);
         }
+    }
+
+    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
+                               const XformSamples& baseSamples, const std::string&,
+                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                               ResolvedCache&, OutputAttributes&) override {
+        // Each argument is read where the first sample would first read it, then kept for the others.
+        std::optional<std::string> mode;
+        std::optional<BillboardAxes> axes;
+        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
+            if (!mode) {
+                mode = getTargetOriginArg(m_constraintGroup, kType);
+            }
+            const Imath::M44d* base = findSample(baseSamples, sampleTime);
+            if (!base) {
+                throw std::runtime_error(
+                    "Billboard constraint resolver: incorrect time samples for base xform");
+            }
+            if (targetPaths.size() != targetSamples.size()) {
+                throw std::runtime_error("Billboard constraint internal error: targetLocationPaths.size() != "
+                                         "targetXformVector.size().");
+            }
+            const Imath::V3d targetPoint =
+                averageTargetPoint(cookInterface, *mode, targetSamples, targetPaths, sampleTime);
+            if (!axes) {
+                axes = readBillboardAxes(m_constraintGroup);
+            }
+            return billboardConstraintMatrix(*base, axes->aimAxis, axes->rotateAxis, targetPoint);
+        });
     }
 };
 

@@ -8,6 +8,8 @@
 #include <Imath/ImathMatrixAlgo.h>
 #include <boost/make_shared.hpp>
 
+#include <array>
+#include <optional>
 #include <stdexcept>
 
 namespace Vexil3Constraints {
@@ -17,14 +19,17 @@ namespace {
 
 const char* const kOrientationArg = "args.targetOrientation";
 
-// The XYZ Euler angles (radians) of the frame of face `faceIndex` of `targetPath`, in its local space.
-Imath::V3d faceAngles(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                      const std::string& targetPath, float sampleTime) {
+// The face index argument; throws when it is missing or holds no value.
+int32_t readFaceIndex(const Qn::GroupAttribute& constraintGroup) {
     const Qn::IntAttribute faceIndexAttr(constraintGroup.getChildByName("args.targetFaceIndex"));
     if (!faceIndexAttr.isValid())
         throw std::runtime_error("Orient constraint resolver: empty args.targetFaceIndex.");
-    const int32_t faceIndex = faceIndexAttr.getValue();
+    return faceIndexAttr.getValue();
+}
 
+// The XYZ Euler angles (radians) of the frame of face `faceIndex` of `targetPath`, in its local space.
+Imath::V3d faceAngles(int32_t faceIndex, Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
+                      float sampleTime) {
     std::vector<Imath::V3d> points;
     try {
         points = getFacePoints(cookInterface, targetPath, faceIndex, sampleTime);
@@ -39,10 +44,27 @@ Imath::V3d faceAngles(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookIn
     return angles;
 }
 
-void computeOrientSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                         const XformSamples& baseSamples, const std::string&,
-                         const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                         ResolvedCache&, float sampleTime, MatrixSamples& samplesOut) {
+// The target orientation argument; throws when it is missing or empty.
+std::string readOrientation(const Qn::GroupAttribute& constraintGroup) {
+    std::string orientation =
+        Qn::StringAttribute(constraintGroup.getChildByName(kOrientationArg)).getValue(std::string(), false);
+    if (orientation.empty())
+        throw std::runtime_error("Orient constraint resolver: empty args.targetOrientation.");
+    return orientation;
+}
+
+/// The arguments of one constraint, each read where the first sample would first read it and kept
+/// for the others: every sample reads the same values, so the first failing check still decides.
+struct OrientArguments {
+    std::optional<std::string> orientation;
+    std::optional<int32_t> faceIndex;
+    std::optional<std::array<bool, 3>> axes;
+};
+
+Imath::M44d computeOrientSample(const Qn::GroupAttribute& constraintGroup, OrientArguments& args,
+                                Qn::VexilCookInterface& cookInterface, const XformSamples& baseSamples,
+                                const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                                float sampleTime) {
     const Imath::M44d* base = findSample(baseSamples, sampleTime);
     if (!base)
         throw std::runtime_error("Orient constraint resolver: incorrect time samples for base xform");
@@ -57,10 +79,9 @@ void computeOrientSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCoo
     if (!baseParts)
         throw std::runtime_error("Orient constraint resolver: Imath detected zero scale in base matrix row");
 
-    const std::string orientation =
-        Qn::StringAttribute(constraintGroup.getChildByName(kOrientationArg)).getValue(std::string(), false);
-    if (orientation.empty())
-        throw std::runtime_error("Orient constraint resolver: empty args.targetOrientation.");
+    if (!args.orientation)
+        args.orientation = readOrientation(constraintGroup);
+    const std::string& orientation = *args.orientation;
 
     Imath::V3d targetAngles;
     if (orientation == "object") {
@@ -72,21 +93,27 @@ void computeOrientSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCoo
     } else if (orientation == "face") {
         // The face frame is in the target's local space and is deliberately not multiplied by its
         // world transform.
-        targetAngles = faceAngles(constraintGroup, cookInterface, targetPaths.front(), sampleTime);
+        if (!args.faceIndex)
+            args.faceIndex = readFaceIndex(constraintGroup);
+        targetAngles = faceAngles(*args.faceIndex, cookInterface, targetPaths.front(), sampleTime);
     } else {
         throw std::runtime_error("Orient constraint resolver: unknown targetOrientation '" + orientation +
                                  "'.");
     }
 
-    const Imath::V3d angles = mixEulerAngles(
-        baseParts->rotation, normalizeEulerAngles(targetAngles), getAxisFlag(constraintGroup, "args.xAxis"),
-        getAxisFlag(constraintGroup, "args.yAxis"), getAxisFlag(constraintGroup, "args.zAxis"));
-    samplesOut[sampleTime] = matrixValues(orientConstraintMatrix(*base, *baseParts, angles));
+    if (!args.axes)
+        args.axes = std::array<bool, 3>{getAxisFlag(constraintGroup, "args.xAxis"),
+                                        getAxisFlag(constraintGroup, "args.yAxis"),
+                                        getAxisFlag(constraintGroup, "args.zAxis")};
+    const std::array<bool, 3>& axes = *args.axes;
+    const Imath::V3d angles =
+        mixEulerAngles(baseParts->rotation, normalizeEulerAngles(targetAngles), axes[0], axes[1], axes[2]);
+    return orientConstraintMatrix(*base, *baseParts, angles);
 }
 
-class OrientConstraintResolver : public DrivenConstraintResolver<&computeOrientSample> {
+class OrientConstraintResolver : public ConstraintResolver {
 public:
-    using DrivenConstraintResolver::DrivenConstraintResolver;
+    using ConstraintResolver::ConstraintResolver;
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
@@ -95,6 +122,17 @@ public:
         // A face frame moves with the target's points, exactly as a face origin mode does.
         if (orientation == "face")
             addTargetOriginSampleTimes("faceCenterAverage", cookInterface, targetPaths, sampleTimes);
+    }
+
+    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
+                               const XformSamples& baseSamples, const std::string&,
+                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                               ResolvedCache&, OutputAttributes&) override {
+        OrientArguments args;
+        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
+            return computeOrientSample(m_constraintGroup, args, cookInterface, baseSamples, targetSamples,
+                                       targetPaths, sampleTime);
+        });
     }
 };
 

@@ -7,6 +7,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <optional>
 #include <stdexcept>
 
 namespace Vexil3Constraints {
@@ -16,13 +17,30 @@ namespace {
 
 const char* const kType = "Point";
 
-void computePointSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                        const XformSamples& baseSamples, const std::string& baseLocation,
-                        const XformSamplesList& targetSamples, const TargetPaths& targetPaths, ResolvedCache&,
-                        float sampleTime, MatrixSamples& samplesOut) {
-    const std::string targetOrigin = getTargetOriginArg(constraintGroup, kType);
-    const std::string baseOrigin = getBaseOriginArg(constraintGroup, kType);
+/// The arguments of one constraint, read once: every sample would read the same values.
+struct PointArguments {
+    OriginMode targetOrigin = OriginMode::Origin;
+    OriginMode baseOrigin = OriginMode::Origin;
+    bool followX = true;
+    bool followY = true;
+    bool followZ = true;
+};
 
+/// Reads the arguments in the order a sample checks them: the target origin before the base origin.
+PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
+    PointArguments args;
+    args.targetOrigin = originModeOf(getTargetOriginArg(constraintGroup, kType));
+    args.baseOrigin = originModeOf(getBaseOriginArg(constraintGroup, kType));
+    args.followX = getAxisFlag(constraintGroup, "args.xAxis");
+    args.followY = getAxisFlag(constraintGroup, "args.yAxis");
+    args.followZ = getAxisFlag(constraintGroup, "args.zAxis");
+    return args;
+}
+
+Imath::M44d computePointSample(const PointArguments& args, Qn::VexilCookInterface& cookInterface,
+                               const XformSamples& baseSamples, const std::string& baseLocation,
+                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                               float sampleTime) {
     const Imath::M44d* base = findSample(baseSamples, sampleTime);
     if (!base)
         throw std::runtime_error("Point constraint resolver: incorrect time samples for base xform");
@@ -31,28 +49,24 @@ void computePointSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCook
     Imath::V3d baseOriginPoint;
     try {
         baseOriginPoint =
-            computeTargetOrigin(baseOrigin, baseSamples, cookInterface, baseLocation, false, sampleTime);
+            computeTargetOrigin(args.baseOrigin, baseSamples, cookInterface, baseLocation, false, sampleTime);
     } catch (const std::exception& e) {
         throw std::runtime_error(std::string("Point constraint resolver base: ") + e.what());
     }
     Imath::V3d targetPoint;
     try {
-        targetPoint =
-            computeTargetOrigin(targetOrigin, targetSamples, cookInterface, targetPaths, true, sampleTime);
+        targetPoint = computeTargetOrigin(args.targetOrigin, targetSamples, cookInterface, targetPaths, true,
+                                          sampleTime);
     } catch (const std::exception& e) {
         throw std::runtime_error(std::string("Point constraint resolver target: ") + e.what());
     }
-
-    const bool followX = getAxisFlag(constraintGroup, "args.xAxis");
-    const bool followY = getAxisFlag(constraintGroup, "args.yAxis");
-    const bool followZ = getAxisFlag(constraintGroup, "args.zAxis");
-    samplesOut[sampleTime] =
-        matrixValues(pointConstraintMatrix(*base, baseOriginPoint, targetPoint, followX, followY, followZ));
+    return pointConstraintMatrix(*base, baseOriginPoint, targetPoint, args.followX, args.followY,
+                                 args.followZ);
 }
 
-class PointConstraintResolver : public DrivenConstraintResolver<&computePointSample> {
+class PointConstraintResolver : public ConstraintResolver {
 public:
-    using DrivenConstraintResolver::DrivenConstraintResolver;
+    using ConstraintResolver::ConstraintResolver;
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
@@ -60,6 +74,20 @@ public:
         const std::string targetOrigin = getTargetOriginArg(m_constraintGroup, kType);
         addTargetOriginSampleTimes(baseOrigin, cookInterface, locationPath, sampleTimes);
         addTargetOriginSampleTimes(targetOrigin, cookInterface, targetPaths, sampleTimes);
+    }
+
+    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
+                               const XformSamples& baseSamples, const std::string& baseLocation,
+                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
+                               ResolvedCache&, OutputAttributes&) override {
+        // Read at the first sample, where an argument error would first show, and kept for the rest.
+        std::optional<PointArguments> args;
+        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
+            if (!args)
+                args = readPointArguments(m_constraintGroup);
+            return computePointSample(*args, cookInterface, baseSamples, baseLocation, targetSamples,
+                                      targetPaths, sampleTime);
+        });
     }
 };
 

@@ -14,11 +14,19 @@ std::string GroupAttribute::getChildName(int64_t index) const {
     return name ? std::string(name, static_cast<size_t>(length)) : std::string();
 }
 
+std::string_view GroupAttribute::getChildNameView(int64_t index) const {
+    if (!m_handle)
+        return std::string_view();
+    int32_t length = 0;
+    const char* name = suite()->getChildName(m_handle, index, &length);
+    return name ? std::string_view(name, static_cast<size_t>(length)) : std::string_view();
+}
+
 Attribute GroupAttribute::getChildByIndex(int64_t index) const {
     return m_handle ? Attribute::adopt(suite()->getChildByIndex(m_handle, index)) : Attribute();
 }
 
-Attribute GroupAttribute::getChildByName(const std::string& name) const {
+Attribute GroupAttribute::getChildByName(std::string_view name) const {
     if (!m_handle)
         return Attribute();
     return Attribute::adopt(

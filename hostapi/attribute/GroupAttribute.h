@@ -4,6 +4,7 @@
 #include "Attribute.h"
 
 #include <string>
+#include <string_view>
 
 namespace Qn {
 
@@ -19,9 +20,11 @@ public:
     int64_t getNumberOfChildren() const;
     /// Empty when out of range.
     std::string getChildName(int64_t index) const;
+    /// The name of child `index` without a copy: valid while this group lives; empty when out of range.
+    std::string_view getChildNameView(int64_t index) const;
     Attribute getChildByIndex(int64_t index) const;
     /// Looks a child up by name; a dotted name ("args.targetOrigin") reaches into nested groups.
-    Attribute getChildByName(const std::string& name) const;
+    Attribute getChildByName(std::string_view name) const;
 };
 
 /// Collects named children and builds a GroupAttribute. Not copyable.

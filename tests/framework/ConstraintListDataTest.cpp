@@ -47,3 +47,36 @@ TEST(ConstraintListData, EmptyListHoldsNothing) {
 }
 
 } // namespace
+
+TEST(ConstraintListData, StrictAncestorsOfListedEntries) {
+    // Entries with a trailing slash, a doubled slash, a relative path, a bare "/" and names that are
+    // prefixes of their siblings.
+    const auto list = listOf({"/root/world/geo/a", "/root/world/cams/c1/", "/root/world/x//y", "rel/path",
+                              "/", "/root/world/geo-b"});
+    const struct {
+        const char* location;
+        bool expected;
+    } cases[] = {
+        {"/", true},
+        {"/root", true},
+        {"/root/world", true},
+        {"/root/world/geo", true},
+        {"/root/world/geo/a", false}, // listed itself, nothing below it
+        {"/root/world/ge", false},    // a prefix of a name, not an ancestor
+        {"/root/world/geo-b", false},
+        {"/root/world/cams/c1", false}, // the entry's trailing slash is ignored
+        {"/root/world/cams", true},
+        {"/root/world/x", true},
+        {"/root/world/x/", true}, // written with a trailing slash, as the entry goes on with "/y"
+        {"/root/world/x//y", false},
+        {"rel", true},
+        {"/rel", false},
+        {"/root/world/geo/", true},
+        {"/root/world/geo/a/", false},
+        {"", false},
+        {"/other", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(list->isStrictAncestorOfListed(c.location), c.expected) << c.location;
+    }
+}

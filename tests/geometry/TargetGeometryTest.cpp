@@ -440,3 +440,23 @@ TEST_F(TargetGeometryTest, ArgumentReaders) {
     EXPECT_TRUE(getAxisFlag(group, "args.emptyAxis"));
     EXPECT_TRUE(getAxisFlag(group, "args.missing"));
 }
+
+TEST(OriginModes, NamesAreMatchedExactlyAndAnythingElseIsTheOrigin) {
+    const struct {
+        const char* name;
+        OriginMode mode;
+    } cases[] = {
+        {"origin", OriginMode::Origin},
+        {"boundingBox", OriginMode::BoundingBox},
+        {"faceCenterAverage", OriginMode::FaceCenterAverage},
+        {"faceBoundingBox", OriginMode::FaceBoundingBox},
+        {"BoundingBox", OriginMode::Origin},
+        {"boundingbox", OriginMode::Origin},
+        {"faceCenter", OriginMode::Origin},
+        {"object", OriginMode::Origin},
+        {"", OriginMode::Origin},
+        {"boundingBox ", OriginMode::Origin},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(static_cast<int>(c.mode), static_cast<int>(originModeOf(c.name))) << '"' << c.name << '"';
+}

@@ -20,15 +20,18 @@ const XFormUtilHostSuite& xformUtil() {
     return *g_xformUtilSuite;
 }
 
+/// `what` names the answer in an error ("world transform of " + `path` when `path` is given); the
+/// text is made only on error.
 std::vector<Imath::M44d> matricesAtTimes(const DoubleAttribute& matrices, const std::vector<float>& times,
-                                         const std::string& what) {
+                                         const char* what, const std::string* path = nullptr) {
     std::vector<Imath::M44d> result;
     result.reserve(times.size());
     for (float time : times) {
         const SampleView<double> values = matrices.getNearestSample(time);
         if (values.size != 16) {
-            throw std::runtime_error("The host's " + what + " has " + std::to_string(values.size) +
-                                     " values at time " + std::to_string(time) + " instead of 16.");
+            throw std::runtime_error("The host's " + std::string(what) + (path ? *path : std::string()) +
+                                     " has " + std::to_string(values.size) + " values at time " +
+                                     std::to_string(time) + " instead of 16.");
         }
         Imath::M44d m;
         for (int i = 0; i < 16; ++i) {
@@ -97,7 +100,7 @@ std::vector<Imath::M44d> getWorldXformAtTimes(const VexilCookInterface& cookInte
     if (!matrices.isValid()) {
         return {};
     }
-    return matricesAtTimes(matrices, times, "world transform of " + locationPath);
+    return matricesAtTimes(matrices, times, "world transform of ", &locationPath);
 }
 
 std::vector<Imath::M44d> getLocalXformAtTimes(const GroupAttribute& xformGroup,

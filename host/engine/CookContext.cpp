@@ -406,7 +406,7 @@ std::string CookContext::normalisedPath(const char* path, int32_t length) const 
 }
 
 const XformModel::Operations& CookContext::ownXform() {
-    std::call_once(m_ownXformOnce, [&] {
+    m_ownXformGate.run([&] {
         if (m_input.exists()) {
             m_ownXform = XformModel::flatten(AttributeEdit::childNamed(m_input.attrs(), "xform"));
         }
@@ -415,7 +415,7 @@ const XformModel::Operations& CookContext::ownXform() {
 }
 
 const std::vector<Node>& CookContext::ownChain() {
-    std::call_once(m_ownChainOnce, [&] {
+    m_ownChainGate.run([&] {
         const size_t slash = m_path.rfind('/');
         if (slash == 0 || slash == std::string::npos) {
             // "/root" itself: a walk is no cheaper than asking the graph.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/engine/CookedLocation.h"
+#include "host/engine/OnceGate.h"
 #include "host/engine/StageGraph.h"
 #include "host/engine/XformModel.h"
 
@@ -100,9 +101,9 @@ private:
     Traversal m_traversal;
     Node m_input;
 
-    std::once_flag m_ownXformOnce;
+    OnceGate m_ownXformGate;
     XformModel::Operations m_ownXform;
-    std::once_flag m_ownChainOnce;
+    OnceGate m_ownChainGate;
     std::vector<Node> m_ownChain;
 
     std::mutex m_mutex; // guards everything below

@@ -2,6 +2,7 @@
 
 #include "host/engine/AttributeEdit.h"
 #include "host/engine/CookContext.h"
+#include "host/engine/OnceGate.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <stdexcept>
@@ -75,8 +76,7 @@ bool componentsBelowRoot(const std::string& path, std::vector<std::string>& part
 } // namespace
 
 struct StageGraph::Entry {
-    std::once_flag once;
-    std::atomic<bool> done{false};
+    OnceGate cook;
     CookedLocation record;
 };
 
@@ -98,7 +98,7 @@ template <class Map, class Key> StageGraph::Entry* findOrMake(Map& map, const Ke
 } // namespace
 
 struct StageGraph::ChildIndex {
-    std::once_flag once;
+    OnceGate build;
     std::unordered_map<std::string_view, size_t> positions;
 };
 
@@ -230,14 +230,11 @@ bool StageGraph::cooked(int stage, const std::string& path, const Traversal& tra
         return false;
     }
     if (mode == Mode::Probe) {
-        if (!entry->done.load(std::memory_order_acquire)) {
+        if (!entry->cook.done()) {
             return false;
         }
-    } else if (!entry->done.load(std::memory_order_acquire)) {
-        std::call_once(entry->once, [&] {
-            cookInto(entry->record, stage, path, traversal, input);
-            entry->done.store(true, std::memory_order_release);
-        });
+    } else {
+        entry->cook.run([&] { cookInto(entry->record, stage, path, traversal, input); });
     }
     out = Node{nullptr, &entry->record, stage};
     return true;
@@ -317,7 +314,7 @@ const SceneLocation* StageGraph::inputChild(const SceneLocation& parent, std::st
     } else {
         index = m_childIndexes.emplace(&parent, std::make_unique<ChildIndex>()).first->second.get();
     }
-    std::call_once(index->once, [&] {
+    index->build.run([&] {
         index->positions.reserve(children.size());
         for (size_t i = 0; i < children.size(); ++i) {
             index->positions.emplace(children[i].name, i); // the first of equal names wins, as in a scan

@@ -10,17 +10,16 @@ namespace Private {
 ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     auto* data = new ConstraintListData;
     data->paths = list.getNearestSampleStrings(0.0f);
-    data->order.resize(data->paths.size());
-    for (size_t i = 0; i < data->order.size(); ++i) {
-        data->order[i] = static_cast<int32_t>(i);
-    }
     const std::vector<std::string>& paths = data->paths;
-    std::sort(data->order.begin(), data->order.end(),
-              [&paths](int32_t a, int32_t b) { return paths[a] < paths[b]; });
     data->listHash = list.getHash();
-    data->listed.reserve(paths.size());
-    for (const std::string& path : paths) {
-        data->listed.insert(path);
+    data->positions.reserve(paths.size());
+    for (size_t i = 0; i < paths.size(); ++i) {
+        const std::string& path = paths[i];
+        auto [found, added] = data->positions.try_emplace(path, i, i);
+        if (!added) {
+            found->second.second = i;
+            continue; // its ancestors are in already
+        }
         // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
         // entry, taken from the entry without its trailing slashes.
         std::string_view entry(path);
@@ -37,6 +36,18 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     return data;
 }
 
+const std::vector<int32_t>& ConstraintListData::sortedOrder() const {
+    std::call_once(m_orderOnce, [this] {
+        m_order.resize(paths.size());
+        for (size_t i = 0; i < m_order.size(); ++i) {
+            m_order[i] = static_cast<int32_t>(i);
+        }
+        std::sort(m_order.begin(), m_order.end(),
+                  [this](int32_t a, int32_t b) { return paths[a] < paths[b]; });
+    });
+    return m_order;
+}
+
 void ConstraintListData::destroy(void* data) {
     delete static_cast<ConstraintListData*>(data);
 }
@@ -49,6 +60,7 @@ bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPat
         return ancestorsOfListed.count(locationPath) != 0;
     }
     // A location written with a trailing slash: search the sorted entries.
+    const std::vector<int32_t>& order = sortedOrder();
     auto it =
         std::lower_bound(order.begin(), order.end(), locationPath,
                          [this](int32_t index, const std::string& path) { return paths[index] < path; });
@@ -67,38 +79,14 @@ bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPat
     return false;
 }
 
-namespace {
-
-/// The entries of `order` whose paths equal `path` (ties in any order).
-std::pair<std::vector<int32_t>::const_iterator, std::vector<int32_t>::const_iterator>
-equalEntries(const ConstraintListData& data, std::string_view path) {
-    const std::vector<std::string>& paths = data.paths;
-    const auto first = std::lower_bound(
-        data.order.begin(), data.order.end(), path,
-        [&paths](int32_t index, std::string_view p) { return std::string_view(paths[index]) < p; });
-    auto last = first;
-    while (last != data.order.end() && paths[*last] == path) {
-        ++last;
-    }
-    return {first, last};
-}
-
-} // namespace
-
 size_t ConstraintListData::firstIndexOf(std::string_view path) const {
-    const auto [first, last] = equalEntries(*this, path);
-    if (first == last) {
-        return kNotListed;
-    }
-    return static_cast<size_t>(*std::min_element(first, last));
+    const auto found = positions.find(path);
+    return found == positions.end() ? kNotListed : found->second.first;
 }
 
 size_t ConstraintListData::lastIndexOf(std::string_view path) const {
-    const auto [first, last] = equalEntries(*this, path);
-    if (first == last) {
-        return kNotListed;
-    }
-    return static_cast<size_t>(*std::max_element(first, last));
+    const auto found = positions.find(path);
+    return found == positions.end() ? kNotListed : found->second.second;
 }
 
 } // namespace Private

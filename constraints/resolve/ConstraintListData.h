@@ -5,9 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace Vexil3Constraints {
@@ -21,11 +24,10 @@ struct ConstraintListData {
     ConstraintListData& operator=(const ConstraintListData&) = delete;
 
     std::vector<std::string> paths; ///< the list entries, in list order
-    std::vector<int32_t> order;     ///< indices into paths, ascending by byte-wise path order
     Qn::Hash listHash;              ///< hash of the list attribute it was built from
-    /// Every listed path, viewing into `paths`: membership without a search, for the checks every
-    /// constraint makes on its targets' ancestors.
-    std::unordered_set<std::string_view> listed;
+    /// The first and last position in `paths` of every listed path, viewing into `paths`: membership
+    /// and order without a search, for the checks every constraint makes on its targets' ancestors.
+    std::unordered_map<std::string_view, std::pair<size_t, size_t>> positions;
     /// Every strict ancestor of a listed path (trailing slashes of entries ignored), viewing into
     /// `paths`: the ancestor test of every location in one lookup.
     std::unordered_set<std::string_view> ancestorsOfListed;
@@ -39,13 +41,21 @@ struct ConstraintListData {
     bool isStrictAncestorOfListed(const std::string& locationPath) const;
 
     /// True when `path` is an entry of the list.
-    bool contains(std::string_view path) const { return listed.count(path) != 0; }
-    /// The position in `paths` of the first entry equal to `path`, or kNotListed. A binary search.
+    bool contains(std::string_view path) const { return positions.count(path) != 0; }
+    /// The position in `paths` of the first entry equal to `path`, or kNotListed.
     size_t firstIndexOf(std::string_view path) const;
-    /// The position in `paths` of the last entry equal to `path`, or kNotListed. A binary search.
+    /// The position in `paths` of the last entry equal to `path`, or kNotListed.
     size_t lastIndexOf(std::string_view path) const;
 
     static constexpr size_t kNotListed = static_cast<size_t>(-1);
+
+private:
+    /// Indices into `paths`, ascending by byte-wise path order: made on the first ancestor test of a
+    /// location written with a trailing slash, which no ordinary cook asks for.
+    const std::vector<int32_t>& sortedOrder() const;
+
+    mutable std::once_flag m_orderOnce;
+    mutable std::vector<int32_t> m_order;
 };
 
 } // namespace Private

@@ -4,20 +4,10 @@
 // one thread, and prints the location count and the CPU nanoseconds per location.
 #include "bench/support/BenchHost.h"
 #include "bench/support/BenchScenes.h"
+#include "bench/support/CookTiming.h"
 
-#include <ctime>
 #include <iostream>
 #include <string>
-
-namespace {
-
-double cpuSeconds() {
-    timespec t{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-} // namespace
 
 int main(int argc, char** argv) {
     if (argc < 3 || argc > 4) {
@@ -31,9 +21,9 @@ int main(int argc, char** argv) {
         VexilBench::pluginRegistry();
         const VexilHost::SceneFile scene = VexilBench::passThroughScene(groups, leaves, 10, withOp);
         const double locations = static_cast<double>(VexilBench::countLocations(scene.root));
-        const double cpu0 = cpuSeconds();
+        const double cpu0 = VexilBench::processCpuSeconds();
         const VexilHost::SceneLocation cooked = VexilBench::cookScene(scene, 1);
-        const double cpu = cpuSeconds() - cpu0;
+        const double cpu = VexilBench::processCpuSeconds() - cpu0;
         const std::string error = VexilBench::firstError(cooked, "/root/world");
         if (!error.empty()) {
             throw std::runtime_error(error);

@@ -3,9 +3,9 @@
 // key=value pairs (times in seconds, both process CPU and wall) for run-peer to read.
 #include "bench/support/BenchHost.h"
 #include "bench/support/BenchScenes.h"
+#include "bench/support/CookTiming.h"
 
 #include <chrono>
-#include <ctime>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -13,12 +13,6 @@
 namespace {
 
 constexpr int kFrames = 24;
-
-double cpuSeconds() {
-    timespec t{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
 
 struct Timing {
     double cpu = 0.0;
@@ -42,10 +36,10 @@ Timing cookFrames(int n, bool constrained) {
     }
     Timing timing;
     for (const VexilHost::SceneFile& frame : frames) {
-        const double cpu0 = cpuSeconds();
+        const double cpu0 = VexilBench::processCpuSeconds();
         const auto wall0 = std::chrono::steady_clock::now();
         VexilHost::SceneLocation cooked = VexilBench::cookScene(frame, 1);
-        timing.cpu += cpuSeconds() - cpu0;
+        timing.cpu += VexilBench::processCpuSeconds() - cpu0;
         timing.wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - wall0).count();
         if (constrained && &frame == &frames.front()) {
             const std::string error = VexilBench::firstError(cooked, "/root/world");

@@ -8,15 +8,11 @@
 
 namespace VexilBench {
 
-namespace {
-
 double processCpuSeconds() {
     timespec t{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
     return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
 }
-
-} // namespace
 
 void runCookLoop(benchmark::State& state, const VexilHost::SceneFile& scene, int threads, double units,
                  int64_t inputBytes, const std::string& checkedPath) {

@@ -10,6 +10,9 @@
 
 namespace VexilBench {
 
+/// CPU seconds used so far by every thread of the process.
+double processCpuSeconds();
+
 /// Cooks `scene` once per benchmark iteration with `threads` threads and reports, besides the time:
 /// "ns_per_unit" (cook nanoseconds divided by `units`, e.g. constraints x samples), "cpu_ns_per_unit" (the
 /// same with the CPU time of every thread of the process, steadier on a busy machine), "peak_MiB" (the peak

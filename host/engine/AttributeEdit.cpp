@@ -84,23 +84,24 @@ Qn::Attribute appendStrings(const Qn::StringAttribute& base, const Qn::StringAtt
 
 } // namespace
 
-std::vector<std::string> splitDotted(const std::string& name) {
-    std::vector<std::string> parts;
+namespace {
+
+/// Calls `visit` with each non-empty part of the dotted `name` in order ("a..b." gives "a" and "b")
+/// until it returns false; true when every call returned true.
+template <typename Visit> bool forEachDottedPart(std::string_view name, Visit&& visit) {
     size_t start = 0;
     while (start <= name.size()) {
         size_t dot = name.find('.', start);
-        if (dot == std::string::npos) {
+        if (dot == std::string_view::npos) {
             dot = name.size();
         }
-        if (dot > start) {
-            parts.push_back(name.substr(start, dot - start));
+        if (dot > start && !visit(name.substr(start, dot - start))) {
+            return false;
         }
         start = dot + 1;
     }
-    return parts;
+    return true;
 }
-
-namespace {
 
 /// The child `name` (literal) of the group `handle`, one reference owned by the caller, or null.
 QnAttributeHandle childHandle(const AttributeHostSuite* suite, QnAttributeHandle handle,
@@ -121,6 +122,15 @@ QnAttributeHandle childHandle(const AttributeHostSuite* suite, QnAttributeHandle
 }
 
 } // namespace
+
+std::vector<std::string> splitDotted(const std::string& name) {
+    std::vector<std::string> parts;
+    forEachDottedPart(name, [&](std::string_view part) {
+        parts.emplace_back(part);
+        return true;
+    });
+    return parts;
+}
 
 Qn::Attribute childNamed(const Qn::GroupAttribute& group, std::string_view name) {
     if (!group.isValid()) {
@@ -150,25 +160,17 @@ Qn::Attribute getDotted(const Qn::GroupAttribute& group, std::string_view name) 
     const AttributeHostSuite* suite = Qn::Attribute::suite();
     QnAttributeHandle current = group.getHandle();
     QnAttributeHandle owned = nullptr;
-    size_t start = 0;
-    while (start <= name.size()) {
-        size_t dot = name.find('.', start);
-        if (dot == std::string_view::npos) {
-            dot = name.size();
+    const bool found = forEachDottedPart(name, [&](std::string_view part) {
+        QnAttributeHandle next =
+            suite->getType(current) == QN_ATTRIBUTE_TYPE_GROUP ? childHandle(suite, current, part) : nullptr;
+        if (owned != nullptr) {
+            suite->release(owned);
         }
-        if (dot > start) {
-            QnAttributeHandle next = suite->getType(current) == QN_ATTRIBUTE_TYPE_GROUP
-                                         ? childHandle(suite, current, name.substr(start, dot - start))
-                                         : nullptr;
-            if (owned != nullptr) {
-                suite->release(owned);
-            }
-            if (next == nullptr) {
-                return Qn::Attribute();
-            }
-            current = owned = next;
-        }
-        start = dot + 1;
+        current = owned = next;
+        return next != nullptr;
+    });
+    if (!found) {
+        return Qn::Attribute();
     }
     return owned != nullptr ? Qn::Attribute::adopt(owned) : Qn::Attribute(group);
 }

@@ -7,11 +7,7 @@ int64_t GroupAttribute::getNumberOfChildren() const {
 }
 
 std::string GroupAttribute::getChildName(int64_t index) const {
-    if (!m_handle)
-        return std::string();
-    int32_t length = 0;
-    const char* name = suite()->getChildName(m_handle, index, &length);
-    return name ? std::string(name, static_cast<size_t>(length)) : std::string();
+    return std::string(getChildNameView(index));
 }
 
 std::string_view GroupAttribute::getChildNameView(int64_t index) const {

@@ -15,6 +15,27 @@ Json movingTarget(const V3d& from, const V3d& to) {
         {{"translate", animatedDoubles({{"0", {from.x, from.y, from.z}}, {"1", {to.x, to.y, to.z}}})}});
 }
 
+/// A constrained location that must fail with `message`.
+struct FailureCase {
+    const char* name;
+    Json constraint;
+    std::string message;
+};
+
+/// Places every case below "/root/world" beside `children`, cooks once, and checks that each failed
+/// with its message and kept no matrix.
+void expectFailures(Json children, const std::vector<FailureCase>& cases) {
+    for (const FailureCase& c : cases)
+        children[c.name] = placed({{"translate", triple(1, 1, 1)}, {"constraint", c.constraint}});
+    const CookResult result = cookWorld(children);
+    for (const FailureCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string path = std::string("/root/world/") + c.name;
+        EXPECT_EQ(c.message, stringValue(result.scene, path, "errorMessage"));
+        EXPECT_TRUE(attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null());
+    }
+}
+
 Json aimArgs(const V3d& aim, const std::string& targetOrigin = "origin") {
     return {{"targetOrigin", targetOrigin},
             {"baseAimAxis", axis(aim.x, aim.y, aim.z)},
@@ -40,13 +61,8 @@ TEST(SampledArguments, PointAxisMasksHoldAtEverySample) {
 }
 
 TEST(SampledArguments, FirstFailingCheckDecidesOverSeveralSamples) {
-    struct Case {
-        const char* name;
-        Json constraint;
-        std::string message;
-    };
     const V3d x(1, 0, 0), zero(0, 0, 0);
-    const std::vector<Case> cases = {
+    const std::vector<FailureCase> cases = {
         // Both origins missing: the base origin is read first, as the sample times are gathered.
         {"pointNoOrigins", constraint("Point", {"/root/world/t"}, Json::object()),
          "Point Constraint Error: Point constraint resolver: empty args.baseOrigin."},
@@ -63,17 +79,9 @@ TEST(SampledArguments, FirstFailingCheckDecidesOverSeveralSamples) {
         {"aimMeetsLate", constraint("Aim", {"/root/world/meets"}, aimArgs(x)),
          "Aim Constraint Error: Base and target are at same location, nowhere to aim."},
     };
-    Json children = {{"t", movingTarget(V3d(5, 0, 0), V3d(6, 0, 0))},
-                     {"meets", movingTarget(V3d(5, 1, 1), V3d(1, 1, 1))}};
-    for (const Case& c : cases)
-        children[c.name] = placed({{"translate", triple(1, 1, 1)}, {"constraint", c.constraint}});
-    const CookResult result = cookWorld(children);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const std::string path = std::string("/root/world/") + c.name;
-        EXPECT_EQ(c.message, stringValue(result.scene, path, "errorMessage"));
-        EXPECT_TRUE(attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null());
-    }
+    const Json children = {{"t", movingTarget(V3d(5, 0, 0), V3d(6, 0, 0))},
+                           {"meets", movingTarget(V3d(5, 1, 1), V3d(1, 1, 1))}};
+    expectFailures(children, cases);
 }
 
 TEST(SampledArguments, OrientAxisFlagsHoldAtEverySample) {
@@ -96,12 +104,7 @@ TEST(SampledArguments, OrientAxisFlagsHoldAtEverySample) {
 
 TEST(SampledArguments, OrientAndBillboardFailuresOverSeveralSamples) {
     const std::string orient = "Orient Constraint Error: Orient constraint resolver: ";
-    struct Case {
-        const char* name;
-        Json constraint;
-        std::string message;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<FailureCase> cases = {
         {"orientUnknown", constraint("Orient", {"/root/world/t"}, {{"targetOrientation", "sideways"}}),
          orient + "unknown targetOrientation 'sideways'."},
         {"orientNoFaceIndex", constraint("Orient", {"/root/world/t"}, {{"targetOrientation", "face"}}),
@@ -115,16 +118,8 @@ TEST(SampledArguments, OrientAndBillboardFailuresOverSeveralSamples) {
                     {{"targetOrigin", "origin"}, {"baseAimAxis", axis(0, 0, 1)}}),
          "Billboard Constraint Error: Cannot find float attribute of size 3 args.baseRotateAxis"},
     };
-    Json children = {
+    const Json children = {
         {"t", movingTarget(V3d(5, 0, 0), V3d(6, 0, 0))},
         {"flattens", placed({{"scale", animatedDoubles({{"0", {1, 1, 1}}, {"1", {1, 0, 1}}})}})}};
-    for (const Case& c : cases)
-        children[c.name] = placed({{"translate", triple(1, 1, 1)}, {"constraint", c.constraint}});
-    const CookResult result = cookWorld(children);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const std::string path = std::string("/root/world/") + c.name;
-        EXPECT_EQ(c.message, stringValue(result.scene, path, "errorMessage"));
-        EXPECT_TRUE(attribute(result.scene, path, "xform.resolvedconstraint.matrix").is_null());
-    }
+    expectFailures(children, cases);
 }

@@ -1,5 +1,5 @@
-// Constraint children of `xform`: how they are recognised, found and named, shared by the authoring ops.
-// Header-only so that every unit compiling an authoring op gets it without another source file.
+// Constraint children of `xform`: how they are recognised, found and named, shared by the ops.
+// Header-only so that every unit compiling an op gets it without another source file.
 #pragma once
 
 #include "hostapi/attribute/DataAttribute.h"
@@ -7,13 +7,14 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 /// True when `name` is that of a constraint child of `xform` (it begins with "constraint").
-inline bool isConstraintChildName(const std::string& name) {
-    return name.rfind("constraint", 0) == 0;
+inline bool isConstraintChildName(std::string_view name) {
+    return name.substr(0, 10) == "constraint";
 }
 
 /// The first of "constraint", "constraint1", "constraint2", ... such that neither it nor "resolved"

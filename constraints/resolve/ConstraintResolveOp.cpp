@@ -1,5 +1,6 @@
 #include "constraints/resolve/ConstraintResolveOp.h"
 
+#include "constraints/ops/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintListData.h"
 #include "constraints/resolve/LocationResolver.h"
 
@@ -57,7 +58,7 @@ void ConstraintResolveOp::cook(Qn::VexilCookInterface& cookInterface) {
 
     const Qn::GroupAttribute xform = cookInterface.getAttr(kXform);
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
-        if (xform.getChildNameView(i).substr(0, 10) != "constraint") {
+        if (!isConstraintChildName(xform.getChildNameView(i))) {
             continue;
         }
         OutputAttributes results;

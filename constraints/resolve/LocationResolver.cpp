@@ -3,6 +3,7 @@
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
+#include "constraints/ops/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetPaths.h"
@@ -42,10 +43,6 @@ void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
 }
 
 namespace {
-
-bool isConstraintName(const std::string& name) {
-    return name.compare(0, 10, "constraint") == 0;
-}
 
 const std::string kAllowMissingTargets("allowMissingTargets");
 const std::string kRequireTargetBounds("requireTargetBounds");
@@ -170,7 +167,7 @@ private:
         bool constrained = false;
         Qn::GroupAttribute xform = m_cookInterface.getAttr("xform", path);
         for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n && !constrained; ++i) {
-            constrained = isConstraintName(xform.getChildName(i));
+            constrained = isConstraintChildName(xform.getChildNameView(i));
         }
         m_constrained.emplace(path, constrained);
         return constrained;
@@ -265,7 +262,7 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
         values[i] = xform.getChildByIndex(i);
     }
     for (int64_t i = 0; i < count; ++i) {
-        if (!isConstraintName(names[i])) {
+        if (!isConstraintChildName(names[i])) {
             continue;
         }
         // The base seen by this constraint: the ones before it resolved, the rest not yet. Until one is

@@ -2,6 +2,28 @@
 
 namespace VexilHost {
 
+CookedLocation::~CookedLocation() {
+    delete[] m_childSlots.load(std::memory_order_acquire);
+}
+
+CookSlot* CookedLocation::childSlots(bool make) const {
+    CookSlot* slots = m_childSlots.load(std::memory_order_acquire);
+    if (slots != nullptr || !make) {
+        return slots;
+    }
+    const size_t count = numChildren();
+    if (count == 0) {
+        return nullptr;
+    }
+    // Two threads may make the slots at once: the first one stored is kept, the other dropped unused.
+    CookSlot* made = new CookSlot[count];
+    if (m_childSlots.compare_exchange_strong(slots, made, std::memory_order_acq_rel)) {
+        return made;
+    }
+    delete[] made;
+    return slots;
+}
+
 bool CookedLocation::childTraversal(std::string_view name, bool inInput, Traversal& out) const {
     out = Traversal();
     for (const CreatedChild& child : created) {

@@ -2,9 +2,11 @@
 // a view of a location on one step of the op chain (either an input-scene location or a cooked one).
 #pragma once
 
+#include "host/engine/OnceGate.h"
 #include "host/engine/OpInstance.h"
 #include "host/scene/SceneTypes.h"
 
+#include <atomic>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,8 +28,15 @@ struct CreatedChild {
     int32_t mode = VEXIL_RESET_RECURSIVE_NONE;
 };
 
+struct CookSlot;
+
 /// The output of one op cook at one location.
 struct CookedLocation {
+    CookedLocation() = default;
+    ~CookedLocation();
+    CookedLocation(const CookedLocation&) = delete;
+    CookedLocation& operator=(const CookedLocation&) = delete;
+
     /// The attributes after the cook (a valid group).
     Qn::GroupAttribute attrs;
     /// The children after the cook when a cook created some: the input's, then created ones, in
@@ -47,6 +56,21 @@ struct CookedLocation {
     /// The number of children after the cook, and the name of one of them.
     size_t numChildren() const;
     const std::string& childName(size_t index) const;
+
+    /// The slots of this location's children cooked on the same step, one per child in the order
+    /// above, made on first need unless `make` is false (then null until made). A child is found from
+    /// its parent, so the slots spare the engine a table of every cooked location, and a group's
+    /// children are allocated together.
+    CookSlot* childSlots(bool make) const;
+
+private:
+    mutable std::atomic<CookSlot*> m_childSlots{nullptr};
+};
+
+/// A location that is cooked at most once: its record and the gate that cooks it.
+struct CookSlot {
+    OnceGate cook;
+    CookedLocation record;
 };
 
 /// One location on one step of the op chain, or none. Exactly one of `input` and `cooked` is set when

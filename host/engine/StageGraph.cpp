@@ -75,15 +75,10 @@ bool componentsBelowRoot(const std::string& path, std::vector<std::string>& part
 
 } // namespace
 
-struct StageGraph::Entry {
-    OnceGate cook;
-    CookedLocation record;
-};
-
 namespace {
 
-/// The entry of `key` in `map`, made when absent unless `findOnly` (then null).
-template <class Map, class Key> StageGraph::Entry* findOrMake(Map& map, const Key& key, bool findOnly) {
+/// The slot of `key` in `map`, made when absent unless `findOnly` (then null).
+template <class Map, class Key> CookSlot* findOrMake(Map& map, const Key& key, bool findOnly) {
     auto it = map.find(key);
     if (it != map.end()) {
         return &it->second;
@@ -110,12 +105,10 @@ struct StageGraph::FinishedWalk {
 struct StageGraph::Stage {
     std::string root;
     OpInstancePtr rootInstance;
-    /// Cooked locations that have an input node, keyed by that node's record: on one step every
-    /// location has its own input record (an input-scene location, or the record of the same path on
-    /// a lower step), and a pointer is cheaper to keep and hash than a path.
-    tbb::concurrent_unordered_map<const void*, Entry, RecordHash> byInput;
-    /// Cooked locations without an input node (children an op created), keyed by path.
-    tbb::concurrent_unordered_map<std::string, Entry> created;
+    /// Locations cooked as the root of this step's op, keyed by their input node's record (an
+    /// input-scene location, or the record of the same path on a lower step). Every other location
+    /// cooked on this step is a child of a location cooked on it, and has a slot in its parent's record.
+    tbb::concurrent_unordered_map<const void*, CookSlot, RecordHash> roots;
     /// Finished walks from "/root" to a path: the nodes on the way. A walk that finished never changes,
     /// and every constraint asks again for the chains of the targets its neighbours asked for.
     tbb::concurrent_unordered_map<std::string, FinishedWalk> walks;
@@ -150,8 +143,7 @@ void StageGraph::clear() {
     for (auto& stage : m_stages) {
         stage->worlds.clear();
         stage->walks.clear();
-        stage->byInput.clear();
-        stage->created.clear();
+        stage->roots.clear();
     }
 }
 
@@ -217,27 +209,45 @@ OpInstancePtr StageGraph::makeInstance(int stage, const std::string& type, const
 }
 
 bool StageGraph::cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input,
-                        Mode mode, Node& out) {
-    Stage& s = *m_stages[static_cast<size_t>(stage)];
-    Entry* entry = nullptr;
-    const void* key = input.input != nullptr ? static_cast<const void*>(input.input) : input.cooked;
-    if (key != nullptr) {
-        entry = findOrMake(s.byInput, key, mode == Mode::Probe);
-    } else {
-        entry = findOrMake(s.created, path, mode == Mode::Probe);
-    }
-    if (entry == nullptr) {
-        return false;
-    }
+                        Mode mode, CookSlot& slot, Node& out) {
     if (mode == Mode::Probe) {
-        if (!entry->cook.done()) {
+        if (!slot.cook.done()) {
             return false;
         }
     } else {
-        entry->cook.run([&] { cookInto(entry->record, stage, path, traversal, input); });
+        slot.cook.run([&] { cookInto(slot.record, stage, path, traversal, input); });
     }
-    out = Node{nullptr, &entry->record, stage};
+    out = Node{nullptr, &slot.record, stage};
     return true;
+}
+
+bool StageGraph::cookedRoot(int stage, const std::string& path, const Traversal& traversal, const Node& input,
+                            Mode mode, Node& out) {
+    const void* key = input.input != nullptr ? static_cast<const void*>(input.input) : input.cooked;
+    CookSlot* slot = findOrMake(m_stages[static_cast<size_t>(stage)]->roots, key, mode == Mode::Probe);
+    return slot != nullptr && cooked(stage, path, traversal, input, mode, *slot, out);
+}
+
+size_t StageGraph::childPosition(const CookedLocation& parent, std::string_view name, const Node& parentInput,
+                                 const Node& childInput, size_t hint) {
+    const size_t count = parent.numChildren();
+    if (hint < count && parent.childName(hint) == name) {
+        return hint;
+    }
+    // Children keep their places on every step (an op only adds children after its input's), so a
+    // child of the input scene is where it is there.
+    if (childInput.input != nullptr && parentInput.input != nullptr) {
+        const size_t position = static_cast<size_t>(childInput.input - parentInput.input->children.data());
+        if (position < count && parent.childName(position) == name) {
+            return position;
+        }
+    }
+    for (size_t i = 0; i < count; ++i) {
+        if (parent.childName(i) == name) {
+            return i;
+        }
+    }
+    return kNoIndex;
 }
 
 void StageGraph::cookInto(CookedLocation& record, int stage, const std::string& path,
@@ -285,7 +295,7 @@ bool StageGraph::rootColumn(int stage, Mode mode, std::vector<Node>& out) {
             continue;
         }
         const Traversal traversal{s.rootInstance, s.rootInstance, true};
-        if (!cooked(k, kRoot, traversal, below, mode, out[static_cast<size_t>(k)])) {
+        if (!cookedRoot(k, kRoot, traversal, below, mode, out[static_cast<size_t>(k)])) {
             return false;
         }
     }
@@ -344,27 +354,35 @@ bool StageGraph::column(const std::vector<Node>& parent, const std::string& chil
             out[ks] = below;
             continue;
         }
-        Traversal traversal;
         if (where == 1) {
             if (!below.exists()) {
                 continue;
             }
-            traversal = Traversal{s.rootInstance, s.rootInstance, true};
-        } else {
-            if (up.cooked == nullptr || up.stage != k) {
-                out[ks] = below; // the parent passes through on this step, and so does all below it
-                continue;
+            const Traversal traversal{s.rootInstance, s.rootInstance, true};
+            if (!cookedRoot(k, childPath, traversal, below, mode, out[ks])) {
+                return false;
             }
-            // The cooked parent's children are its input's plus the ones it created.
-            if (!up.cooked->childTraversal(name, below.exists(), traversal)) {
-                continue;
-            }
-            if (!traversal.op) {
-                out[ks] = below;
-                continue;
-            }
+            continue;
         }
-        if (!cooked(k, childPath, traversal, below, mode, out[ks])) {
+        if (up.cooked == nullptr || up.stage != k) {
+            out[ks] = below; // the parent passes through on this step, and so does all below it
+            continue;
+        }
+        // The cooked parent's children are its input's plus the ones it created.
+        Traversal traversal;
+        if (!up.cooked->childTraversal(name, below.exists(), traversal)) {
+            continue;
+        }
+        if (!traversal.op) {
+            out[ks] = below;
+            continue;
+        }
+        const size_t position = childPosition(*up.cooked, name, parent[0], out[0], childIndex);
+        CookSlot* slots = up.cooked->childSlots(mode == Mode::Cook);
+        if (slots == nullptr || position == kNoIndex) {
+            return false; // in a probe: not cooked yet (a child that exists always has a position)
+        }
+        if (!cooked(k, childPath, traversal, below, mode, slots[position], out[ks])) {
             return false;
         }
     }

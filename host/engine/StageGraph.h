@@ -109,9 +109,6 @@ public:
     /// Drops every cooked location (their op instances, and so their private data, go with them).
     void clear();
 
-    /// A cooked location: its record and the flag that cooks it once.
-    struct Entry;
-
 private:
     struct FinishedWalk;
     struct Stage;
@@ -126,8 +123,16 @@ private:
     bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain,
               bool remember = true);
     bool walkFromRoot(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>& visited);
+    /// Cooks `slot` (in a probe: only looks whether it was cooked) and points `out` at its record.
     bool cooked(int stage, const std::string& path, const Traversal& traversal, const Node& input, Mode mode,
-                Node& out);
+                CookSlot& slot, Node& out);
+    /// The same for a location cooked as the root of the step's op.
+    bool cookedRoot(int stage, const std::string& path, const Traversal& traversal, const Node& input,
+                    Mode mode, Node& out);
+    /// The place of child `name` among the children of `parent`, a record cooked on some step, given the
+    /// input-scene nodes of the parent and the child; kNoIndex when it has no such child.
+    static size_t childPosition(const CookedLocation& parent, std::string_view name, const Node& parentInput,
+                                const Node& childInput, size_t hint);
     void cookInto(CookedLocation& record, int stage, const std::string& path, const Traversal& traversal,
                   const Node& input);
 

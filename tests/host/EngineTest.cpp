@@ -187,6 +187,43 @@ TEST(Engine, CreatedChildrenAreCookedByTheirOpInEachMode) {
     }
 }
 
+TEST(Engine, LaterOpsFindCreatedChildrenByPathAndCookThemOnce) {
+    // A child created on the first step, and a grandchild created below it, are asked for by path
+    // from every location of the third step; the second step only passes them on.
+    const std::vector<OpDescription> ops = {
+        op("TestCreate", "/root/world",
+           {{"parents", strings({"geo"})},
+            {"names", strings({"n1"})},
+            {"childArgs", group({{"label", strings({"made"})}})}}),
+        op("TestMark", "/root/world/geo", {{"label", strings({"second"})}}),
+        op("TestQuery", "/root/world",
+           {{"from", strings({"/root/world/geo/n1"})}, {"attr", strings({"seen.label"})}}),
+    };
+    for (const bool abortMode : {false, true}) {
+        for (const int threads : {1, 2}) {
+            EngineOptions options;
+            options.abortMode = abortMode;
+            options.threads = threads;
+            const SceneFile file = sceneFile(testScene(), ops);
+            Engine engine(file, testRegistry(), options);
+            const SceneLocation out = engine.cook();
+            const std::string where = std::string(abortMode ? "abort " : "") + std::to_string(threads);
+            // Seven locations on the first and third steps (n1 included), five on the second.
+            EXPECT_EQ(engine.statistics().cooks, 19) << where;
+            EXPECT_EQ(childrenOf(out, "/root/world/geo"), (Names{"a", "b", "n1"})) << where;
+            for (const std::string& path : kAll) {
+                if (path.compare(0, 11, "/root/world") != 0) {
+                    continue;
+                }
+                EXPECT_EQ(stringOf(out, path, "copied"), "second") << where << path;
+                EXPECT_EQ(intOf(out, path, "exists"), 1) << where << path;
+            }
+            EXPECT_EQ(stringOf(out, "/root/world/geo/n1", "seen.label"), "second") << where;
+            EXPECT_EQ(stringOf(out, "/root/world/geo/n1", "copied"), "second") << where;
+        }
+    }
+}
+
 TEST(Engine, CreatingOneNameTwiceKeepsTheLastAndFreesTheFirst) {
     const int64_t deletionsBefore = testDeletions();
     const SceneLocation out = cook({op("TestCreate", "/root/world",

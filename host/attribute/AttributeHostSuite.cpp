@@ -122,9 +122,9 @@ void release(QnAttributeHandle attr) {
 
 void getLiveCounts(int64_t* attributes, int64_t* builders) {
     if (attributes)
-        *attributes = LiveCounts::attributes.load();
+        *attributes = LiveCounts::attributes.sum();
     if (builders)
-        *builders = LiveCounts::builders.load();
+        *builders = LiveCounts::builders.sum();
 }
 
 void getHash(QnAttributeHandle attr, uint64_t hashOut[2]) {

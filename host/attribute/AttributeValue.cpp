@@ -6,8 +6,8 @@
 
 namespace VexilHost {
 
-std::atomic<int64_t> LiveCounts::attributes{0};
-std::atomic<int64_t> LiveCounts::builders{0};
+ShardedCounter LiveCounts::attributes;
+ShardedCounter LiveCounts::builders;
 
 namespace {
 
@@ -49,11 +49,11 @@ private:
 } // namespace
 
 AttributeValue::AttributeValue(int32_t kind) : m_kind(kind) {
-    LiveCounts::attributes.fetch_add(1, std::memory_order_relaxed);
+    LiveCounts::attributes.add(1);
 }
 
 AttributeValue::~AttributeValue() {
-    LiveCounts::attributes.fetch_sub(1, std::memory_order_relaxed);
+    LiveCounts::attributes.add(-1);
 }
 
 void AttributeValue::release() const {

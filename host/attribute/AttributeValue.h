@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/attribute/ByteSink.h"
+#include "host/attribute/ShardedCounter.h"
 
 #include <vexil/AttributeHost.h>
 
@@ -57,8 +58,8 @@ private:
 
 /// Live attribute and builder counts of the whole process.
 struct LiveCounts {
-    static std::atomic<int64_t> attributes;
-    static std::atomic<int64_t> builders;
+    static ShardedCounter attributes;
+    static ShardedCounter builders;
 };
 
 } // namespace VexilHost

@@ -130,11 +130,11 @@ const GroupValue* GroupBuilderState::Node::build() const {
 }
 
 GroupBuilderState::GroupBuilderState(bool literal) : m_literal(literal) {
-    LiveCounts::builders.fetch_add(1, std::memory_order_relaxed);
+    LiveCounts::builders.add(1);
 }
 
 GroupBuilderState::~GroupBuilderState() {
-    LiveCounts::builders.fetch_sub(1, std::memory_order_relaxed);
+    LiveCounts::builders.add(-1);
 }
 
 bool GroupBuilderState::splitPath(std::string_view path, std::vector<std::string_view>& segments) {

@@ -1,0 +1,42 @@
+// A count that many threads change at once, such as the number of live attributes.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+namespace VexilHost {
+
+/// Each thread adds to a shard on a cache line of its own, so that counting every attribute made and
+/// freed does not make cook threads wait on one another; a read sums the shards.
+class ShardedCounter {
+public:
+    void add(int64_t delta) {
+        m_shards[shardOfThisThread()].value.fetch_add(delta, std::memory_order_relaxed);
+    }
+
+    /// The sum of every change so far; exact once no thread is changing it.
+    int64_t sum() const {
+        int64_t total = 0;
+        for (const Shard& shard : m_shards) {
+            total += shard.value.load(std::memory_order_relaxed);
+        }
+        return total;
+    }
+
+private:
+    static constexpr size_t kShards = 64;
+    struct alignas(64) Shard {
+        std::atomic<int64_t> value{0};
+    };
+
+    static size_t shardOfThisThread() {
+        static std::atomic<size_t> next{0};
+        thread_local const size_t mine = next.fetch_add(1, std::memory_order_relaxed) % kShards;
+        return mine;
+    }
+
+    Shard m_shards[kShards];
+};
+
+} // namespace VexilHost

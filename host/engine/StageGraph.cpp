@@ -5,6 +5,7 @@
 #include "host/engine/OnceGate.h"
 #include "hostapi/attribute/DataAttribute.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace VexilHost {
@@ -157,11 +158,21 @@ StageGraph::WorldMemo& StageGraph::makeWorldMemo(int stage, const std::string& p
                                                  std::vector<const XformModel::Operations*> chain) {
     auto memo = std::make_unique<WorldMemo>();
     memo->times = XformModel::worldSampleTimes(chain);
+    memo->atTimes.reserve(memo->times.size());
+    for (float time : memo->times) {
+        memo->atTimes.push_back(XformModel::worldAt(chain, time));
+    }
     memo->chain = std::move(chain);
     return *m_stages[static_cast<size_t>(stage)]->worlds.emplace(path, std::move(memo)).first->second;
 }
 
 Imath::M44d StageGraph::worldAt(WorldMemo& memo, float time) {
+    // Cooks ask mostly at the location's own sample times; a lock there would be taken by every
+    // cook of every thread asking about the same target.
+    const auto known = std::lower_bound(memo.times.begin(), memo.times.end(), time);
+    if (known != memo.times.end() && *known == time) {
+        return memo.atTimes[static_cast<size_t>(known - memo.times.begin())];
+    }
     std::lock_guard<std::mutex> lock(memo.mutex);
     for (const auto& [t, matrix] : memo.matrices) {
         if (t == time) {

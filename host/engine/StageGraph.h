@@ -90,8 +90,10 @@ public:
     struct WorldMemo {
         std::vector<const XformModel::Operations*> chain;
         std::vector<float> times;
+        /// The world matrix at each of `times`, made with the memo: read by every cook without a lock.
+        std::vector<Imath::M44d> atTimes;
         std::mutex mutex;
-        std::vector<std::pair<float, Imath::M44d>> matrices; ///< guarded by `mutex`
+        std::vector<std::pair<float, Imath::M44d>> matrices; ///< other times asked for; guarded by `mutex`
     };
     /// The memo of the location at `path` on `stage`, or null when none was made yet.
     WorldMemo* findWorldMemo(int stage, const std::string& path);

@@ -5,9 +5,10 @@
 
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
+#include <boost/container/flat_map.hpp>
+#include <boost/container/flat_set.hpp>
 
 #include <map>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,15 +20,18 @@ class VexilCookInterface;
 namespace Vexil3Constraints {
 namespace Private {
 
+// Sample maps hold a handful of times each and are made for every constraint at every cook: sorted
+// vectors, which take one allocation where a tree takes one per time.
+
 /// Sample times relative to the current time (0 is the current time), ascending, each once.
-using SampleTimes = std::set<float>;
+using SampleTimes = boost::container::flat_set<float>;
 /// A location's world transform per sample time (row vectors, translation in elements 12 to 14);
 /// looked up by exact key.
-using XformSamples = std::map<float, Imath::M44d>;
+using XformSamples = boost::container::flat_map<float, Imath::M44d>;
 /// One XformSamples per target, in target order.
 using XformSamplesList = std::vector<XformSamples>;
 /// The compute steps' output: 16 doubles (row by row) per sample time.
-using MatrixSamples = std::map<float, std::vector<double>>;
+using MatrixSamples = boost::container::flat_map<float, std::vector<double>>;
 /// Attributes to set on the constrained location, by name, in ascending name order.
 using OutputAttributes = std::map<std::string, Qn::Attribute>;
 using TargetPaths = std::vector<std::string>;

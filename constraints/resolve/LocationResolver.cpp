@@ -38,7 +38,7 @@ void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
         }
     }
     if (sampleTimes.empty()) {
-        sampleTimes.insert(0.0f);
+        sampleTimes = SampleTimes{0.0f};
     }
 }
 

@@ -260,9 +260,10 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         }
         XformModel::Operation samples;
         samples.times = bound.getSampleTimes();
+        samples.count = 6;
         for (float t : samples.times) {
             auto view = bound.getNearestSample(t);
-            samples.samples.emplace_back(view.begin(), view.end());
+            samples.values.insert(samples.values.end(), view.begin(), view.end());
         }
         const std::vector<double> b = XformModel::valuesAt(samples, time);
         const Imath::M44d world = XformModel::worldAt(chain.pointers(), time);

@@ -12,17 +12,21 @@ namespace XformModel {
 
 namespace {
 
-/// Copies the samples of a numeric attribute of kind A as doubles; false when it has no samples.
+/// Copies the first `out.count` values of every sample of a numeric attribute of kind A as doubles;
+/// false when it has no samples or a sample has fewer values.
 template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
     A typed(attr);
     if (!typed.isValid()) {
         return false;
     }
     out.times = typed.getSampleTimes();
-    out.samples.reserve(out.times.size());
+    out.values.reserve(out.times.size() * out.count);
     for (float t : out.times) {
         auto view = typed.getNearestSample(t);
-        out.samples.emplace_back(view.begin(), view.end());
+        if (view.size < 0 || static_cast<size_t>(view.size) < out.count) {
+            return false;
+        }
+        out.values.insert(out.values.end(), view.begin(), view.begin() + static_cast<int64_t>(out.count));
     }
     return !out.times.empty();
 }
@@ -40,7 +44,7 @@ bool readNumeric(const Qn::Attribute& attr, Operation& out) {
     }
 }
 
-bool kindOfName(const std::string& name, Operation::Kind& kind, size_t& count) {
+bool kindOfName(std::string_view name, Operation::Kind& kind, size_t& count) {
     if (name == "translate") {
         kind = Operation::Kind::Translate;
         count = 3;
@@ -66,41 +70,29 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
     const int64_t n = group.getNumberOfChildren();
     out.reserve(out.size() + static_cast<size_t>(n));
     for (int64_t i = 0; i < n; ++i) {
-        const std::string name = group.getChildName(i);
+        const std::string_view name = group.getChildNameView(i);
         const Qn::Attribute child = group.getChildByIndex(i);
         if (child.getType() == QN_ATTRIBUTE_TYPE_GROUP) {
             // Constraint descriptions not yet resolved do not move anything.
-            if (name.compare(0, 10, "constraint") != 0) {
+            if (name.substr(0, 10) != "constraint") {
                 flattenInto(Qn::GroupAttribute(child), out);
             }
             continue;
         }
         Operation op;
-        size_t count = 0;
-        if (!kindOfName(name, op.kind, count)) {
+        if (!kindOfName(name, op.kind, op.count)) {
             continue;
         }
         if (op.kind == Operation::Kind::Origin) {
             if (child.isValid()) {
                 op.times = {0.0f};
-                op.samples = {{}};
                 out.push_back(std::move(op));
             }
             continue;
         }
-        if (!readNumeric(child, op)) {
-            continue;
+        if (readNumeric(child, op)) {
+            out.push_back(std::move(op));
         }
-        const bool complete =
-            std::all_of(op.samples.begin(), op.samples.end(),
-                        [count](const std::vector<double>& s) { return s.size() >= count; });
-        if (!complete) {
-            continue;
-        }
-        for (auto& s : op.samples) {
-            s.resize(count);
-        }
-        out.push_back(std::move(op));
     }
 }
 
@@ -141,67 +133,49 @@ Operations flatten(const Qn::Attribute& xform) {
     return out;
 }
 
-std::vector<double> valuesAt(const Operation& operation, float time) {
-    const auto& times = operation.times;
-    if (times.empty()) {
-        return {};
-    }
-    if (time <= times.front()) {
-        return operation.samples.front();
-    }
-    if (time >= times.back()) {
-        return operation.samples.back();
-    }
-    const size_t right =
-        static_cast<size_t>(std::upper_bound(times.begin(), times.end(), time) - times.begin());
-    const size_t left = right - 1;
-    if (times[left] == time) {
-        return operation.samples[left];
-    }
-    const double w =
-        (static_cast<double>(time) - times[left]) / (static_cast<double>(times[right]) - times[left]);
-    const auto& a = operation.samples[left];
-    const auto& b = operation.samples[right];
-    std::vector<double> out(a.size());
-    for (size_t i = 0; i < a.size(); ++i) {
-        out[i] = a[i] + (b[i] - a[i]) * w;
-    }
-    return out;
-}
-
 namespace {
 
-/// valuesAt without an allocation: the first 16 values (at most) of an operation at `time`, into `out`.
+/// The values of an operation at `time` into `out` (`operation.count` of them): linear interpolation
+/// between the bracketing samples, the end sample outside the sampled range.
 void valuesInto(const Operation& operation, float time, double* out) {
     const auto& times = operation.times;
-    const std::vector<double>* only = nullptr;
+    const size_t count = operation.count;
+    const double* only = nullptr;
     if (time <= times.front()) {
-        only = &operation.samples.front();
+        only = operation.sample(0);
     } else if (time >= times.back()) {
-        only = &operation.samples.back();
+        only = operation.sample(times.size() - 1);
     }
     size_t right = 0;
     if (only == nullptr) {
         right = static_cast<size_t>(std::upper_bound(times.begin(), times.end(), time) - times.begin());
         if (times[right - 1] == time) {
-            only = &operation.samples[right - 1];
+            only = operation.sample(right - 1);
         }
     }
     if (only != nullptr) {
-        std::copy(only->begin(), only->begin() + std::min<size_t>(only->size(), 16), out);
+        std::copy(only, only + count, out);
         return;
     }
     const size_t left = right - 1;
     const double w =
         (static_cast<double>(time) - times[left]) / (static_cast<double>(times[right]) - times[left]);
-    const auto& a = operation.samples[left];
-    const auto& b = operation.samples[right];
-    for (size_t i = 0; i < a.size() && i < 16; ++i) {
+    const double* a = operation.sample(left);
+    const double* b = operation.sample(right);
+    for (size_t i = 0; i < count; ++i) {
         out[i] = a[i] + (b[i] - a[i]) * w;
     }
 }
 
 } // namespace
+
+std::vector<double> valuesAt(const Operation& operation, float time) {
+    std::vector<double> out(operation.count);
+    if (!operation.times.empty() && operation.count > 0) {
+        valuesInto(operation, time, out.data());
+    }
+    return out;
+}
 
 Imath::M44d operationMatrix(const Operation& operation, float time) {
     if (operation.kind == Operation::Kind::Origin || operation.times.empty()) {

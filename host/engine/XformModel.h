@@ -17,8 +17,13 @@ struct Operation {
     Kind kind = Kind::Origin;
     /// Ascending sample times; never empty.
     std::vector<float> times;
-    /// One value array per sample time (3, 4, 3 or 16 values; empty for origin).
-    std::vector<std::vector<double>> samples;
+    /// The values of every sample time one after another, `count` per time (3, 4, 3 or 16; none for
+    /// origin): one block, since an operation is read for every location a cook asks about.
+    std::vector<double> values;
+    size_t count = 0;
+
+    /// The first of the `count` values of sample `index`.
+    const double* sample(size_t index) const { return values.data() + index * count; }
 };
 
 /// The operations of one location's `xform`, in the order they are read (O1 first).

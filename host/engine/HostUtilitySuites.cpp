@@ -82,11 +82,12 @@ bool plainWorld(VexilCookHandle h, const char* path, int32_t pathLength, int32_t
     if (!CookContext::isValidInput(inputIndex)) {
         return false;
     }
-    const std::string key(context.queriedPath(path, pathLength));
-    memo = context.graph().findWorldMemo(context.inputStage(), key);
+    const std::string_view queried = context.queriedPath(path, pathLength);
+    memo = context.graph().findWorldMemo(context.inputStage(), queried);
     if (memo != nullptr) {
         return true;
     }
+    const std::string key(queried);
     XformChain chain;
     if (!readChain(h, path, pathLength, inputIndex, nullptr, abort, chain)) {
         return false;

@@ -112,9 +112,9 @@ struct StageGraph::Stage {
     tbb::concurrent_unordered_map<const void*, CookSlot, RecordHash> roots;
     /// Finished walks from "/root" to a path: the nodes on the way. A walk that finished never changes,
     /// and every constraint asks again for the chains of the targets its neighbours asked for.
-    tbb::concurrent_unordered_map<std::string, FinishedWalk> walks;
+    tbb::concurrent_unordered_map<std::string, FinishedWalk, PathHash, std::equal_to<>> walks;
     /// World transforms of locations that other locations ask about again and again (their targets).
-    tbb::concurrent_unordered_map<std::string, std::unique_ptr<WorldMemo>> worlds;
+    tbb::concurrent_unordered_map<std::string, std::unique_ptr<WorldMemo>, PathHash, std::equal_to<>> worlds;
 };
 
 StageGraph::StageGraph(const SceneFile& scene, const OpRegistry& registry, bool abortMode)
@@ -148,7 +148,7 @@ void StageGraph::clear() {
     }
 }
 
-StageGraph::WorldMemo* StageGraph::findWorldMemo(int stage, const std::string& path) {
+StageGraph::WorldMemo* StageGraph::findWorldMemo(int stage, std::string_view path) {
     auto& worlds = m_stages[static_cast<size_t>(stage)]->worlds;
     auto it = worlds.find(path);
     return it == worlds.end() ? nullptr : it->second.get();

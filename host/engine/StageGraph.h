@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -31,6 +32,12 @@ struct RecordHash {
         x ^= x >> 33;
         return static_cast<size_t>(x);
     }
+};
+
+/// A hash of paths that finds a std::string key from a view of it, without making a string.
+struct PathHash {
+    using transparent_key_equal = std::equal_to<>;
+    size_t operator()(std::string_view path) const { return std::hash<std::string_view>()(path); }
 };
 
 /// A location that a query needed but that was not cooked yet (abort mode).
@@ -96,7 +103,7 @@ public:
         std::vector<std::pair<float, Imath::M44d>> matrices; ///< other times asked for; guarded by `mutex`
     };
     /// The memo of the location at `path` on `stage`, or null when none was made yet.
-    WorldMemo* findWorldMemo(int stage, const std::string& path);
+    WorldMemo* findWorldMemo(int stage, std::string_view path);
     /// The memo of the location at `path` on `stage`, made from `chain` (its operations, "/root" first)
     /// unless another thread made it first.
     WorldMemo& makeWorldMemo(int stage, const std::string& path,

@@ -9,12 +9,17 @@ namespace Private {
 
 ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     auto* data = new ConstraintListData;
-    data->paths = list.getNearestSampleStrings(0.0f);
-    const std::vector<std::string>& paths = data->paths;
+    data->list = list;
+    const Qn::SampleView<const char*> entries = list.getNearestSample(0.0f);
+    data->paths.reserve(static_cast<size_t>(entries.size));
+    for (const char* entry : entries) {
+        data->paths.emplace_back(entry);
+    }
+    const std::vector<std::string_view>& paths = data->paths;
     data->listHash = list.getHash();
     data->positions.reserve(paths.size());
     for (size_t i = 0; i < paths.size(); ++i) {
-        const std::string& path = paths[i];
+        const std::string_view path = paths[i];
         auto [found, added] = data->positions.try_emplace(path, i, i);
         if (!added) {
             found->second.second = i;
@@ -22,7 +27,7 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         }
         // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
         // entry, taken from the entry without its trailing slashes.
-        std::string_view entry(path);
+        std::string_view entry = path;
         const size_t last = entry.find_last_not_of('/');
         entry = last == std::string_view::npos ? std::string_view() : entry.substr(0, last + 1);
         if (entry.size() > 1 && entry[0] == '/') {
@@ -61,18 +66,17 @@ bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPat
     }
     // A location written with a trailing slash: search the sorted entries.
     const std::vector<int32_t>& order = sortedOrder();
-    auto it =
-        std::lower_bound(order.begin(), order.end(), locationPath,
-                         [this](int32_t index, const std::string& path) { return paths[index] < path; });
+    auto it = std::lower_bound(order.begin(), order.end(), locationPath,
+                               [this](int32_t index, std::string_view path) { return paths[index] < path; });
     // Paths below the location sort right after it, but siblings that share its name as a prefix
     // ("/a/geo-x" before "/a/geo/x") and the location itself may come first: look on while the
     // candidates still begin with the location's path.
     for (; it != order.end(); ++it) {
-        const std::string& candidate = paths[*it];
+        const std::string_view candidate = paths[*it];
         if (candidate.compare(0, locationPath.size(), locationPath) != 0) {
             break;
         }
-        if (Qn::PathUtils::isStrictAncestor(locationPath, candidate)) {
+        if (Qn::PathUtils::isStrictAncestor(locationPath, std::string(candidate))) {
             return true;
         }
     }

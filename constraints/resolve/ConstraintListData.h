@@ -23,8 +23,11 @@ struct ConstraintListData {
     ConstraintListData(const ConstraintListData&) = delete;
     ConstraintListData& operator=(const ConstraintListData&) = delete;
 
-    std::vector<std::string> paths; ///< the list entries, in list order
-    Qn::Hash listHash;              ///< hash of the list attribute it was built from
+    /// The list entries, in list order, viewing into `list`: a cook builds this for every entry of the
+    /// scene's list, so the paths are not copied.
+    std::vector<std::string_view> paths;
+    Qn::StringAttribute list;
+    Qn::Hash listHash; ///< hash of the list attribute it was built from
     /// The first and last position in `paths` of every listed path, viewing into `paths`: membership
     /// and order without a search, for the checks every constraint makes on its targets' ancestors.
     std::unordered_map<std::string_view, std::pair<size_t, size_t>> positions;

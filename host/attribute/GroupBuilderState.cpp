@@ -155,7 +155,8 @@ bool GroupBuilderState::splitPath(std::string_view path, std::vector<std::string
 void GroupBuilderState::set(std::string_view name, const AttributeValue* value) {
     if (!value || name.empty())
         return;
-    if (m_literal) {
+    // Most names have no dot: they need no split.
+    if (m_literal || name.find('.') == std::string_view::npos) {
         m_root.setLeaf(name, value);
         return;
     }
@@ -171,7 +172,7 @@ void GroupBuilderState::set(std::string_view name, const AttributeValue* value) 
 void GroupBuilderState::remove(std::string_view name) {
     if (name.empty())
         return;
-    if (m_literal) {
+    if (m_literal || name.find('.') == std::string_view::npos) {
         m_root.remove(name);
         return;
     }

@@ -6,6 +6,8 @@
 #include "host/engine/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -124,8 +126,13 @@ bool ownPlainQuery(VexilCookHandle h, const char* path, int32_t pathLength, QnAt
     return context.queriedPath(path, pathLength) == context.path();
 }
 
-std::vector<float> sortedTimes(const float* times, int64_t numTimes) {
-    std::vector<float> out;
+// A query asks for a handful of times: kept on the stack, a query's times and matrices take no
+// allocation of their own.
+using QueryTimes = boost::container::small_vector<float, 8>;
+using QueryMatrices = boost::container::small_vector<Imath::M44d, 8>;
+
+QueryTimes sortedTimes(const float* times, int64_t numTimes) {
+    QueryTimes out;
     if (times != nullptr && numTimes > 0) {
         out.assign(times, times + numTimes);
     }
@@ -135,8 +142,8 @@ std::vector<float> sortedTimes(const float* times, int64_t numTimes) {
 }
 
 /// One sample of 16 values (the matrix row by row) per time.
-QnAttributeHandle matrixSamples(const std::vector<float>& times, const std::vector<Imath::M44d>& matrices) {
-    std::vector<const double*> pointers;
+QnAttributeHandle matrixSamples(const QueryTimes& times, const QueryMatrices& matrices) {
+    boost::container::small_vector<const double*, 8> pointers;
     for (const Imath::M44d& m : matrices) {
         pointers.push_back(m.getValue());
     }
@@ -178,13 +185,13 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
                                        int32_t inputIndex, const float* times, int64_t numTimes,
                                        QnAttributeHandle overrides, uint8_t* abort) {
     try {
-        std::vector<Imath::M44d> matrices;
+        QueryMatrices matrices;
         if (usesWorldMemo(h, path, pathLength, overrides)) {
             StageGraph::WorldMemo* memo = nullptr;
             if (!plainWorld(h, path, pathLength, inputIndex, abort, memo) || memo == nullptr) {
                 return nullptr;
             }
-            const std::vector<float> sorted = sortedTimes(times, numTimes);
+            const QueryTimes sorted = sortedTimes(times, numTimes);
             if (sorted.empty()) {
                 return nullptr;
             }
@@ -195,7 +202,7 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
         }
         StageGraph::WorldMemo* parent = nullptr;
         if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
-            const std::vector<float> sorted = sortedTimes(times, numTimes);
+            const QueryTimes sorted = sortedTimes(times, numTimes);
             if (sorted.empty()) {
                 return nullptr;
             }
@@ -213,7 +220,7 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
         if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain) || !chain.exists) {
             return nullptr;
         }
-        const std::vector<float> sorted = sortedTimes(times, numTimes);
+        const QueryTimes sorted = sortedTimes(times, numTimes);
         if (sorted.empty()) {
             return nullptr;
         }
@@ -229,11 +236,11 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
 QnAttributeHandle getLocalXformAtTimes(QnAttributeHandle xformGroup, const float* times, int64_t numTimes) {
     try {
         const XformModel::Operations ops = XformModel::flatten(Qn::Attribute::share(xformGroup));
-        const std::vector<float> sorted = sortedTimes(times, numTimes);
+        const QueryTimes sorted = sortedTimes(times, numTimes);
         if (sorted.empty()) {
             return nullptr;
         }
-        std::vector<Imath::M44d> matrices;
+        QueryMatrices matrices;
         for (float t : sorted) {
             matrices.push_back(XformModel::localAt(ops, t).matrix);
         }

@@ -159,16 +159,24 @@ QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, 
             if (!plainWorld(h, path, pathLength, inputIndex, abort, memo)) {
                 return nullptr;
             }
-            const std::vector<float> times = memo != nullptr ? memo->times : XformModel::worldSampleTimes({});
-            return Qn::FloatAttribute(times).releaseHandle();
+            if (memo == nullptr) {
+                return Qn::FloatAttribute(XformModel::worldSampleTimes({})).releaseHandle();
+            }
+            return Qn::FloatAttribute(memo->times).releaseHandle();
         }
         StageGraph::WorldMemo* parent = nullptr;
         if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
-            std::vector<const XformModel::Operations*> chain;
-            chain.reserve(parent->chain.size() + 1);
-            chain.assign(parent->chain.begin(), parent->chain.end());
-            chain.push_back(&CookContext::from(h).ownXform());
-            return Qn::FloatAttribute(XformModel::worldSampleTimes(chain)).releaseHandle();
+            // The parent's times with the location's own added: the times of the whole chain.
+            std::vector<float> times;
+            if (parent->timed) {
+                times.reserve(parent->times.size() + 2);
+                times.assign(parent->times.begin(), parent->times.end());
+            }
+            XformModel::addSampleTimes(CookContext::from(h).ownXform(), times);
+            if (times.empty()) {
+                times.push_back(0.0f); // as for any chain without a sampled operation
+            }
+            return Qn::FloatAttribute(times).releaseHandle();
         }
         XformChain chain;
         if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {

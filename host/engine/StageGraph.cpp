@@ -158,6 +158,9 @@ StageGraph::WorldMemo& StageGraph::makeWorldMemo(int stage, const std::string& p
                                                  std::vector<const XformModel::Operations*> chain) {
     auto memo = std::make_unique<WorldMemo>();
     memo->times = XformModel::worldSampleTimes(chain);
+    memo->timed = std::any_of(chain.begin(), chain.end(), [](const XformModel::Operations* ops) {
+        return ops != nullptr && !ops->empty();
+    });
     memo->atTimes.reserve(memo->times.size());
     for (float time : memo->times) {
         memo->atTimes.push_back(XformModel::worldAt(chain, time));

@@ -97,6 +97,8 @@ public:
     struct WorldMemo {
         std::vector<const XformModel::Operations*> chain;
         std::vector<float> times;
+        /// Whether an operation of the chain has sample times (`times` is {0} otherwise).
+        bool timed = false;
         /// The world matrix at each of `times`, made with the memo: read by every cook without a lock.
         std::vector<Imath::M44d> atTimes;
         std::mutex mutex;

@@ -103,6 +103,41 @@ TEST(HostUtilities, OverridesReplaceTheXformOfTheLocationsTheyName) {
                    {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 10, 0, 1}});
 }
 
+TEST(HostUtilities, ALocationAskingForItsOwnTransformGetsTheTimesOfItsWholeChain) {
+    // "self" is translated by (1,0,0) sampled at 0.5 only; below "still" (no xform) its times are its
+    // own alone, below "moving" (translate (0,0,0) at 0 -> (0,10,0) at 1) they are both's.
+    const Qn::GroupAttribute selfXform = group({{"translate", animated({{0.5f, {1, 0, 0}}}, 3)}});
+    const SceneLocation root = location(
+        "root", {},
+        {location("still", {}, {location("self", {{"xform", selfXform}})}),
+         location("moving",
+                  {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {0, 10, 0}}}, 3)}})}},
+                  {location("self", {{"xform", selfXform}})})});
+    struct Case {
+        const char* path;
+        std::vector<float> times;
+        std::vector<double> y; ///< the world translation's y at each time (x is 1 throughout)
+    };
+    const Case cases[] = {{"/root/still/self", {0.5f}, {0}},
+                          {"/root/moving/self", {0.0f, 0.5f, 1.0f}, {0, 5, 10}}};
+    for (const Case& c : cases) {
+        const NamedAttrs args = {{"at", strings({c.path})}, {"of", strings({c.path})}};
+        const SceneFile file = sceneFile(root, {op("TestWorld", "/root", args)});
+        Engine engine(file, testRegistry());
+        const SceneLocation out = engine.cook();
+        const Qn::FloatAttribute times(attrOf(out, c.path, "queried.times"));
+        const auto t = times.getNearestSample(0.0f);
+        EXPECT_EQ(std::vector<float>(t.begin(), t.end()), c.times) << c.path;
+        const Qn::DoubleAttribute worldAttr(attrOf(out, c.path, "queried.world"));
+        const auto world = worldAttr.getNearestSample(0.0f);
+        ASSERT_EQ(world.size, static_cast<int64_t>(16 * c.y.size())) << c.path;
+        for (size_t i = 0; i < c.y.size(); ++i) {
+            EXPECT_EQ(world[static_cast<int64_t>(16 * i + 12)], 1.0) << c.path << " sample " << i;
+            EXPECT_EQ(world[static_cast<int64_t>(16 * i + 13)], c.y[i]) << c.path << " sample " << i;
+        }
+    }
+}
+
 TEST(HostUtilities, MissingLocationsHaveNoTransformAndNoBound) {
     const SceneLocation out = probe("/root/world/missing");
     EXPECT_EQ(Qn::DoubleAttribute(attrOf(out, "/root/world/probe", "queried.world")).getNumberOfValues(), 0);

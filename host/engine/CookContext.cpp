@@ -383,7 +383,8 @@ void CookContext::finish(CookedLocation& out) {
         out.namesOfInput = m_input.input;
         out.namesOfCooked = m_input.cooked;
     }
-    out.childOp = std::move(m_childOp);
+    out.childOp = m_childOp;
+    out.ownChildOp = std::move(m_ownChildOp);
     out.created = std::move(m_created);
 }
 
@@ -677,13 +678,15 @@ void CookContext::replaceChildTraversal(const std::string& opType, const Qn::Gro
     OpInstancePtr instance =
         m_graph.makeInstance(m_stage, opType, args, m_traversal.op->rootPath(), privateData, deleter);
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_childOp.swap(instance); // the previous instance is released after the lock
+    m_childOp = instance.get();
+    m_ownChildOp.swap(instance); // the previous instance is released after the lock
 }
 
 void CookContext::stopChildTraversal() {
     OpInstancePtr previous;
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_childOp.swap(previous);
+    m_childOp = nullptr;
+    m_ownChildOp.swap(previous);
 }
 
 bool CookContext::extendAttr(const std::string& name, const Qn::Attribute& extra,

@@ -111,7 +111,8 @@ private:
     std::vector<std::pair<std::string, Qn::Attribute>> m_attrs;
     bool m_ownChildNames = false; ///< set once a child is created; m_childNames then holds them all
     std::vector<std::string> m_childNames;
-    OpInstancePtr m_childOp;
+    const OpInstance* m_childOp;
+    OpInstancePtr m_ownChildOp; ///< the instance replaceChildTraversal made, if any
     std::vector<CreatedChild> m_created;
     bool m_aborted = false;
     std::vector<PendingLocation> m_pending;

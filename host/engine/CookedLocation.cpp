@@ -30,10 +30,10 @@ bool CookedLocation::childTraversal(std::string_view name, bool inInput, Travers
         if (child.name != name) {
             continue;
         }
-        out.op = child.op;
+        out.op = child.op.get();
         switch (child.mode) {
         case VEXIL_RESET_RECURSIVE_ON:
-            out.childOp = child.op;
+            out.childOp = child.op.get();
             out.atRoot = true;
             break;
         case VEXIL_RESET_RECURSIVE_AUTO:
@@ -42,7 +42,7 @@ bool CookedLocation::childTraversal(std::string_view name, bool inInput, Travers
             out.atRoot = true;
             break;
         default:
-            out.childOp = child.op;
+            out.childOp = child.op.get();
             out.atRoot = false;
             break;
         }

@@ -14,10 +14,13 @@
 namespace VexilHost {
 
 /// Which op instance cooks a location, whether it is the root of that op's traversal, and which
-/// instance cooks its children unless the cook says otherwise.
+/// instance cooks its children unless the cook says otherwise. The instances are borrowed: each is
+/// owned by the step (its root instance) or by the record of the cook that made it, and every record
+/// lives until the graph is cleared. A traversal is made for every location cooked, by every thread;
+/// shared ownership would make them all count references on the same few instances.
 struct Traversal {
-    OpInstancePtr op;
-    OpInstancePtr childOp;
+    const OpInstance* op = nullptr;
+    const OpInstance* childOp = nullptr;
     bool atRoot = false;
 };
 
@@ -47,7 +50,9 @@ struct CookedLocation {
     const SceneLocation* namesOfInput = nullptr;
     const CookedLocation* namesOfCooked = nullptr;
     /// The instance that cooks the children that came from the input; null when traversal stopped.
-    OpInstancePtr childOp;
+    const OpInstance* childOp = nullptr;
+    /// The instance this cook handed its children (kept alive here), if it made one.
+    OpInstancePtr ownChildOp;
     std::vector<CreatedChild> created;
 
     /// How child `name` is cooked on this step, given whether the input location had such a child:

@@ -13,7 +13,8 @@
 namespace VexilHost {
 
 /// An op type with its arguments, traversal root and private data. The private data is handed to its
-/// deletion function exactly once, when the last location cooked by the instance is released.
+/// deletion function exactly once, when the instance is released: with the step, or with the record
+/// of the cook that made it (records live until the graph is cleared; an aborted attempt drops its own).
 class OpInstance {
 public:
     /// `suite` may be null for an op type that is not loaded; `serialLock` is null unless the op asked

@@ -308,7 +308,7 @@ bool StageGraph::rootColumn(int stage, Mode mode, std::vector<Node>& out) {
         if (!below.exists()) {
             continue;
         }
-        const Traversal traversal{s.rootInstance, s.rootInstance, true};
+        const Traversal traversal{s.rootInstance.get(), s.rootInstance.get(), true};
         if (!cookedRoot(k, kRoot, traversal, below, mode, out[static_cast<size_t>(k)])) {
             return false;
         }
@@ -372,7 +372,7 @@ bool StageGraph::column(const std::vector<Node>& parent, const std::string& chil
             if (!below.exists()) {
                 continue;
             }
-            const Traversal traversal{s.rootInstance, s.rootInstance, true};
+            const Traversal traversal{s.rootInstance.get(), s.rootInstance.get(), true};
             if (!cookedRoot(k, childPath, traversal, below, mode, out[ks])) {
                 return false;
             }

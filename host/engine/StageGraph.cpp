@@ -273,10 +273,10 @@ void StageGraph::cookInto(CookedLocation& record, int stage, const std::string& 
             const CookContext::RunResult result = context.run();
             if (result == CookContext::RunResult::Finished) {
                 context.finish(record);
-                m_finishedCooks.fetch_add(1, std::memory_order_relaxed);
+                m_finishedCooks.add(1);
                 return;
             }
-            m_abortedAttempts.fetch_add(1, std::memory_order_relaxed);
+            m_abortedAttempts.add(1);
             if (result == CookContext::RunResult::Aborted && attempt < kMaxAttempts) {
                 pending = context.pending();
             }
@@ -285,7 +285,7 @@ void StageGraph::cookInto(CookedLocation& record, int stage, const std::string& 
             CookContext failed(*this, stage, path, traversal, input);
             failed.setError(traversal.op->type() + " Op: cook aborted without a query to wait for");
             failed.finish(record);
-            m_finishedCooks.fetch_add(1, std::memory_order_relaxed);
+            m_finishedCooks.add(1);
             return;
         }
         for (const PendingLocation& location : pending) {

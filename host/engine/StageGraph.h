@@ -2,6 +2,7 @@
 // the k-th op. Locations are cooked on demand, each at most once per step, from any thread.
 #pragma once
 
+#include "host/attribute/ShardedCounter.h"
 #include "host/engine/CookedLocation.h"
 #include "host/engine/OpRegistry.h"
 #include "host/engine/XformModel.h"
@@ -114,8 +115,8 @@ public:
     static Imath::M44d worldAt(WorldMemo& memo, float time);
 
     /// Op cooks that finished, and attempts that aborted, so far.
-    int64_t finishedCooks() const { return m_finishedCooks.load(); }
-    int64_t abortedAttempts() const { return m_abortedAttempts.load(); }
+    int64_t finishedCooks() const { return m_finishedCooks.sum(); }
+    int64_t abortedAttempts() const { return m_abortedAttempts.sum(); }
 
     /// Drops every cooked location (their op instances, and so their private data, go with them).
     void clear();
@@ -160,8 +161,9 @@ private:
     // Keyed by the node's record (a SceneLocation or CookedLocation), which stays put until clear().
     tbb::concurrent_unordered_map<const void*, std::unique_ptr<XformModel::Operations>, RecordHash>
         m_flattened;
-    std::atomic<int64_t> m_finishedCooks{0};
-    std::atomic<int64_t> m_abortedAttempts{0};
+    // Counted by every cook of every thread.
+    ShardedCounter m_finishedCooks;
+    ShardedCounter m_abortedAttempts;
 };
 
 } // namespace VexilHost

@@ -16,7 +16,6 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         data->paths.emplace_back(entry);
     }
     const std::vector<std::string_view>& paths = data->paths;
-    data->listHash = list.getHash();
     data->positions.reserve(paths.size());
     for (size_t i = 0; i < paths.size(); ++i) {
         const std::string_view path = paths[i];

@@ -27,7 +27,6 @@ struct ConstraintListData {
     /// scene's list, so the paths are not copied.
     std::vector<std::string_view> paths;
     Qn::StringAttribute list;
-    Qn::Hash listHash; ///< hash of the list attribute it was built from
     /// The first and last position in `paths` of every listed path, viewing into `paths`: membership
     /// and order without a search, for the checks every constraint makes on its targets' ancestors.
     std::unordered_map<std::string_view, std::pair<size_t, size_t>> positions;

@@ -173,10 +173,7 @@ QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, 
                 times.assign(parent->times.begin(), parent->times.end());
             }
             XformModel::addSampleTimes(CookContext::from(h).ownXform(), times);
-            if (times.empty()) {
-                times.push_back(0.0f); // as for any chain without a sampled operation
-            }
-            return Qn::FloatAttribute(times).releaseHandle();
+            return Qn::FloatAttribute(XformModel::sampledOrCurrentTime(std::move(times))).releaseHandle();
         }
         XformChain chain;
         if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {

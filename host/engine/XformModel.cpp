@@ -249,6 +249,10 @@ std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain)
             addSampleTimes(*ops, times);
         }
     }
+    return sampledOrCurrentTime(std::move(times));
+}
+
+std::vector<float> sampledOrCurrentTime(std::vector<float> times) {
     if (times.empty()) {
         times.push_back(0.0f);
     }

@@ -65,5 +65,9 @@ Imath::M44d worldAt(const std::vector<const Operations*>& chain, float time);
 /// times of every operation of it and of its ancestors ({0} when there is none).
 std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain);
 
+/// The world-transform sample times of a chain whose operations are sampled at `times` (sorted,
+/// unique, possibly empty): those, or {0} when none is sampled.
+std::vector<float> sampledOrCurrentTime(std::vector<float> times);
+
 } // namespace XformModel
 } // namespace VexilHost

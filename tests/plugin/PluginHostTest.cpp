@@ -19,10 +19,13 @@ FakeCook& fake(VexilCookHandle h) {
 }
 
 // The stand-in world: a location translated by (t, 2t, 0) at time t; "/short" answers with 15 values.
-QnAttributeHandle sampleTimes(VexilCookHandle h, const char*, int32_t, int32_t, QnAttributeHandle,
-                              uint8_t* abort) {
+QnAttributeHandle sampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t,
+                              QnAttributeHandle, uint8_t* abort) {
     if (fake(h).abortQueries) {
         *abort = 1;
+        return nullptr;
+    }
+    if (std::string(path, static_cast<size_t>(pathLength)) == "/nothing") {
         return nullptr;
     }
     return Qn::FloatAttribute(std::vector<float>{-0.25f, 0.0f, 0.25f}).releaseHandle();
@@ -53,11 +56,14 @@ QnAttributeHandle xformAtTimes(VexilCookHandle h, const char* path, int32_t path
 // Entries 3 and 4 answer as entries 0 and 1 do, counting their calls.
 int g_copies = 0;
 
-int64_t copySampleTimes(VexilCookHandle h, const char*, int32_t, int32_t, QnAttributeHandle, float* out,
-                        int64_t capacity, uint8_t* abort) {
+int64_t copySampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t, QnAttributeHandle,
+                        float* out, int64_t capacity, uint8_t* abort) {
     ++g_copies;
     if (fake(h).abortQueries) {
         *abort = 1;
+        return -1;
+    }
+    if (std::string(path, static_cast<size_t>(pathLength)) == "/nothing") {
         return -1;
     }
     const float times[] = {-0.25f, 0.0f, 0.25f};
@@ -188,6 +194,7 @@ TEST_F(PluginHostTest, CopiesUseTheNewEntriesOrFallBackOnAnOlderHost) {
         float times[2] = {9.0f, 9.0f};
         EXPECT_EQ(Host::copyWorldXformSampleTimes(iface(), "/root/world/a", times, 2), 3);
         EXPECT_EQ(std::vector<float>(times, times + 2), (std::vector<float>{-0.25f, 0.0f}));
+        EXPECT_EQ(Host::copyWorldXformSampleTimes(iface(), "/nothing", times, 2), -1);
 
         const float asked[] = {0.25f, -0.5f, 0.25f};
         double m[3 * 16 + 1];
@@ -202,7 +209,7 @@ TEST_F(PluginHostTest, CopiesUseTheNewEntriesOrFallBackOnAnOlderHost) {
         EXPECT_EQ(m[48], 7.0);
         EXPECT_FALSE(Host::copyWorldXformAtTimes(iface(), "/missing", asked, 1, m));
         EXPECT_FALSE(Host::copyWorldXformAtTimes(iface(), "/root/world/a", asked, 0, m));
-        EXPECT_EQ(g_copies, host == &g_fullHost ? 4 : 0);
+        EXPECT_EQ(g_copies, host == &g_fullHost ? 5 : 0);
 
         m_cook.abortQueries = true;
         EXPECT_THROW(Host::copyWorldXformSampleTimes(iface(), "/a", times, 2),

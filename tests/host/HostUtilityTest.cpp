@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <sstream>
 
 namespace VexilHost {
 namespace {
@@ -237,12 +238,13 @@ TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
     const Rows turned0 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1};
     const Rows turned1 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 12, 0, 1};
     const Rows moved = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 5, 5, 1};
+    const Rows moved1 = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 10, 5, 1};
     const char* probe = "/root/world/probe";
     const char* target = "/root/world/parent/target";
     const Case cases[] = {
         {probe, target, nullptr, {1.0f, 0.0f, 1.0f}, {turned1, turned0, turned1}},
         {target, target, nullptr, {1.0f, 0.0f}, {turned1, turned0}},
-        {probe, target, overrides.getHandle(), {0.5f}, {moved}},
+        {probe, target, overrides.getHandle(), {1.0f, 0.5f}, {moved1, moved}},
         {probe, "/root/world/missing", nullptr, {0.0f}, {}},
         {probe, target, nullptr, {}, {}},
     };
@@ -308,6 +310,64 @@ TEST(HostUtilities, CopiesAbortForALocationNotCookedYet) {
               1);
     EXPECT_EQ(abort, 0);
     EXPECT_EQ(matrix[13], 12.0);
+}
+
+TEST(HostUtilities, AConstraintSeesEveryTimeOfAChainWithMoreTimesThanItsStackBuffer) {
+    // The follower (translate x 10 at -0.1 -> 11 at 0.25) point-constrained to a target sampled at seven
+    // times: the union, nine times, is answered at each time, so follower + resolved = target.
+    const SceneLocation root = location(
+        "root", {},
+        {location(
+            "world", {},
+            {location("target", {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}},
+                                                                          {0.1f, {1, 0, 0}},
+                                                                          {0.2f, {2, 1, 0}},
+                                                                          {0.3f, {3, 1, 1}},
+                                                                          {0.4f, {4, 2, 0}},
+                                                                          {0.5f, {4, 2, 0}},
+                                                                          {0.7f, {5, 5, 5}}},
+                                                                         3)}})}}),
+             location("follower",
+                      {{"xform", group({{"translate",
+                                         animated({{-0.1f, {10, 0, 0}}, {0.25f, {11, 0, 0}}}, 3)}})}})})});
+    const Qn::GroupAttribute constraint =
+        group({{"baseLocationPath", strings({"/root/world/follower"})},
+               {"constraintGroup", group({{"type", strings({"Point"})},
+                                          {"target", strings({"/root/world/target"})},
+                                          {"args", group({{"targetOrigin", strings({"origin"})},
+                                                          {"baseOrigin", strings({"origin"})}})}})}});
+    const SceneFile file =
+        sceneFile(root, {op("ConstraintSetup", "/root", {{"constraints", group({{"follow", constraint}})}}),
+                         op("ConstraintResolve", "/root")});
+    std::ostringstream diagnostics;
+    const OpRegistry registry = OpRegistry::load(OpRegistry::defaultSearchPath({}), diagnostics);
+    Engine engine(file, registry);
+    const SceneLocation out = engine.cook();
+    const Qn::DoubleAttribute resolved(
+        attrOf(out, "/root/world/follower", "xform.resolvedconstraint.matrix"));
+    ASSERT_TRUE(resolved.isValid()) << dump(out);
+    struct Sample {
+        float time;
+        double followerX;
+        Imath::V3d target;
+    };
+    const Sample samples[] = {{-0.1f, 10, {0, 0, 0}},
+                              {0.0f, 10 + 0.1 / 0.35, {0, 0, 0}},
+                              {0.1f, 10 + 0.2 / 0.35, {1, 0, 0}},
+                              {0.2f, 10 + 0.3 / 0.35, {2, 1, 0}},
+                              {0.25f, 11, {2.5, 1, 0.5}},
+                              {0.3f, 11, {3, 1, 1}},
+                              {0.4f, 11, {4, 2, 0}},
+                              {0.5f, 11, {4, 2, 0}},
+                              {0.7f, 11, {5, 5, 5}}};
+    ASSERT_EQ(resolved.getNumberOfTimeSamples(), 9);
+    for (const Sample& sample : samples) {
+        const auto m = resolved.getNearestSample(sample.time);
+        ASSERT_EQ(m.size, 16);
+        EXPECT_NEAR(m[12] + sample.followerX, sample.target.x, 1e-6) << sample.time;
+        EXPECT_NEAR(m[13], sample.target.y, 1e-6) << sample.time;
+        EXPECT_NEAR(m[14], sample.target.z, 1e-6) << sample.time;
+    }
 }
 
 } // namespace

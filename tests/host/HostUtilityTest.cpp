@@ -275,98 +275,63 @@ TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
     }
 }
 
-TEST(HostUtilities, CopiesAbortForALocationNotCookedYet) {
+TEST(HostUtilities, CopiesAbortForALocationNotCookedYetAndAnswerOnceItIs) {
     // Step 2 reads step 1, which abort mode does not cook on demand.
     const SceneFile file = sceneFile(scene(), {op("TestMark", "/root/world"), op("TestMark", "/root/world")});
-    const XFormUtilHostSuite* suite = xformUtilSuite();
-    const std::string target = "/root/world/parent/target";
-    const int32_t length = static_cast<int32_t>(target.size());
-    const float times[] = {1.0f};
-    float buffer[4] = {kSentinel, kSentinel, kSentinel, kSentinel};
-    double matrix[16] = {};
-    {
+    const char* target = "/root/world/parent/target";
+    for (bool cooked : {false, true}) {
         DirectCook cook(file, true, 2, "/root/world/probe");
-        uint8_t abort = 0;
-        EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), target.data(), length, -1, nullptr,
-                                                   buffer, 4, &abort),
-                  -1);
-        EXPECT_EQ(abort, 1);
-        EXPECT_EQ(buffer[0], kSentinel);
-        abort = 0;
-        EXPECT_EQ(suite->copyWorldXformAtTimes(cook.context.handle(), target.data(), length, -1, times, 1,
-                                               nullptr, matrix, &abort),
-                  0);
-        EXPECT_EQ(abort, 1);
+        if (cooked) {
+            cook.graph.locate(1, target);
+        }
+        float times[4] = {kSentinel, kSentinel, 1.0f, kSentinel};
+        double matrix[16] = {};
+        uint8_t abortTimes = 0, abortMatrix = 0;
+        const XFormUtilHostSuite* suite = xformUtilSuite();
+        EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), target, 25, -1, nullptr, times, 4,
+                                                   &abortTimes),
+                  cooked ? 3 : -1);
+        EXPECT_EQ(times[0], cooked ? 0.0f : kSentinel);
+        EXPECT_EQ(suite->copyWorldXformAtTimes(cook.context.handle(), target, 25, -1, times + 2, 1, nullptr,
+                                               matrix, &abortMatrix),
+                  cooked ? 1 : 0);
+        EXPECT_EQ(abortTimes + abortMatrix, cooked ? 0 : 2);
+        EXPECT_EQ(matrix[13], cooked ? 12.0 : 0.0); // the target's origin at time 1 is (0, 12, 0)
     }
-    // Once the target is cooked, the same questions are answered.
-    DirectCook cook(file, true, 2, "/root/world/probe");
-    cook.graph.locate(1, target);
-    uint8_t abort = 0;
-    EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), target.data(), length, -1, nullptr,
-                                               buffer, 4, &abort),
-              3);
-    EXPECT_EQ(suite->copyWorldXformAtTimes(cook.context.handle(), target.data(), length, -1, times, 1,
-                                           nullptr, matrix, &abort),
-              1);
-    EXPECT_EQ(abort, 0);
-    EXPECT_EQ(matrix[13], 12.0);
 }
 
 TEST(HostUtilities, AConstraintSeesEveryTimeOfAChainWithMoreTimesThanItsStackBuffer) {
-    // The follower (translate x 10 at -0.1 -> 11 at 0.25) point-constrained to a target sampled at seven
-    // times: the union, nine times, is answered at each time, so follower + resolved = target.
+    // A follower at (10,0,0) point-constrained to a target sampled at seven times: resolved = target - 10x.
+    const std::vector<std::pair<float, std::vector<double>>> path = {
+        {0.0f, {0, 0, 0}}, {0.1f, {1, 0, 0}}, {0.2f, {2, 1, 0}}, {0.3f, {3, 1, 1}},
+        {0.4f, {4, 2, 0}}, {0.5f, {4, 2, 0}}, {0.7f, {5, 5, 5}}};
     const SceneLocation root = location(
         "root", {},
-        {location(
-            "world", {},
-            {location("target", {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}},
-                                                                          {0.1f, {1, 0, 0}},
-                                                                          {0.2f, {2, 1, 0}},
-                                                                          {0.3f, {3, 1, 1}},
-                                                                          {0.4f, {4, 2, 0}},
-                                                                          {0.5f, {4, 2, 0}},
-                                                                          {0.7f, {5, 5, 5}}},
-                                                                         3)}})}}),
-             location("follower",
-                      {{"xform", group({{"translate",
-                                         animated({{-0.1f, {10, 0, 0}}, {0.25f, {11, 0, 0}}}, 3)}})}})})});
-    const Qn::GroupAttribute constraint =
-        group({{"baseLocationPath", strings({"/root/world/follower"})},
-               {"constraintGroup", group({{"type", strings({"Point"})},
+        {location("world", {},
+                  {location("target", {{"xform", group({{"translate", animated(path, 3)}})}}),
+                   location("follower", {{"xform", group({{"translate", doubles({10, 0, 0})}})}})})});
+    const NamedAttrs args = {
+        {"constraints",
+         group({{"follow", group({{"baseLocationPath", strings({"/root/world/follower"})},
+                                  {"constraintGroup",
+                                   group({{"type", strings({"Point"})},
                                           {"target", strings({"/root/world/target"})},
                                           {"args", group({{"targetOrigin", strings({"origin"})},
-                                                          {"baseOrigin", strings({"origin"})}})}})}});
+                                                          {"baseOrigin", strings({"origin"})}})}})}})}})}};
     const SceneFile file =
-        sceneFile(root, {op("ConstraintSetup", "/root", {{"constraints", group({{"follow", constraint}})}}),
-                         op("ConstraintResolve", "/root")});
+        sceneFile(root, {op("ConstraintSetup", "/root", args), op("ConstraintResolve", "/root")});
     std::ostringstream diagnostics;
     const OpRegistry registry = OpRegistry::load(OpRegistry::defaultSearchPath({}), diagnostics);
     Engine engine(file, registry);
     const SceneLocation out = engine.cook();
     const Qn::DoubleAttribute resolved(
         attrOf(out, "/root/world/follower", "xform.resolvedconstraint.matrix"));
-    ASSERT_TRUE(resolved.isValid()) << dump(out);
-    struct Sample {
-        float time;
-        double followerX;
-        Imath::V3d target;
-    };
-    const Sample samples[] = {{-0.1f, 10, {0, 0, 0}},
-                              {0.0f, 10 + 0.1 / 0.35, {0, 0, 0}},
-                              {0.1f, 10 + 0.2 / 0.35, {1, 0, 0}},
-                              {0.2f, 10 + 0.3 / 0.35, {2, 1, 0}},
-                              {0.25f, 11, {2.5, 1, 0.5}},
-                              {0.3f, 11, {3, 1, 1}},
-                              {0.4f, 11, {4, 2, 0}},
-                              {0.5f, 11, {4, 2, 0}},
-                              {0.7f, 11, {5, 5, 5}}};
-    ASSERT_EQ(resolved.getNumberOfTimeSamples(), 9);
-    for (const Sample& sample : samples) {
-        const auto m = resolved.getNearestSample(sample.time);
-        ASSERT_EQ(m.size, 16);
-        EXPECT_NEAR(m[12] + sample.followerX, sample.target.x, 1e-6) << sample.time;
-        EXPECT_NEAR(m[13], sample.target.y, 1e-6) << sample.time;
-        EXPECT_NEAR(m[14], sample.target.z, 1e-6) << sample.time;
+    ASSERT_EQ(resolved.getNumberOfTimeSamples(), 7) << dump(out);
+    for (const auto& [time, origin] : path) {
+        const auto m = resolved.getNearestSample(time);
+        EXPECT_EQ(std::vector<double>(m.begin() + 12, m.end()),
+                  (std::vector<double>{origin[0] - 10, origin[1], origin[2], 1}))
+            << time;
     }
 }
 

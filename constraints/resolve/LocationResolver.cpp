@@ -224,22 +224,56 @@ public:
 
     XformSamples getWorldXform(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                                const SampleTimes& times) override {
-        std::vector<float> timeList(times.begin(), times.end());
-        std::vector<Imath::M44d> matrices = Qn::VexilPluginHost::getWorldXformAtTimes(
-            cookInterface, locationPath, timeList,
-            m_session.overridesFor(locationPath, m_basePath, m_baseOverride));
+        // A constraint asks for a handful of times: their matrices land on the stack, then in the samples.
+        double onStack[4 * 16];
+        std::vector<double> onHeap;
+        double* values = onStack;
+        if (times.size() > 4) {
+            onHeap.resize(16 * times.size());
+            values = onHeap.data();
+        }
         XformSamples samples;
-        for (size_t i = 0; i < matrices.size() && i < timeList.size(); ++i) {
-            samples.emplace(timeList[i], matrices[i]);
+        if (!Qn::VexilPluginHost::copyWorldXformAtTimes(
+                cookInterface, locationPath, times.empty() ? nullptr : &*times.begin(),
+                static_cast<int64_t>(times.size()), values,
+                m_session.overridesFor(locationPath, m_basePath, m_baseOverride))) {
+            return samples;
+        }
+        samples.reserve(times.size());
+        const double* m = values;
+        for (float time : times) {
+            // The times are sorted and distinct: each sample goes at the end.
+            samples.emplace_hint(samples.end(), time,
+                                 Imath::M44d(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8], m[9],
+                                             m[10], m[11], m[12], m[13], m[14], m[15]));
+            m += 16;
         }
         return samples;
     }
 
     SampleTimes getWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface,
                                          const std::string& locationPath) override {
-        std::vector<float> times = Qn::VexilPluginHost::getWorldXformSampleTimes(
-            cookInterface, locationPath, m_session.overridesFor(locationPath, m_basePath, m_baseOverride));
-        return SampleTimes(times.begin(), times.end());
+        const Qn::GroupAttribute overrides = m_session.overridesFor(locationPath, m_basePath, m_baseOverride);
+        float onStack[4];
+        int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimes(cookInterface, locationPath, onStack,
+                                                                       4, overrides);
+        const float* times = onStack;
+        std::vector<float> onHeap;
+        if (count > 4) {
+            onHeap.resize(static_cast<size_t>(count));
+            count = std::min(count, Qn::VexilPluginHost::copyWorldXformSampleTimes(
+                                        cookInterface, locationPath, onHeap.data(), count, overrides));
+            times = onHeap.data();
+        }
+        if (count <= 0) {
+            return SampleTimes();
+        }
+        // The host's times are sorted and distinct; anything else is sorted here.
+        const float* end = times + count;
+        if (std::adjacent_find(times, end, [](float a, float b) { return !(a < b); }) == end) {
+            return SampleTimes(boost::container::ordered_unique_range, times, end);
+        }
+        return SampleTimes(times, end);
     }
 
 private:

@@ -10,7 +10,7 @@ namespace VexilHost {
 /// client classes on first use. Null only if the library offers no suite.
 const AttributeHostSuite* attributeSuite();
 
-/// The XFormUtilHost suite (version 1) of this host.
+/// The XFormUtilHost suite (version 2, also offered as version 1) of this host.
 const XFormUtilHostSuite* xformUtilSuite();
 
 /// The VexilCookInterfaceUtilsHost suite (version 1) of this host.

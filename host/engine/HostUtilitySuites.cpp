@@ -151,36 +151,97 @@ QnAttributeHandle matrixSamples(const QueryTimes& times, const QueryMatrices& ma
         .releaseHandle();
 }
 
+/// Hands the world sample times of the location to `sink(times, count)`; false when the query aborted
+/// or cannot be answered. A missing location has the times of an empty chain ({0}).
+template <class Sink>
+bool worldSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                      QnAttributeHandle overrides, uint8_t* abort, Sink&& sink) {
+    if (usesWorldMemo(h, path, pathLength, overrides)) {
+        StageGraph::WorldMemo* memo = nullptr;
+        if (!plainWorld(h, path, pathLength, inputIndex, abort, memo)) {
+            return false;
+        }
+        if (memo == nullptr) {
+            const std::vector<float> times = XformModel::worldSampleTimes({});
+            sink(times.data(), times.size());
+        } else {
+            sink(memo->times.data(), memo->times.size());
+        }
+        return true;
+    }
+    StageGraph::WorldMemo* parent = nullptr;
+    if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
+        // The parent's times with the location's own added: the times of the whole chain.
+        std::vector<float> times;
+        if (parent->timed) {
+            times.reserve(parent->times.size() + 2);
+            times.assign(parent->times.begin(), parent->times.end());
+        }
+        XformModel::addSampleTimes(CookContext::from(h).ownXform(), times);
+        times = XformModel::sampledOrCurrentTime(std::move(times));
+        sink(times.data(), times.size());
+        return true;
+    }
+    XformChain chain;
+    if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {
+        return false;
+    }
+    const std::vector<float> times = XformModel::worldSampleTimes(chain.pointers());
+    sink(times.data(), times.size());
+    return true;
+}
+
+/// Hands the world transform of the location at each of `times`, in their order, to
+/// `sink(index, matrix)`; false when the query aborted, the location does not exist or there is no
+/// time. Each matrix depends on its own time alone.
+template <class Sink>
+bool worldAtTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                  const float* times, size_t numTimes, QnAttributeHandle overrides, uint8_t* abort,
+                  Sink&& sink) {
+    if (usesWorldMemo(h, path, pathLength, overrides)) {
+        StageGraph::WorldMemo* memo = nullptr;
+        if (!plainWorld(h, path, pathLength, inputIndex, abort, memo) || memo == nullptr || numTimes == 0) {
+            return false;
+        }
+        for (size_t i = 0; i < numTimes; ++i) {
+            sink(i, StageGraph::worldAt(*memo, times[i]));
+        }
+        return true;
+    }
+    StageGraph::WorldMemo* parent = nullptr;
+    if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
+        if (numTimes == 0) {
+            return false;
+        }
+        const XformModel::Operations& own = CookContext::from(h).ownXform();
+        for (size_t i = 0; i < numTimes; ++i) {
+            // As XformModel::worldAt does for the last location of a chain.
+            const XformModel::Local local = XformModel::localAt(own, times[i]);
+            sink(i,
+                 local.resetsParent ? local.matrix : local.matrix * StageGraph::worldAt(*parent, times[i]));
+        }
+        return true;
+    }
+    XformChain chain;
+    if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain) || !chain.exists ||
+        numTimes == 0) {
+        return false;
+    }
+    for (size_t i = 0; i < numTimes; ++i) {
+        sink(i, XformModel::worldAt(chain.pointers(), times[i]));
+    }
+    return true;
+}
+
 QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength,
                                            int32_t inputIndex, QnAttributeHandle overrides, uint8_t* abort) {
     try {
-        if (usesWorldMemo(h, path, pathLength, overrides)) {
-            StageGraph::WorldMemo* memo = nullptr;
-            if (!plainWorld(h, path, pathLength, inputIndex, abort, memo)) {
-                return nullptr;
-            }
-            if (memo == nullptr) {
-                return Qn::FloatAttribute(XformModel::worldSampleTimes({})).releaseHandle();
-            }
-            return Qn::FloatAttribute(memo->times).releaseHandle();
-        }
-        StageGraph::WorldMemo* parent = nullptr;
-        if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
-            // The parent's times with the location's own added: the times of the whole chain.
-            std::vector<float> times;
-            if (parent->timed) {
-                times.reserve(parent->times.size() + 2);
-                times.assign(parent->times.begin(), parent->times.end());
-            }
-            XformModel::addSampleTimes(CookContext::from(h).ownXform(), times);
-            return Qn::FloatAttribute(XformModel::sampledOrCurrentTime(std::move(times))).releaseHandle();
-        }
-        XformChain chain;
-        if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {
-            return nullptr;
-        }
-        const std::vector<float> times = XformModel::worldSampleTimes(chain.pointers());
-        return Qn::FloatAttribute(times).releaseHandle();
+        QnAttributeHandle result = nullptr;
+        worldSampleTimes(h, path, pathLength, inputIndex, overrides, abort,
+                         [&result](const float* times, size_t count) {
+                             result = Qn::FloatAttribute(times, static_cast<int64_t>(count)).releaseHandle();
+                         });
+        return result;
     } catch (...) {
         return nullptr;
     }
@@ -190,51 +251,50 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
                                        int32_t inputIndex, const float* times, int64_t numTimes,
                                        QnAttributeHandle overrides, uint8_t* abort) {
     try {
-        QueryMatrices matrices;
-        if (usesWorldMemo(h, path, pathLength, overrides)) {
-            StageGraph::WorldMemo* memo = nullptr;
-            if (!plainWorld(h, path, pathLength, inputIndex, abort, memo) || memo == nullptr) {
-                return nullptr;
-            }
-            const QueryTimes sorted = sortedTimes(times, numTimes);
-            if (sorted.empty()) {
-                return nullptr;
-            }
-            for (float t : sorted) {
-                matrices.push_back(StageGraph::worldAt(*memo, t));
-            }
-            return matrixSamples(sorted, matrices);
-        }
-        StageGraph::WorldMemo* parent = nullptr;
-        if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
-            const QueryTimes sorted = sortedTimes(times, numTimes);
-            if (sorted.empty()) {
-                return nullptr;
-            }
-            const XformModel::Operations& own = CookContext::from(h).ownXform();
-            matrices.reserve(sorted.size());
-            for (float t : sorted) {
-                // As XformModel::worldAt does for the last location of a chain.
-                const XformModel::Local local = XformModel::localAt(own, t);
-                matrices.push_back(local.resetsParent ? local.matrix
-                                                      : local.matrix * StageGraph::worldAt(*parent, t));
-            }
-            return matrixSamples(sorted, matrices);
-        }
-        XformChain chain;
-        if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain) || !chain.exists) {
-            return nullptr;
-        }
         const QueryTimes sorted = sortedTimes(times, numTimes);
-        if (sorted.empty()) {
+        QueryMatrices matrices(sorted.size());
+        if (!worldAtTimes(h, path, pathLength, inputIndex, sorted.data(), sorted.size(), overrides, abort,
+                          [&matrices](size_t i, const Imath::M44d& m) { matrices[i] = m; })) {
             return nullptr;
-        }
-        for (float t : sorted) {
-            matrices.push_back(XformModel::worldAt(chain.pointers(), t));
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
         return nullptr;
+    }
+}
+
+int64_t copyWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                                  QnAttributeHandle overrides, float* timesOut, int64_t capacity,
+                                  uint8_t* abort) {
+    try {
+        int64_t count = -1;
+        worldSampleTimes(h, path, pathLength, inputIndex, overrides, abort,
+                         [&](const float* times, size_t n) {
+                             count = static_cast<int64_t>(n);
+                             if (timesOut != nullptr && capacity > 0) {
+                                 std::copy_n(times, std::min(count, capacity), timesOut);
+                             }
+                         });
+        return count;
+    } catch (...) {
+        return -1;
+    }
+}
+
+uint8_t copyWorldXformAtTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
+                              const float* times, int64_t numTimes, QnAttributeHandle overrides,
+                              double* matricesOut, uint8_t* abort) {
+    try {
+        const size_t count =
+            times != nullptr && matricesOut != nullptr && numTimes > 0 ? static_cast<size_t>(numTimes) : 0;
+        return worldAtTimes(h, path, pathLength, inputIndex, times, count, overrides, abort,
+                            [matricesOut](size_t i, const Imath::M44d& m) {
+                                std::copy_n(m.getValue(), 16, matricesOut + 16 * i);
+                            })
+                   ? 1
+                   : 0;
+    } catch (...) {
+        return 0;
     }
 }
 
@@ -302,7 +362,8 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
 }
 
 const XFormUtilHostSuite kXformUtilSuite = {&getWorldXformSampleTimes, &getWorldXformAtTimes,
-                                            &getLocalXformAtTimes};
+                                            &getLocalXformAtTimes, &copyWorldXformSampleTimes,
+                                            &copyWorldXformAtTimes};
 const VexilCookInterfaceUtilsHostSuite kCookUtilsSuite = {&getWorldBound};
 
 } // namespace

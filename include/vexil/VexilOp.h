@@ -151,11 +151,14 @@ typedef struct VexilOpSuite {
 /* ---- Host utility suites -------------------------------------------------------------------- */
 
 #define VEXIL_XFORM_UTIL_SUITE_NAME "XFormUtilHost"
-#define VEXIL_XFORM_UTIL_SUITE_VERSION 1
+#define VEXIL_XFORM_UTIL_SUITE_VERSION 2
 
 /** World transforms as the host computes them (row vectors, W = L * Wparent). `overrides` is null
  *  or a group built in literal mode whose children, keyed by absolute location path, replace that
- *  location's `xform` group in the computation (used to see resolved constraints). */
+ *  location's `xform` group in the computation (used to see resolved constraints). Version 2 adds
+ *  entries 3 and 4, which answer entries 0 and 1 into buffers the caller owns (no attribute is made);
+ *  entries 0-2 are unchanged, so a host offering version 2 may hand the same table to a request for
+ *  version 1. */
 typedef struct XFormUtilHostSuite {
     /** 0: the sorted union of the sample times of every transform operation of the location and its
      *  ancestors, as a float attribute (one sample, one value per time); never empty ({0}). */
@@ -170,6 +173,21 @@ typedef struct XFormUtilHostSuite {
     /** 2: the local transform of an `xform` group at each of `times` (same layout as entry 1). */
     QnAttributeHandle (*getLocalXformAtTimes)(QnAttributeHandle xformGroup, const float* times,
                                               int64_t numTimes);
+    /** 3: the times entry 0 answers, in the same order, written to `timesOut` (at most `capacity` of
+     *  them; `timesOut` may be null when `capacity` is 0). Returns how many there are, which may
+     *  exceed `capacity`: the caller then asks again with room for that many. Returns -1 when entry 0
+     *  would return null (the query aborted, setting *abort to 1, or cannot be answered). */
+    int64_t (*copyWorldXformSampleTimes)(VexilCookHandle h, const char* path, int32_t pathLength,
+                                         int32_t inputIndex, QnAttributeHandle overrides, float* timesOut,
+                                         int64_t capacity, uint8_t* abort);
+    /** 4: the world transform at each of `times`, in their order (a time given twice is answered
+     *  twice), written to `matricesOut` as 16 doubles per time, row by row (room for 16 * numTimes
+     *  values); each matrix is the one entry 1 gives for that time. Returns 1, or 0 when entry 1 would
+     *  return null (the location does not exist, `numTimes` is below 1, or the query aborted, setting
+     *  *abort to 1); after 0 the buffer's contents are undefined. */
+    uint8_t (*copyWorldXformAtTimes)(VexilCookHandle h, const char* path, int32_t pathLength,
+                                     int32_t inputIndex, const float* times, int64_t numTimes,
+                                     QnAttributeHandle overrides, double* matricesOut, uint8_t* abort);
 } XFormUtilHostSuite;
 
 #define VEXIL_COOK_UTILS_SUITE_NAME "VexilCookInterfaceUtilsHost"

@@ -1,12 +1,17 @@
 // The XFormUtilHost and VexilCookInterfaceUtilsHost suites as an op sees them, against transforms
 // and bounds worked out by hand.
+#include "host/engine/CookContext.h"
 #include "host/engine/Engine.h"
 #include "host/engine/HostServices.h"
+#include "host/engine/StageGraph.h"
 #include "tests/host/HostTestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
+#include <sstream>
 
 namespace VexilHost {
 namespace {
@@ -163,6 +168,171 @@ TEST(HostUtilities, LocalTransformOfAnXformGroupAtSortedDistinctTimes) {
     const std::vector<double> expected = {1, 0, 0, 0, 0, 2, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1};
     EXPECT_EQ(std::vector<double>(quarter.begin(), quarter.end()), expected);
     EXPECT_EQ(suite->getLocalXformAtTimes(xform.getHandle(), times, 0), nullptr);
+}
+
+/// A cook of step `stage` at `at`, made by hand so that the suite's entries can be called directly.
+struct DirectCook {
+    DirectCook(SceneFile sceneFile, bool abortMode, int stage, std::string at)
+        : file(std::move(sceneFile)), graph(file, testRegistry(), abortMode), path(std::move(at)),
+          context(graph, stage, path, Traversal{}, graph.locate(stage - 1, path)) {}
+    SceneFile file; ///< the graph reads it while it lives
+    StageGraph graph;
+    std::string path;
+    CookContext context;
+};
+
+const float kSentinel = -99.0f;
+
+TEST(HostUtilities, CopiedTimesAreEntryZerosAndCountWhatDidNotFit) {
+    DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1, "/root/world/probe");
+    const XFormUtilHostSuite* suite = xformUtilSuite();
+    struct Case {
+        const char* path;
+        int32_t inputIndex;
+        int64_t capacity;
+        int64_t count;
+        std::vector<float> times; ///< all of them, as entry 0 gives them
+    };
+    const Case cases[] = {
+        {"/root/world/parent/target", -1, 4, 3, {0.0f, 0.5f, 1.0f}},
+        {"/root/world/parent/target", 0, 2, 3, {0.0f, 0.5f, 1.0f}}, // too small: the count, to ask again
+        {"/root/world/lamp.001", -1, 4, 2, {0.0f, 1.0f}},
+        {"/root/world/missing", -1, 4, 1, {0.0f}}, // nothing sampled: the current time
+        {"/root/world/parent/target", 3, 4, -1, {}},
+    };
+    for (const Case& c : cases) {
+        float buffer[4] = {kSentinel, kSentinel, kSentinel, kSentinel};
+        const int32_t length = static_cast<int32_t>(std::strlen(c.path));
+        uint8_t abort = 0;
+        EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), c.path, length, c.inputIndex,
+                                                   nullptr, buffer, c.capacity, &abort),
+                  c.count)
+            << c.path;
+        std::vector<float> written(4, kSentinel);
+        std::copy_n(c.times.begin(), std::min<size_t>(c.times.size(), static_cast<size_t>(c.capacity)),
+                    written.begin());
+        EXPECT_EQ(std::vector<float>(buffer, buffer + 4), written) << c.path;
+        EXPECT_EQ(abort, 0);
+        EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), c.path, length, c.inputIndex,
+                                                   nullptr, nullptr, 0, &abort),
+                  c.count)
+            << c.path;
+        const Qn::FloatAttribute old(Qn::Attribute::adopt(suite->getWorldXformSampleTimes(
+            cook.context.handle(), c.path, length, c.inputIndex, nullptr, &abort)));
+        EXPECT_EQ(old.isValid(), c.count >= 0) << c.path;
+        const auto values = old.getNearestSample(0.0f);
+        EXPECT_EQ(std::vector<float>(values.begin(), values.end()), c.times) << c.path;
+    }
+}
+
+TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
+    const Qn::GroupAttribute overrides =
+        group({{"/root/world/parent", group({{"translate", doubles({0, 0, 5})}})}});
+    struct Case {
+        const char* at; ///< the cooked location: asking for it takes the host's own-location way
+        const char* path;
+        QnAttributeHandle overrides;
+        std::vector<float> times;
+        std::vector<Rows> matrices; ///< none: the entry answers 0
+    };
+    const Rows turned0 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1};
+    const Rows turned1 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 12, 0, 1};
+    const Rows moved = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 5, 5, 1};
+    const Rows moved1 = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 10, 5, 1};
+    const char* probe = "/root/world/probe";
+    const char* target = "/root/world/parent/target";
+    const Case cases[] = {
+        {probe, target, nullptr, {1.0f, 0.0f, 1.0f}, {turned1, turned0, turned1}},
+        {target, target, nullptr, {1.0f, 0.0f}, {turned1, turned0}},
+        {probe, target, overrides.getHandle(), {1.0f, 0.5f}, {moved1, moved}},
+        {probe, "/root/world/missing", nullptr, {0.0f}, {}},
+        {probe, target, nullptr, {}, {}},
+    };
+    const XFormUtilHostSuite* suite = xformUtilSuite();
+    for (const Case& c : cases) {
+        DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1, c.at);
+        const int32_t length = static_cast<int32_t>(std::strlen(c.path));
+        const int64_t n = static_cast<int64_t>(c.times.size());
+        std::vector<double> out(16 * c.times.size() + 1, 7.0);
+        uint8_t abort = 0;
+        ASSERT_EQ(suite->copyWorldXformAtTimes(cook.context.handle(), c.path, length, -1, c.times.data(), n,
+                                               c.overrides, out.data(), &abort),
+                  c.matrices.empty() ? 0 : 1)
+            << c.at << " " << c.path;
+        EXPECT_EQ(abort, 0);
+        EXPECT_EQ(out.back(), 7.0) << "nothing written past the last matrix";
+        const Qn::DoubleAttribute old(Qn::Attribute::adopt(suite->getWorldXformAtTimes(
+            cook.context.handle(), c.path, length, -1, c.times.data(), n, c.overrides, &abort)));
+        EXPECT_EQ(old.isValid(), !c.matrices.empty());
+        for (size_t m = 0; m < c.matrices.size(); ++m) {
+            const auto sample = old.getNearestSample(c.times[m]);
+            for (size_t i = 0; i < 16; ++i) {
+                EXPECT_NEAR(out[16 * m + i], c.matrices[m][i], 1e-12) << c.at << " sample " << m << " " << i;
+                // Bit for bit what entry 1 gives for that time.
+                EXPECT_EQ(out[16 * m + i], sample[static_cast<int64_t>(i)]) << c.at << " sample " << m;
+            }
+        }
+    }
+}
+
+TEST(HostUtilities, CopiesAbortForALocationNotCookedYetAndAnswerOnceItIs) {
+    // Step 2 reads step 1, which abort mode does not cook on demand.
+    const SceneFile file = sceneFile(scene(), {op("TestMark", "/root/world"), op("TestMark", "/root/world")});
+    const char* target = "/root/world/parent/target";
+    for (bool cooked : {false, true}) {
+        DirectCook cook(file, true, 2, "/root/world/probe");
+        if (cooked) {
+            cook.graph.locate(1, target);
+        }
+        float times[4] = {kSentinel, kSentinel, 1.0f, kSentinel};
+        double matrix[16] = {};
+        uint8_t abortTimes = 0, abortMatrix = 0;
+        const XFormUtilHostSuite* suite = xformUtilSuite();
+        EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), target, 25, -1, nullptr, times, 4,
+                                                   &abortTimes),
+                  cooked ? 3 : -1);
+        EXPECT_EQ(times[0], cooked ? 0.0f : kSentinel);
+        EXPECT_EQ(suite->copyWorldXformAtTimes(cook.context.handle(), target, 25, -1, times + 2, 1, nullptr,
+                                               matrix, &abortMatrix),
+                  cooked ? 1 : 0);
+        EXPECT_EQ(abortTimes + abortMatrix, cooked ? 0 : 2);
+        EXPECT_EQ(matrix[13], cooked ? 12.0 : 0.0); // the target's origin at time 1 is (0, 12, 0)
+    }
+}
+
+TEST(HostUtilities, AConstraintSeesEveryTimeOfAChainWithMoreTimesThanItsStackBuffer) {
+    // A follower at (10,0,0) point-constrained to a target sampled at seven times: resolved = target - 10x.
+    const std::vector<std::pair<float, std::vector<double>>> path = {
+        {0.0f, {0, 0, 0}}, {0.1f, {1, 0, 0}}, {0.2f, {2, 1, 0}}, {0.3f, {3, 1, 1}},
+        {0.4f, {4, 2, 0}}, {0.5f, {4, 2, 0}}, {0.7f, {5, 5, 5}}};
+    const SceneLocation root = location(
+        "root", {},
+        {location("world", {},
+                  {location("target", {{"xform", group({{"translate", animated(path, 3)}})}}),
+                   location("follower", {{"xform", group({{"translate", doubles({10, 0, 0})}})}})})});
+    const NamedAttrs args = {
+        {"constraints",
+         group({{"follow", group({{"baseLocationPath", strings({"/root/world/follower"})},
+                                  {"constraintGroup",
+                                   group({{"type", strings({"Point"})},
+                                          {"target", strings({"/root/world/target"})},
+                                          {"args", group({{"targetOrigin", strings({"origin"})},
+                                                          {"baseOrigin", strings({"origin"})}})}})}})}})}};
+    const SceneFile file =
+        sceneFile(root, {op("ConstraintSetup", "/root", args), op("ConstraintResolve", "/root")});
+    std::ostringstream diagnostics;
+    const OpRegistry registry = OpRegistry::load(OpRegistry::defaultSearchPath({}), diagnostics);
+    Engine engine(file, registry);
+    const SceneLocation out = engine.cook();
+    const Qn::DoubleAttribute resolved(
+        attrOf(out, "/root/world/follower", "xform.resolvedconstraint.matrix"));
+    ASSERT_EQ(resolved.getNumberOfTimeSamples(), 7) << dump(out);
+    for (const auto& [time, origin] : path) {
+        const auto m = resolved.getNearestSample(time);
+        EXPECT_EQ(std::vector<double>(m.begin() + 12, m.end()),
+                  (std::vector<double>{origin[0] - 10, origin[1], origin[2], 1}))
+            << time;
+    }
 }
 
 } // namespace

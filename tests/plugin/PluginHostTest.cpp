@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -18,10 +19,13 @@ FakeCook& fake(VexilCookHandle h) {
 }
 
 // The stand-in world: a location translated by (t, 2t, 0) at time t; "/short" answers with 15 values.
-QnAttributeHandle sampleTimes(VexilCookHandle h, const char*, int32_t, int32_t, QnAttributeHandle,
-                              uint8_t* abort) {
+QnAttributeHandle sampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t,
+                              QnAttributeHandle, uint8_t* abort) {
     if (fake(h).abortQueries) {
         *abort = 1;
+        return nullptr;
+    }
+    if (std::string(path, static_cast<size_t>(pathLength)) == "/nothing") {
         return nullptr;
     }
     return Qn::FloatAttribute(std::vector<float>{-0.25f, 0.0f, 0.25f}).releaseHandle();
@@ -49,6 +53,42 @@ QnAttributeHandle xformAtTimes(VexilCookHandle h, const char* path, int32_t path
     return Qn::DoubleAttribute(samples, location == "/short" ? 15 : 16).releaseHandle();
 }
 
+// Entries 3 and 4 answer as entries 0 and 1 do, counting their calls.
+int g_copies = 0;
+
+int64_t copySampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t, QnAttributeHandle,
+                        float* out, int64_t capacity, uint8_t* abort) {
+    ++g_copies;
+    if (fake(h).abortQueries) {
+        *abort = 1;
+        return -1;
+    }
+    if (std::string(path, static_cast<size_t>(pathLength)) == "/nothing") {
+        return -1;
+    }
+    const float times[] = {-0.25f, 0.0f, 0.25f};
+    std::copy_n(times, std::min<int64_t>(capacity, 3), out);
+    return 3;
+}
+
+uint8_t copyXformAtTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t, const float* times,
+                         int64_t numTimes, QnAttributeHandle, double* out, uint8_t* abort) {
+    ++g_copies;
+    if (fake(h).abortQueries) {
+        *abort = 1;
+        return 0;
+    }
+    if (std::string(path, static_cast<size_t>(pathLength)) == "/missing" || numTimes < 1) {
+        return 0;
+    }
+    for (int64_t i = 0; i < numTimes; ++i) {
+        const double t = times[i];
+        const double m[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, t, 2 * t, 0, 1};
+        std::copy_n(m, 16, out + 16 * i);
+    }
+    return 1;
+}
+
 QnAttributeHandle localAtTimes(QnAttributeHandle, const float* times, int64_t numTimes) {
     std::map<float, std::vector<double>> samples;
     for (int64_t i = 0; i < numTimes; ++i) {
@@ -71,7 +111,8 @@ uint8_t worldBound(VexilCookHandle h, const char* path, int32_t pathLength, int3
     return 1;
 }
 
-const XFormUtilHostSuite g_xformSuite{&sampleTimes, &xformAtTimes, &localAtTimes};
+const XFormUtilHostSuite g_xformSuite{&sampleTimes, &xformAtTimes, &localAtTimes, &copySampleTimes,
+                                      &copyXformAtTimes};
 const VexilCookInterfaceUtilsHostSuite g_boundSuite{&worldBound};
 
 const void* fullHostSuite(const char* name, unsigned int version) {
@@ -83,6 +124,10 @@ const void* fullHostSuite(const char* name, unsigned int version) {
     }
     return nullptr;
 }
+// A host that knows only the first version of the transform suite.
+const void* olderHostSuite(const char* name, unsigned int version) {
+    return std::strcmp(name, VEXIL_XFORM_UTIL_SUITE_NAME) == 0 && version == 1 ? &g_xformSuite : nullptr;
+}
 const void* bareHostSuite(const char*, unsigned int) {
     return nullptr;
 }
@@ -92,6 +137,7 @@ const char* hostName() {
 
 const VexilHost g_fullHost{&fullHostSuite, &hostName};
 const VexilHost g_bareHost{&bareHostSuite, &hostName};
+const VexilHost g_olderHost{&olderHostSuite, &hostName};
 
 class PluginHostTest : public ::testing::Test {
 protected:
@@ -138,6 +184,40 @@ TEST_F(PluginHostTest, WorldTransformsComeInTheOrderOfTheTimes) {
     const std::vector<Imath::M44d> local = Host::getLocalXformAtTimes(Qn::GroupAttribute(), {0.0f, 1.0f});
     ASSERT_EQ(local.size(), 2u);
     EXPECT_EQ(local[1], Imath::M44d().setScale(2.0));
+}
+
+TEST_F(PluginHostTest, CopiesUseTheNewEntriesOrFallBackOnAnOlderHost) {
+    for (const VexilHost* host : {&g_fullHost, &g_olderHost}) {
+        Host::setHost(host);
+        EXPECT_EQ(Host::getXFormUtilSuite(), &g_xformSuite);
+        g_copies = 0;
+        float times[2] = {9.0f, 9.0f};
+        EXPECT_EQ(Host::copyWorldXformSampleTimes(iface(), "/root/world/a", times, 2), 3);
+        EXPECT_EQ(std::vector<float>(times, times + 2), (std::vector<float>{-0.25f, 0.0f}));
+        EXPECT_EQ(Host::copyWorldXformSampleTimes(iface(), "/nothing", times, 2), -1);
+
+        const float asked[] = {0.25f, -0.5f, 0.25f};
+        double m[3 * 16 + 1];
+        m[48] = 7.0;
+        ASSERT_TRUE(Host::copyWorldXformAtTimes(iface(), "/root/world/a", asked, 3, m));
+        const double translations[3][2] = {{0.25, 0.5}, {-0.5, -1.0}, {0.25, 0.5}};
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(m[16 * i + 12], translations[i][0]) << i;
+            EXPECT_EQ(m[16 * i + 13], translations[i][1]) << i;
+            EXPECT_EQ(m[16 * i + 15], 1.0) << i;
+        }
+        EXPECT_EQ(m[48], 7.0);
+        EXPECT_FALSE(Host::copyWorldXformAtTimes(iface(), "/missing", asked, 1, m));
+        EXPECT_FALSE(Host::copyWorldXformAtTimes(iface(), "/root/world/a", asked, 0, m));
+        EXPECT_EQ(g_copies, host == &g_fullHost ? 5 : 0);
+
+        m_cook.abortQueries = true;
+        EXPECT_THROW(Host::copyWorldXformSampleTimes(iface(), "/a", times, 2),
+                     Qn::VexilCookInterface::QueryAbortException);
+        EXPECT_THROW(Host::copyWorldXformAtTimes(iface(), "/a", asked, 1, m),
+                     Qn::VexilCookInterface::QueryAbortException);
+        m_cook.abortQueries = false;
+    }
 }
 
 TEST_F(PluginHostTest, WorldBound) {

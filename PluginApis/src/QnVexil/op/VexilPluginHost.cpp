@@ -1,5 +1,6 @@
 #include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace Qn {
@@ -11,6 +12,8 @@ namespace {
 const VexilHost* g_host = nullptr;
 const XFormUtilHostSuite* g_xformUtilSuite = nullptr;
 const VexilCookInterfaceUtilsHostSuite* g_cookUtilsSuite = nullptr;
+// True when g_xformUtilSuite is version 2: entries 3 and 4 answer into the caller's buffers.
+bool g_xformCopies = false;
 
 const XFormUtilHostSuite& xformUtil() {
     if (!g_xformUtilSuite) {
@@ -48,11 +51,18 @@ int setHost(const VexilHost* host) {
     g_host = host;
     g_xformUtilSuite = nullptr;
     g_cookUtilsSuite = nullptr;
+    g_xformCopies = false;
     if (!host || !host->getSuite) {
         return -1;
     }
     g_xformUtilSuite = static_cast<const XFormUtilHostSuite*>(
         host->getSuite(VEXIL_XFORM_UTIL_SUITE_NAME, VEXIL_XFORM_UTIL_SUITE_VERSION));
+    g_xformCopies = g_xformUtilSuite != nullptr;
+    if (!g_xformUtilSuite) {
+        // An older host: entries 0-2 only.
+        g_xformUtilSuite =
+            static_cast<const XFormUtilHostSuite*>(host->getSuite(VEXIL_XFORM_UTIL_SUITE_NAME, 1));
+    }
     g_cookUtilsSuite = static_cast<const VexilCookInterfaceUtilsHostSuite*>(
         host->getSuite(VEXIL_COOK_UTILS_SUITE_NAME, VEXIL_COOK_UTILS_SUITE_VERSION));
     return 0;
@@ -101,6 +111,52 @@ std::vector<Imath::M44d> getWorldXformAtTimes(const VexilCookInterface& cookInte
         return {};
     }
     return matricesAtTimes(matrices, times, "world transform of ", &locationPath);
+}
+
+int64_t copyWorldXformSampleTimes(const VexilCookInterface& cookInterface, const std::string& locationPath,
+                                  float* timesOut, int64_t capacity, const GroupAttribute& overrides,
+                                  int32_t inputIndex) {
+    const XFormUtilHostSuite& suite = xformUtil();
+    if (!g_xformCopies) {
+        const std::vector<float> times =
+            getWorldXformSampleTimes(cookInterface, locationPath, overrides, inputIndex);
+        const int64_t count = static_cast<int64_t>(times.size());
+        std::copy_n(times.begin(), std::min(count, std::max<int64_t>(capacity, 0)), timesOut);
+        // Entry 0 always has a time: none means the host gave nothing.
+        return times.empty() ? -1 : count;
+    }
+    uint8_t abortFlag = 0;
+    const int64_t count = suite.copyWorldXformSampleTimes(
+        cookInterface.getHandle(), locationPath.data(), static_cast<int32_t>(locationPath.size()), inputIndex,
+        overrides.getHandle(), timesOut, capacity, &abortFlag);
+    if (abortFlag) {
+        throw VexilCookInterface::QueryAbortException();
+    }
+    return count;
+}
+
+bool copyWorldXformAtTimes(const VexilCookInterface& cookInterface, const std::string& locationPath,
+                           const float* times, int64_t numTimes, double* matricesOut,
+                           const GroupAttribute& overrides, int32_t inputIndex) {
+    const XFormUtilHostSuite& suite = xformUtil();
+    if (!g_xformCopies) {
+        const std::vector<float> timeList(times,
+                                          times == nullptr ? times : times + std::max<int64_t>(numTimes, 0));
+        const std::vector<Imath::M44d> matrices =
+            getWorldXformAtTimes(cookInterface, locationPath, timeList, overrides, inputIndex);
+        for (size_t i = 0; i < matrices.size(); ++i) {
+            std::copy_n(matrices[i].getValue(), 16, matricesOut + 16 * i);
+        }
+        return !matrices.empty();
+    }
+    uint8_t abortFlag = 0;
+    const uint8_t found = suite.copyWorldXformAtTimes(
+        cookInterface.getHandle(), locationPath.data(), static_cast<int32_t>(locationPath.size()), inputIndex,
+        times, numTimes, overrides.getHandle(), matricesOut, &abortFlag);
+    if (abortFlag) {
+        throw VexilCookInterface::QueryAbortException();
+    }
+    return found != 0;
 }
 
 std::vector<Imath::M44d> getLocalXformAtTimes(const GroupAttribute& xformGroup,

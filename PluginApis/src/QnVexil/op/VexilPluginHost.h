@@ -15,9 +15,9 @@
 namespace Qn {
 namespace VexilPluginHost {
 
-/// Stores the host's service table and takes its XFormUtilHost and VexilCookInterfaceUtilsHost
-/// suites (null when the host lacks them). Called once while the host loads the library, before any
-/// cook. Returns 0, or -1 for a null host.
+/// Stores the host's service table and takes its XFormUtilHost (version 2, else version 1) and
+/// VexilCookInterfaceUtilsHost suites (null when the host lacks them). Called once while the host loads the
+/// library, before any cook. Returns 0, or -1 for a null host.
 int setHost(const VexilHost* host);
 
 /// The host's service table, or null before setHost.
@@ -46,6 +46,23 @@ std::vector<Imath::M44d> getWorldXformAtTimes(const VexilCookInterface& cookInte
                                               const std::vector<float>& times,
                                               const GroupAttribute& overrides = GroupAttribute(),
                                               int32_t inputIndex = -1);
+
+/// Writes the times getWorldXformSampleTimes gives to `timesOut` (at most `capacity` of them) and
+/// returns how many there are: more than `capacity` means ask again with room for that many; -1 when
+/// the host gives nothing. Makes no attribute when the host offers the suite's version 2. Throws as
+/// getWorldXformSampleTimes does.
+int64_t copyWorldXformSampleTimes(const VexilCookInterface& cookInterface, const std::string& locationPath,
+                                  float* timesOut, int64_t capacity,
+                                  const GroupAttribute& overrides = GroupAttribute(),
+                                  int32_t inputIndex = -1);
+
+/// Writes the world transform (row vectors) of the location at each of `times`, in their order, to
+/// `matricesOut` as 16 doubles per time (room for 16 * numTimes); false when the location does not
+/// exist or there is no time. Makes no attribute when the host offers the suite's version 2. Throws as
+/// getWorldXformAtTimes does.
+bool copyWorldXformAtTimes(const VexilCookInterface& cookInterface, const std::string& locationPath,
+                           const float* times, int64_t numTimes, double* matricesOut,
+                           const GroupAttribute& overrides = GroupAttribute(), int32_t inputIndex = -1);
 
 /// The local transform (row vectors) of an `xform` group at each of `times`, in their order. Throws
 /// std::runtime_error when the host lacks the suite or answers with other than 16 values per time.

@@ -8,6 +8,8 @@
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetPaths.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -71,8 +73,11 @@ template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Vi
     }
 }
 
-Qn::GroupAttribute buildXform(const std::vector<std::string>& names,
-                              const std::vector<Qn::Attribute>& values) {
+// The children of an `xform` group: a handful, kept on the stack.
+using ChildNames = boost::container::small_vector<std::string, 8>;
+using ChildValues = boost::container::small_vector<Qn::Attribute, 8>;
+
+Qn::GroupAttribute buildXform(const ChildNames& names, const ChildValues& values) {
     Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
     for (size_t i = 0; i < names.size(); ++i) {
         builder.set(names[i], values[i]);
@@ -254,11 +259,11 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
     ResolvedLocation result;
     std::string warnings;
     const int64_t count = xform.getNumberOfChildren();
-    std::vector<std::string> names(count);
-    std::vector<Qn::Attribute> values(count);
+    ChildNames names(count);
+    ChildValues values(count);
     bool changed = false;
     for (int64_t i = 0; i < count; ++i) {
-        names[i] = xform.getChildName(i);
+        names[i] = xform.getChildNameView(i);
         values[i] = xform.getChildByIndex(i);
     }
     for (int64_t i = 0; i < count; ++i) {
@@ -272,7 +277,7 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
         ConstraintOutcome outcome = resolveConstraint(path, values[i], partial, warnings, result.attributes);
         result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
         if (outcome.resolved.isValid()) {
-            names[i] = "resolved" + names[i];
+            names[i].insert(0, "resolved");
             values[i] = outcome.resolved;
             changed = true;
         }
@@ -304,20 +309,23 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         }
         ConstraintResolverPtr resolver = creator(group);
 
-        const std::vector<std::string> written =
-            Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
+        // The written paths are read in place: only the kept ones are copied.
+        const Qn::StringAttribute targetAttribute(group.getChildByName("target"));
+        const Qn::SampleView<const char*> written = targetAttribute.getNearestSample(0.0f);
         if (written.empty()) {
             throw std::runtime_error("No constraint targets given.");
         }
         const bool allowMissingTargets = readSwitch(group, kAllowMissingTargets, 0) != 0;
         const bool requireTargetBounds = readSwitch(group, kRequireTargetBounds, 0) != 0;
         TargetPaths targets;
-        for (const std::string& target : written) {
-            const std::string targetPath = resolveTargetPath(path, target);
+        targets.reserve(static_cast<size_t>(written.size));
+        for (const char* target : written) {
+            std::string targetPath = resolveTargetPath(path, target);
             if (targetPath.empty() || !m_cookInterface.doesLocationExist(targetPath)) {
                 if (!allowMissingTargets) {
                     throw std::runtime_error("Constraint target (" +
-                                             (targetPath.empty() ? target : targetPath) + ") was not found.");
+                                             (targetPath.empty() ? std::string(target) : targetPath) +
+                                             ") was not found.");
                 }
                 continue;
             }
@@ -326,7 +334,7 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
                                          "bound attribute and is therefore being " + "ignored.");
                 continue;
             }
-            targets.push_back(targetPath);
+            targets.push_back(std::move(targetPath));
         }
         if (targets.empty()) {
             if (allowMissingTargets) {

@@ -115,7 +115,7 @@ public:
         : m_cookInterface(cookInterface), m_list(constraintList) {}
 
     ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
-        m_inProgress.insert(path);
+        m_topPath = &path;
         return resolveLocation(path, xform);
     }
 
@@ -193,6 +193,9 @@ private:
     const ConstraintListData* m_list;
     std::unordered_map<std::string, ResolvedLocation> m_resolved;
     std::unordered_map<std::string, bool> m_constrained;
+    /// The cooked location, in progress all session long: kept apart from the dependencies in progress
+    /// so that a cook without dependencies copies no path.
+    const std::string* m_topPath = nullptr;
     std::set<std::string> m_inProgress;
 };
 
@@ -436,7 +439,7 @@ const ResolvedLocation& ResolveSession::resolveDependency(const std::string& pat
     if (found != m_resolved.end()) {
         return found->second;
     }
-    if (m_inProgress.count(path)) {
+    if ((m_topPath && path == *m_topPath) || m_inProgress.count(path)) {
         throw ConstraintResolveError(kConstraintListNotSufficient);
     }
     m_inProgress.insert(path);

@@ -65,8 +65,11 @@ void addWarning(std::string& warnings, const std::string& warning) {
 /// that the checks every constraint makes on its targets' ancestors allocate nothing.
 template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Visit&& visit) {
     const std::string_view whole(path);
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        visit(whole.substr(0, slash));
+    // Paths are short: a plain scan costs less than a search call per component.
+    for (size_t slash = 1; slash < whole.size(); ++slash) {
+        if (whole[slash] == '/') {
+            visit(whole.substr(0, slash));
+        }
     }
     if (path.size() > 1) {
         visit(whole);
@@ -262,12 +265,14 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
     ResolvedLocation result;
     std::string warnings;
     const int64_t count = xform.getNumberOfChildren();
-    ChildNames names(count);
-    ChildValues values(count);
+    ChildNames names;
+    ChildValues values;
+    names.reserve(static_cast<size_t>(count));
+    values.reserve(static_cast<size_t>(count));
     bool changed = false;
     for (int64_t i = 0; i < count; ++i) {
-        names[i] = xform.getChildNameView(i);
-        values[i] = xform.getChildByIndex(i);
+        names.emplace_back(xform.getChildNameView(i));
+        values.push_back(xform.getChildByIndex(i));
     }
     for (int64_t i = 0; i < count; ++i) {
         if (!isConstraintChildName(names[i])) {

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -33,20 +34,41 @@ Qn::Attribute ConstraintArguments::get(std::string_view name) const {
     return m_group.getChildByName(name);
 }
 
-std::string_view ConstraintArguments::stringValue(std::string_view name) const {
-    // The group holds the attribute, so its values outlive this temporary.
-    const Qn::SampleView<const char*> values = Qn::StringAttribute(get(name)).getNearestSample(0.0f);
+namespace {
+
+/// The first value (nearest to time 0) of `attribute` if it is a string; empty otherwise. Valid while
+/// the group holding the attribute lives.
+std::string_view firstString(Qn::Attribute&& attribute) {
+    const Qn::SampleView<const char*> values =
+        Qn::StringAttribute(std::move(attribute)).getNearestSample(0.0f);
     return values.empty() ? std::string_view() : std::string_view(values[0]);
 }
 
-OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
-                                 std::string_view argumentName) {
-    const std::string_view value = arguments.stringValue(argumentName);
+OriginMode requiredOriginMode(std::string_view value, std::string_view resolverType,
+                              std::string_view argumentName) {
     if (value.empty()) {
         throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
                                  std::string(argumentName) + ".");
     }
     return originModeOf(value);
+}
+
+} // namespace
+
+std::string_view ConstraintArguments::stringValue(std::string_view name) const {
+    // The group holds the attribute, so its values outlive the temporary.
+    return firstString(get(name));
+}
+
+OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
+                                 std::string_view argumentName) {
+    return requiredOriginMode(arguments.stringValue(argumentName), resolverType, argumentName);
+}
+
+OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,
+                                 std::string_view argumentName) {
+    return requiredOriginMode(firstString(constraintGroup.getChildByName(argumentName)), resolverType,
+                              argumentName);
 }
 
 bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name) {

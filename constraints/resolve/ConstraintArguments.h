@@ -37,6 +37,11 @@ private:
 OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
                                  std::string_view argumentName);
 
+/// getRequiredOriginMode by one dotted lookup in `constraintGroup`: cheaper where only one or two
+/// arguments are read.
+OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,
+                                 std::string_view argumentName);
+
 /// The axis switch `name` ("args.xAxis"): false only for an IntAttribute whose value (nearest to
 /// time 0) is 0; missing, non-int or empty attributes count as true.
 bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name);

@@ -75,9 +75,9 @@ public:
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        const ConstraintArguments arguments(m_constraintGroup);
-        const OriginMode baseOrigin = getRequiredOriginMode(arguments, kType, kBaseOrigin);
-        const OriginMode targetOrigin = getRequiredOriginMode(arguments, kType, kTargetOrigin);
+        // Two arguments only: the dotted lookups cost less than preparing the direct ones.
+        const OriginMode baseOrigin = getRequiredOriginMode(m_constraintGroup, kType, kBaseOrigin);
+        const OriginMode targetOrigin = getRequiredOriginMode(m_constraintGroup, kType, kTargetOrigin);
         addTargetOriginSampleTimes(baseOrigin, cookInterface, locationPath, sampleTimes);
         addTargetOriginSampleTimes(targetOrigin, cookInterface, targetPaths, sampleTimes);
     }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -112,20 +113,35 @@ TEST(ConstraintArguments, RequiredOriginModes) {
             args.emplace_back("targetOrigin", c.value);
         const Qn::GroupAttribute group = literalGroup({{"args", literalGroup(args)}});
         const ConstraintArguments arguments(group);
-        if (std::string(c.error).empty()) {
-            EXPECT_EQ(c.expected, getRequiredOriginMode(arguments, "Point", "args.targetOrigin"));
-            continue;
-        }
-        try {
-            getRequiredOriginMode(arguments, "Point", "args.targetOrigin");
-            ADD_FAILURE() << "no error";
-        } catch (const std::runtime_error& e) {
-            EXPECT_STREQ(c.error, e.what());
+        // The prepared reader and the single dotted lookup must agree, message included.
+        const std::vector<std::pair<const char*, std::function<OriginMode()>>> readers = {
+            {"prepared",
+             [&] {
+                 return getRequiredOriginMode(arguments, "Point", "args.targetOrigin");
+             }},
+            {"dotted",
+             [&] {
+                 return getRequiredOriginMode(group, "Point", "args.targetOrigin");
+             }},
+        };
+        for (const auto& [how, read] : readers) {
+            SCOPED_TRACE(how);
+            if (std::string(c.error).empty()) {
+                EXPECT_EQ(c.expected, read());
+                continue;
+            }
+            try {
+                read();
+                ADD_FAILURE() << "no error";
+            } catch (const std::runtime_error& e) {
+                EXPECT_STREQ(c.error, e.what());
+            }
         }
     }
     // A literal dotted child decides the mode when it is there.
     const Qn::GroupAttribute literal = literalGroup(
         {{"args", literalGroup({{"baseOrigin", text("origin")}})}, {"args.baseOrigin", text("boundingBox")}});
+    EXPECT_EQ(OriginMode::BoundingBox, getRequiredOriginMode(literal, "Aim", "args.baseOrigin"));
     EXPECT_EQ(OriginMode::BoundingBox,
               getRequiredOriginMode(ConstraintArguments(literal), "Aim", "args.baseOrigin"));
 }

@@ -19,6 +19,9 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     data->positions.reserve(paths.size());
     for (size_t i = 0; i < paths.size(); ++i) {
         const std::string_view path = paths[i];
+        if (path.size() < kLengthsKnown) {
+            data->m_entryLengths.set(path.size());
+        }
         auto [found, added] = data->positions.try_emplace(path, i, i);
         if (!added) {
             found->second.second = i;
@@ -29,12 +32,14 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         std::string_view entry = path;
         const size_t last = entry.find_last_not_of('/');
         entry = last == std::string_view::npos ? std::string_view() : entry.substr(0, last + 1);
-        if (entry.size() > 1 && entry[0] == '/') {
-            data->ancestorsOfListed.insert(entry.substr(0, 1));
+        // From the deepest up: an ancestor already in came with all of its own ancestors.
+        bool fresh = true;
+        for (size_t slash = entry.size() > 1 ? entry.rfind('/', entry.size() - 1) : std::string_view::npos;
+             fresh && slash != std::string_view::npos && slash > 0; slash = entry.rfind('/', slash - 1)) {
+            fresh = data->ancestorsOfListed.insert(entry.substr(0, slash)).second;
         }
-        for (size_t slash = entry.find('/', 1); slash != std::string_view::npos;
-             slash = entry.find('/', slash + 1)) {
-            data->ancestorsOfListed.insert(entry.substr(0, slash));
+        if (fresh && entry.size() > 1 && entry[0] == '/') {
+            data->ancestorsOfListed.insert(entry.substr(0, 1));
         }
     }
     return data;

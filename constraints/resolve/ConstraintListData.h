@@ -3,6 +3,7 @@
 
 #include "hostapi/attribute/DataAttribute.h"
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -43,7 +44,13 @@ struct ConstraintListData {
     bool isStrictAncestorOfListed(const std::string& locationPath) const;
 
     /// True when `path` is an entry of the list.
-    bool contains(std::string_view path) const { return positions.count(path) != 0; }
+    bool contains(std::string_view path) const {
+        // Most paths asked about have a length no entry has: answered without hashing them.
+        if (path.size() < kLengthsKnown && !m_entryLengths[path.size()]) {
+            return false;
+        }
+        return positions.count(path) != 0;
+    }
     /// The position in `paths` of the first entry equal to `path`, or kNotListed.
     size_t firstIndexOf(std::string_view path) const;
     /// The position in `paths` of the last entry equal to `path`, or kNotListed.
@@ -55,6 +62,10 @@ private:
     /// Indices into `paths`, ascending by byte-wise path order: made on the first ancestor test of a
     /// location written with a trailing slash, which no ordinary cook asks for.
     const std::vector<int32_t>& sortedOrder() const;
+
+    static constexpr size_t kLengthsKnown = 256;
+    /// Which lengths below kLengthsKnown some entry has.
+    std::bitset<kLengthsKnown> m_entryLengths;
 
     mutable std::once_flag m_orderOnce;
     mutable std::vector<int32_t> m_order;

@@ -5,6 +5,12 @@
 namespace Vexil3Constraints {
 namespace Private {
 
+namespace {
+
+const std::string kMatrix("matrix");
+
+} // namespace
+
 void ConstraintResolver::addTimeSamples(Qn::VexilCookInterface&, const std::string&, const TargetPaths&,
                                         ResolvedCache&, SampleTimes&) {}
 
@@ -32,7 +38,7 @@ Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
                           targetPaths, resolvedCache, time, samples);
         }
         Qn::GroupBuilder builder;
-        builder.set("matrix", buildMultiSampledAttribute(samples, 16));
+        builder.set(kMatrix, buildMultiSampledAttribute(samples, 16));
         return builder.build();
     } catch (const std::exception& e) {
         // Stop at the first failing sample: a partial matrix would animate wrongly.
@@ -40,17 +46,16 @@ Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
     }
 }
 
-Qn::GroupAttribute matrixResultGroup(const std::vector<float>& times, const std::vector<double>& values) {
-    std::vector<const double*> pointers;
-    pointers.reserve(times.size());
-    for (size_t i = 0; i < times.size(); ++i) {
-        pointers.push_back(values.data() + 16 * i);
+Qn::GroupAttribute matrixResultGroup(const float* times, const double* values, size_t count) {
+    boost::container::small_vector<const double*, 4> pointers(count);
+    for (size_t i = 0; i < count; ++i) {
+        pointers[i] = values + 16 * i;
     }
     // No samples means no values per sample, as a matrix built from an empty sample map has.
-    const int64_t perSample = times.empty() ? 0 : 16;
+    const int64_t perSample = count == 0 ? 0 : 16;
     Qn::GroupBuilder builder;
-    builder.set("matrix", Qn::DoubleAttribute(times.data(), static_cast<int64_t>(times.size()),
-                                              pointers.data(), perSample, 16));
+    builder.set(kMatrix,
+                Qn::DoubleAttribute(times, static_cast<int64_t>(count), pointers.data(), perSample, 16));
     return builder.build();
 }
 

@@ -6,8 +6,10 @@
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
+#include <boost/container/small_vector.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include <cstddef>
 #include <exception>
 #include <vector>
 
@@ -62,9 +64,9 @@ Qn::GroupAttribute resolveAtSampleTimes(ComputeSampleFn computeSample,
                                         const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
                                         ResolvedCache& resolvedCache);
 
-/// A group holding `matrix`: a double attribute of tuple size 16 with one sample per entry of `times`,
-/// whose values are the 16 doubles (row by row) at that position of `values`.
-Qn::GroupAttribute matrixResultGroup(const std::vector<float>& times, const std::vector<double>& values);
+/// A group holding `matrix`: a double attribute of tuple size 16 with `count` samples at `times`, sample
+/// i being the 16 doubles (row by row) from values[16 * i] in one contiguous block.
+Qn::GroupAttribute matrixResultGroup(const float* times, const double* values, size_t count);
 
 /// A double attribute whose samples are the map's entries in ascending time order. Throws
 /// std::runtime_error "Error building attribute time samples are different sizes." when the value
@@ -91,8 +93,9 @@ template <typename Compute>
 Qn::GroupAttribute resolveMatricesAtSampleTimes(const Qn::GroupAttribute& constraintGroup,
                                                 const SampleTimes& sampleTimes, Compute&& computeSample) {
     try {
-        std::vector<float> times;
-        std::vector<double> values;
+        // A constraint has a few sample times: kept on the stack, one block for all the matrices.
+        boost::container::small_vector<float, 4> times;
+        boost::container::small_vector<double, 4 * 16> values;
         times.reserve(sampleTimes.size());
         values.reserve(16 * sampleTimes.size());
         for (float time : sampleTimes) {
@@ -100,7 +103,7 @@ Qn::GroupAttribute resolveMatricesAtSampleTimes(const Qn::GroupAttribute& constr
             times.push_back(time);
             values.insert(values.end(), matrix.getValue(), matrix.getValue() + 16);
         }
-        return matrixResultGroup(times, values);
+        return matrixResultGroup(times.data(), values.data(), times.size());
     } catch (const std::exception& e) {
         return errorGroup(constraintErrorText(constraintGroup, e.what()));
     }

@@ -8,6 +8,8 @@
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetPaths.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -63,16 +65,22 @@ void addWarning(std::string& warnings, const std::string& warning) {
 /// that the checks every constraint makes on its targets' ancestors allocate nothing.
 template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Visit&& visit) {
     const std::string_view whole(path);
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        visit(whole.substr(0, slash));
+    // Paths are short: a plain scan costs less than a search call per component.
+    for (size_t slash = 1; slash < whole.size(); ++slash) {
+        if (whole[slash] == '/') {
+            visit(whole.substr(0, slash));
+        }
     }
     if (path.size() > 1) {
         visit(whole);
     }
 }
 
-Qn::GroupAttribute buildXform(const std::vector<std::string>& names,
-                              const std::vector<Qn::Attribute>& values) {
+// The children of an `xform` group: a handful, kept on the stack.
+using ChildNames = boost::container::small_vector<std::string, 8>;
+using ChildValues = boost::container::small_vector<Qn::Attribute, 8>;
+
+Qn::GroupAttribute buildXform(const ChildNames& names, const ChildValues& values) {
     Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
     for (size_t i = 0; i < names.size(); ++i) {
         builder.set(names[i], values[i]);
@@ -110,7 +118,7 @@ public:
         : m_cookInterface(cookInterface), m_list(constraintList) {}
 
     ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
-        m_inProgress.insert(path);
+        m_topPath = &path;
         return resolveLocation(path, xform);
     }
 
@@ -188,6 +196,9 @@ private:
     const ConstraintListData* m_list;
     std::unordered_map<std::string, ResolvedLocation> m_resolved;
     std::unordered_map<std::string, bool> m_constrained;
+    /// The cooked location, in progress all session long: kept apart from the dependencies in progress
+    /// so that a cook without dependencies copies no path.
+    const std::string* m_topPath = nullptr;
     std::set<std::string> m_inProgress;
 };
 
@@ -288,12 +299,14 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
     ResolvedLocation result;
     std::string warnings;
     const int64_t count = xform.getNumberOfChildren();
-    std::vector<std::string> names(count);
-    std::vector<Qn::Attribute> values(count);
+    ChildNames names;
+    ChildValues values;
+    names.reserve(static_cast<size_t>(count));
+    values.reserve(static_cast<size_t>(count));
     bool changed = false;
     for (int64_t i = 0; i < count; ++i) {
-        names[i] = xform.getChildName(i);
-        values[i] = xform.getChildByIndex(i);
+        names.emplace_back(xform.getChildNameView(i));
+        values.push_back(xform.getChildByIndex(i));
     }
     for (int64_t i = 0; i < count; ++i) {
         if (!isConstraintChildName(names[i])) {
@@ -306,7 +319,7 @@ ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const 
         ConstraintOutcome outcome = resolveConstraint(path, values[i], partial, warnings, result.attributes);
         result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
         if (outcome.resolved.isValid()) {
-            names[i] = "resolved" + names[i];
+            names[i].insert(0, "resolved");
             values[i] = outcome.resolved;
             changed = true;
         }
@@ -338,20 +351,23 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         }
         ConstraintResolverPtr resolver = creator(group);
 
-        const std::vector<std::string> written =
-            Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
+        // The written paths are read in place: only the kept ones are copied.
+        const Qn::StringAttribute targetAttribute(group.getChildByName("target"));
+        const Qn::SampleView<const char*> written = targetAttribute.getNearestSample(0.0f);
         if (written.empty()) {
             throw std::runtime_error("No constraint targets given.");
         }
         const bool allowMissingTargets = readSwitch(group, kAllowMissingTargets, 0) != 0;
         const bool requireTargetBounds = readSwitch(group, kRequireTargetBounds, 0) != 0;
         TargetPaths targets;
-        for (const std::string& target : written) {
-            const std::string targetPath = resolveTargetPath(path, target);
+        targets.reserve(static_cast<size_t>(written.size));
+        for (const char* target : written) {
+            std::string targetPath = resolveTargetPath(path, target);
             if (targetPath.empty() || !m_cookInterface.doesLocationExist(targetPath)) {
                 if (!allowMissingTargets) {
                     throw std::runtime_error("Constraint target (" +
-                                             (targetPath.empty() ? target : targetPath) + ") was not found.");
+                                             (targetPath.empty() ? std::string(target) : targetPath) +
+                                             ") was not found.");
                 }
                 continue;
             }
@@ -360,7 +376,7 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
                                          "bound attribute and is therefore being " + "ignored.");
                 continue;
             }
-            targets.push_back(targetPath);
+            targets.push_back(std::move(targetPath));
         }
         if (targets.empty()) {
             if (allowMissingTargets) {
@@ -462,7 +478,7 @@ const ResolvedLocation& ResolveSession::resolveDependency(const std::string& pat
     if (found != m_resolved.end()) {
         return found->second;
     }
-    if (m_inProgress.count(path)) {
+    if ((m_topPath && path == *m_topPath) || m_inProgress.count(path)) {
         throw ConstraintResolveError(kConstraintListNotSufficient);
     }
     m_inProgress.insert(path);

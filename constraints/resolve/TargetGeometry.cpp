@@ -111,7 +111,7 @@ Imath::V3d average(const Imath::V3d& sum, int32_t count) {
 
 } // namespace
 
-OriginMode originModeOf(const std::string& mode) {
+OriginMode originModeOf(std::string_view mode) {
     if (mode == "boundingBox")
         return OriginMode::BoundingBox;
     if (mode == "faceCenterAverage")
@@ -172,12 +172,21 @@ namespace {
 /// What an origin mode reads besides transforms: "origin", the common one, reads nothing.
 enum class OriginInput { None, Points, Bound };
 
-OriginInput originInput(const std::string& mode) {
-    if (mode == "faceCenterAverage" || mode == "faceBoundingBox")
+OriginInput originInput(OriginMode mode) {
+    switch (mode) {
+    case OriginMode::FaceCenterAverage:
+    case OriginMode::FaceBoundingBox:
         return OriginInput::Points;
-    if (mode == "boundingBox")
+    case OriginMode::BoundingBox:
         return OriginInput::Bound;
+    case OriginMode::Origin:
+        break;
+    }
     return OriginInput::None;
+}
+
+OriginInput originInput(const std::string& mode) {
+    return originInput(originModeOf(mode));
 }
 
 void addOriginSampleTimesOf(OriginInput input, Qn::VexilCookInterface& cookInterface, const std::string& path,
@@ -202,6 +211,20 @@ void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface&
 }
 
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
+                                const std::string& locationPath, SampleTimes& sampleTimes) {
+    addOriginSampleTimesOf(originInput(mode), cookInterface, locationPath, sampleTimes);
+}
+
+void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInterface,
+                                const TargetPaths& targetPaths, SampleTimes& sampleTimes) {
+    const OriginInput input = originInput(mode);
+    if (input == OriginInput::None)
+        return;
+    for (const std::string& path : targetPaths)
+        addOriginSampleTimesOf(input, cookInterface, path, sampleTimes);
+}
+
+void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInterface,
                                 const std::string& locationPath, SampleTimes& sampleTimes) {
     addOriginSampleTimesOf(originInput(mode), cookInterface, locationPath, sampleTimes);
 }

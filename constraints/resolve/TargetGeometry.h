@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Vexil3Constraints {
@@ -19,7 +20,7 @@ enum class OriginMode { Origin, BoundingBox, FaceCenterAverage, FaceBoundingBox 
 
 /// The mode named `mode` ("origin", "boundingBox", "faceCenterAverage", "faceBoundingBox"); any
 /// other name counts as "origin".
-OriginMode originModeOf(const std::string& mode);
+OriginMode originModeOf(std::string_view mode);
 
 /// The average origin of `targetPaths` at `sampleTime` for origin `mode`: in world space when
 /// `applyTransform` is set (each target's matrix at exactly `sampleTime` taken from `targetSamples`,
@@ -59,6 +60,14 @@ void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface&
 
 /// The single-path form of addTargetOriginSampleTimes (used for the base location).
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
+                                const std::string& locationPath, SampleTimes& sampleTimes);
+
+/// addTargetOriginSampleTimes with the mode already parsed (see originModeOf).
+void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInterface,
+                                const TargetPaths& targetPaths, SampleTimes& sampleTimes);
+
+/// The single-path form of addTargetOriginSampleTimes with the mode already parsed.
+void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInterface,
                                 const std::string& locationPath, SampleTimes& sampleTimes);
 
 /// The three values (widened to double) of the float attribute `name` (dotted) of `group`, taken from

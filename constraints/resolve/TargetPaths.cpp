@@ -8,14 +8,14 @@ namespace Private {
 namespace {
 
 // Applies the components of `path` to `stack`; false when ".." climbs above the top.
-bool applyComponents(const std::string& path, std::vector<std::string>& stack) {
+bool applyComponents(std::string_view path, std::vector<std::string>& stack) {
     size_t start = 0;
     while (start <= path.size()) {
         size_t slash = path.find('/', start);
-        if (slash == std::string::npos) {
+        if (slash == std::string_view::npos) {
             slash = path.size();
         }
-        std::string component = path.substr(start, slash - start);
+        std::string component(path.substr(start, slash - start));
         if (component == "..") {
             if (stack.empty()) {
                 return false;
@@ -31,14 +31,14 @@ bool applyComponents(const std::string& path, std::vector<std::string>& stack) {
 
 /// True for an absolute path already in normal form: every component non-empty and neither "." nor
 /// "..", no trailing slash. Such a target resolves to itself.
-bool isNormalAbsolute(const std::string& path) {
+bool isNormalAbsolute(std::string_view path) {
     if (path.size() < 2 || path[0] != '/' || path.back() == '/') {
         return false;
     }
     size_t start = 1;
     while (start <= path.size()) {
         size_t slash = path.find('/', start);
-        if (slash == std::string::npos) {
+        if (slash == std::string_view::npos) {
             slash = path.size();
         }
         const size_t length = slash - start;
@@ -53,12 +53,12 @@ bool isNormalAbsolute(const std::string& path) {
 
 } // namespace
 
-std::string resolveTargetPath(const std::string& basePath, const std::string& target) {
+std::string resolveTargetPath(std::string_view basePath, std::string_view target) {
     if (target.empty()) {
         return std::string();
     }
     if (isNormalAbsolute(target)) {
-        return target; // the common case, without splitting and joining
+        return std::string(target); // the common case, without splitting and joining
     }
     std::vector<std::string> stack;
     if (target[0] != '/' && !applyComponents(basePath, stack)) {

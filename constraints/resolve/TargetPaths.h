@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -11,7 +12,7 @@ namespace Private {
 /// dropped, ".." removes the component before it, trailing slashes go. A ".." that would climb above
 /// the top of the path, or an empty target, yields "" (a target that cannot exist). A target that
 /// normalises to `basePath` itself names the constrained location.
-std::string resolveTargetPath(const std::string& basePath, const std::string& target);
+std::string resolveTargetPath(std::string_view basePath, std::string_view target);
 
 } // namespace Private
 } // namespace Vexil3Constraints

@@ -1,5 +1,6 @@
 // The Point constraint: moves the base so that its base origin lands on the average target origin,
 // along the enabled axes. Changes translation only.
+#include "constraints/resolve/ConstraintArguments.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/Resolvers.h"
@@ -9,13 +10,16 @@
 
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 namespace {
 
-const char* const kType = "Point";
+constexpr std::string_view kType("Point");
+constexpr std::string_view kTargetOrigin("args.targetOrigin");
+constexpr std::string_view kBaseOrigin("args.baseOrigin");
 
 /// The arguments of one constraint, read once: every sample would read the same values.
 struct PointArguments {
@@ -28,12 +32,13 @@ struct PointArguments {
 
 /// Reads the arguments in the order a sample checks them: the target origin before the base origin.
 PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
+    const ConstraintArguments arguments(constraintGroup);
     PointArguments args;
-    args.targetOrigin = originModeOf(getTargetOriginArg(constraintGroup, kType));
-    args.baseOrigin = originModeOf(getBaseOriginArg(constraintGroup, kType));
-    args.followX = getAxisFlag(constraintGroup, "args.xAxis");
-    args.followY = getAxisFlag(constraintGroup, "args.yAxis");
-    args.followZ = getAxisFlag(constraintGroup, "args.zAxis");
+    args.targetOrigin = getRequiredOriginMode(arguments, kType, kTargetOrigin);
+    args.baseOrigin = getRequiredOriginMode(arguments, kType, kBaseOrigin);
+    args.followX = getAxisFlag(arguments, "args.xAxis");
+    args.followY = getAxisFlag(arguments, "args.yAxis");
+    args.followZ = getAxisFlag(arguments, "args.zAxis");
     return args;
 }
 
@@ -70,8 +75,9 @@ public:
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        const std::string baseOrigin = getBaseOriginArg(m_constraintGroup, kType);
-        const std::string targetOrigin = getTargetOriginArg(m_constraintGroup, kType);
+        // Two arguments only: the dotted lookups cost less than preparing the direct ones.
+        const OriginMode baseOrigin = getRequiredOriginMode(m_constraintGroup, kType, kBaseOrigin);
+        const OriginMode targetOrigin = getRequiredOriginMode(m_constraintGroup, kType, kTargetOrigin);
         addTargetOriginSampleTimes(baseOrigin, cookInterface, locationPath, sampleTimes);
         addTargetOriginSampleTimes(targetOrigin, cookInterface, targetPaths, sampleTimes);
     }

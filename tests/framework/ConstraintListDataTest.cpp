@@ -80,3 +80,47 @@ TEST(ConstraintListData, StrictAncestorsOfListedEntries) {
         EXPECT_EQ(list->isStrictAncestorOfListed(c.location), c.expected) << c.location;
     }
 }
+
+TEST(ConstraintListData, MembershipOfPathsOfEveryLength) {
+    // Entries of equal length that differ, an empty entry, the root, and one longer than any length the
+    // quick length check knows about: the long one and its near miss must still be told apart.
+    const std::string longPath = "/root/world/" + std::string(300, 'x');
+    std::string longMiss = longPath;
+    longMiss.back() = 'y';
+    const auto list = listOf({"/root/world/ab", "", "/", longPath, "/root/world/a/"});
+    const struct {
+        std::string path;
+        bool listed;
+    } cases[] = {
+        {"/root/world/ab", true},
+        {"/root/world/ac", false},
+        {"/root/world/a", false},
+        {"/root/world/a/", true},
+        {"", true},
+        {"/", true},
+        {longPath, true},
+        {longMiss, false},
+        {longPath + "/", false},
+        {"/root", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(list->contains(c.path), c.listed) << c.path;
+    }
+}
+
+TEST(ConstraintListData, AncestorsSharedByEntriesInAnyOrder) {
+    // Entries sharing ancestors: a deeper one after a shallower one, siblings, relative paths.
+    const auto list = listOf({"/a/b/c", "/a/d/e", "/p/q", "/p/q/r/s", "x/y/z", "x/w", "/a/b/c/d/e"});
+    const struct {
+        const char* location;
+        bool expected;
+    } cases[] = {
+        {"/", true},        {"/a", true},          {"/a/b", true},      {"/a/d", true},   {"/a/b/c", true},
+        {"/a/b/c/d", true}, {"/p", true},          {"/p/q", true},      {"/p/q/r", true}, {"x", true},
+        {"x/y", true},      {"/a/d/e", false},     {"/p/q/r/s", false}, {"x/w", false},   {"x/y/z", false},
+        {"/x", false},      {"/a/b/c/d/e", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(list->isStrictAncestorOfListed(c.location), c.expected) << c.location;
+    }
+}

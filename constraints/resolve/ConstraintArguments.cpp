@@ -1,0 +1,79 @@
+#include "constraints/resolve/ConstraintArguments.h"
+
+#include "hostapi/attribute/DataAttribute.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+namespace {
+
+constexpr std::string_view kArgsPrefix("args.");
+
+} // namespace
+
+ConstraintArguments::ConstraintArguments(const Qn::GroupAttribute& constraintGroup)
+    : m_group(constraintGroup) {
+    for (int64_t i = 0, n = m_group.getNumberOfChildren(); i < n; ++i) {
+        if (m_group.getChildNameView(i).find('.') != std::string_view::npos) {
+            m_direct = false;
+            return;
+        }
+    }
+    m_args = m_group.getChildByName("args");
+}
+
+Qn::Attribute ConstraintArguments::get(std::string_view name) const {
+    // Without dotted child names, the dotted lookup of "args.<rest>" can only end in `args`.
+    if (m_direct && name.substr(0, kArgsPrefix.size()) == kArgsPrefix) {
+        return m_args.getChildByName(name.substr(kArgsPrefix.size()));
+    }
+    return m_group.getChildByName(name);
+}
+
+namespace {
+
+/// The first value (nearest to time 0) of `attribute` if it is a string; empty otherwise. Valid while
+/// the group holding the attribute lives.
+std::string_view firstString(Qn::Attribute&& attribute) {
+    const Qn::SampleView<const char*> values =
+        Qn::StringAttribute(std::move(attribute)).getNearestSample(0.0f);
+    return values.empty() ? std::string_view() : std::string_view(values[0]);
+}
+
+OriginMode requiredOriginMode(std::string_view value, std::string_view resolverType,
+                              std::string_view argumentName) {
+    if (value.empty()) {
+        throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
+                                 std::string(argumentName) + ".");
+    }
+    return originModeOf(value);
+}
+
+} // namespace
+
+std::string_view ConstraintArguments::stringValue(std::string_view name) const {
+    // The group holds the attribute, so its values outlive the temporary.
+    return firstString(get(name));
+}
+
+OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
+                                 std::string_view argumentName) {
+    return requiredOriginMode(arguments.stringValue(argumentName), resolverType, argumentName);
+}
+
+OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,
+                                 std::string_view argumentName) {
+    return requiredOriginMode(firstString(constraintGroup.getChildByName(argumentName)), resolverType,
+                              argumentName);
+}
+
+bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name) {
+    return Qn::IntAttribute(arguments.get(name)).getValue(1, false) != 0;
+}
+
+} // namespace Private
+} // namespace Vexil3Constraints

@@ -1,0 +1,50 @@
+// Reading the `args.*` values of one constraint description without the dotted lookup each time.
+#pragma once
+
+#include "constraints/resolve/TargetGeometry.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <string_view>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// The arguments of one constraint description: `get("args.xAxis")` finds exactly what the group's
+/// dotted lookup finds, in one lookup inside `args`. Borrows the group, which must outlive it.
+class ConstraintArguments {
+public:
+    explicit ConstraintArguments(const Qn::GroupAttribute& constraintGroup);
+
+    /// The child at the dotted `name` ("args.xAxis"); an invalid attribute when there is none.
+    Qn::Attribute get(std::string_view name) const;
+
+    /// The first value (nearest to time 0) of the string argument `name`; empty when it is missing,
+    /// not a string or has no value. Valid while the constraint group lives.
+    std::string_view stringValue(std::string_view name) const;
+
+private:
+    const Qn::GroupAttribute& m_group;
+    /// The `args` group, looked up once; only used when `m_direct` is set.
+    Qn::GroupAttribute m_args;
+    /// False when a child name of the group holds a dot: a literal "args.xAxis" child would win over
+    /// `args` -> `xAxis`, so such groups keep the dotted lookup.
+    bool m_direct = true;
+};
+
+/// The origin mode of the non-empty string argument `argumentName` (see originModeOf). Throws
+/// std::runtime_error "<resolverType> constraint resolver: empty <argumentName>." when it is
+/// missing, not a string or empty.
+OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
+                                 std::string_view argumentName);
+
+/// getRequiredOriginMode by one dotted lookup in `constraintGroup`: cheaper where only one or two
+/// arguments are read.
+OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,
+                                 std::string_view argumentName);
+
+/// The axis switch `name` ("args.xAxis"): false only for an IntAttribute whose value (nearest to
+/// time 0) is 0; missing, non-int or empty attributes count as true.
+bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name);
+
+} // namespace Private
+} // namespace Vexil3Constraints

@@ -19,7 +19,11 @@ template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
     if (!typed.isValid()) {
         return false;
     }
-    out.times = typed.getSampleTimes();
+    const int64_t numSamples = typed.getNumberOfTimeSamples();
+    out.times.resize(static_cast<size_t>(std::max<int64_t>(numSamples, 0)));
+    for (size_t i = 0; i < out.times.size(); ++i) {
+        out.times[i] = typed.getSampleTime(static_cast<int64_t>(i));
+    }
     out.values.reserve(out.times.size() * out.count);
     for (float t : out.times) {
         auto view = typed.getNearestSample(t);
@@ -85,7 +89,7 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
         }
         if (op.kind == Operation::Kind::Origin) {
             if (child.isValid()) {
-                op.times = {0.0f};
+                op.times.push_back(0.0f);
                 out.push_back(std::move(op));
             }
             continue;

@@ -20,9 +20,6 @@ namespace {
 // index costs more to keep than it saves.
 constexpr size_t kIndexedEntries = 16;
 
-// Room made on the first entry, so that a typical group is collected without growing its vector.
-constexpr size_t kFirstCapacity = 8;
-
 } // namespace
 
 GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
@@ -37,8 +34,6 @@ GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
 }
 
 void GroupBuilderState::Node::append(Entry entry) {
-    if (entries.capacity() == 0)
-        entries.reserve(kFirstCapacity);
     entries.push_back(std::move(entry));
     if (entries.size() < kIndexedEntries)
         return;

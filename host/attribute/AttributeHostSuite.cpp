@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <stdexcept>
 
 namespace VexilHost {
 namespace {
@@ -185,18 +186,18 @@ QnAttributeHandle createSamples(const float* times, int64_t numSamples, const In
     if (!validSampleLayout(times, numSamples, reinterpret_cast<const void* const*>(values), valuesPerSample,
                            tupleSize))
         return nullptr;
-    if constexpr (std::is_same_v<T, std::string>) {
-        for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i)
-            for (int64_t j = 0; j < valuesPerSample; ++j)
-                if (!values[i][j])
-                    return nullptr;
-    }
     try {
-        // Straight from the caller's arrays into the value's own block.
+        // Straight from the caller's arrays into the value's own block; a null string gives no value.
         return handleOf(DataValue<T>::create(numSamples, valuesPerSample, tupleSize, [&](float* t, T* v) {
             std::copy(times, times + numSamples, t);
-            for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i)
+            for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i) {
+                if constexpr (std::is_same_v<T, std::string>) {
+                    if (std::find(values[i], values[i] + valuesPerSample, nullptr) !=
+                        values[i] + valuesPerSample)
+                        throw std::invalid_argument("null string");
+                }
                 v = std::copy(values[i], values[i] + valuesPerSample, v);
+            }
         }));
     } catch (...) {
         return nullptr;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 
 namespace VexilHost {
@@ -105,10 +106,16 @@ const int32_t DataValue<T>::kKind = [] {
         return int32_t(QN_ATTRIBUTE_TYPE_STRING);
 }();
 
-template <typename T> size_t DataValue<T>::blockSize(int64_t numValues, int64_t numSamples) {
-    size_t size = alignUp(sizeof(DataValue), alignof(T)) + static_cast<size_t>(numValues) * sizeof(T);
+template <typename T> size_t DataValue<T>::blockSize(int64_t numSamples, int64_t valuesPerSample) {
+    // Counts no block could hold fail like any allocation, before a product can overflow.
+    constexpr size_t perValue = sizeof(T) + (kIsString ? sizeof(const char*) : 0);
+    constexpr int64_t limit = static_cast<int64_t>((PTRDIFF_MAX / 4) / perValue);
+    if (numSamples < 1 || numSamples > limit || valuesPerSample < 0 || valuesPerSample > limit / numSamples)
+        throw std::bad_alloc();
+    const size_t numValues = static_cast<size_t>(numSamples * valuesPerSample);
+    size_t size = alignUp(sizeof(DataValue), alignof(T)) + numValues * sizeof(T);
     if constexpr (kIsString)
-        size = alignUp(size, alignof(const char*)) + static_cast<size_t>(numValues) * sizeof(const char*);
+        size = alignUp(size, alignof(const char*)) + numValues * sizeof(const char*);
     return alignUp(size, alignof(float)) + static_cast<size_t>(numSamples) * sizeof(float);
 }
 

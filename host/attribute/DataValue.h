@@ -64,10 +64,11 @@ protected:
 private:
     static constexpr bool kIsString = std::is_same_v<T, std::string>;
 
-    /// Lays the arrays out after the object in `block` (of blockSize() bytes); strings start empty.
+    /// Lays the arrays out right after the object, in a block of blockSize() bytes; strings start empty.
     DataValue(int64_t numSamples, int64_t valuesPerSample, int64_t tupleSize);
     ~DataValue() override;
-    static size_t blockSize(int64_t numValues, int64_t numSamples);
+    /// The bytes of the object and its arrays; throws std::bad_alloc for counts no block could hold.
+    static size_t blockSize(int64_t numSamples, int64_t valuesPerSample);
     int64_t numValues() const { return m_numSamples * m_valuesPerSample; }
     /// For strings: points every C string pointer at its string, once the strings are filled.
     void finish();
@@ -87,7 +88,7 @@ template <typename Fill>
 DataValue<T>* DataValue<T>::create(int64_t numSamples, int64_t valuesPerSample, int64_t tupleSize,
                                    Fill&& fill) {
     static_assert(alignof(DataValue) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
-    void* block = ::operator new(blockSize(numSamples * valuesPerSample, numSamples));
+    void* block = ::operator new(blockSize(numSamples, valuesPerSample));
     DataValue* value = new (block) DataValue(numSamples, valuesPerSample, tupleSize);
     try {
         fill(value->m_times, value->m_values);

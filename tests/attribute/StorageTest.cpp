@@ -142,3 +142,27 @@ TEST_F(StorageTest, LongAndDottedChildNamesAreFoundAfterEveryPossibleSplit) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(StorageTest, CountsNoMemoryCouldHoldGiveANullHandle) {
+    const float times[] = {0.0f, 1.0f};
+    const int32_t ints[] = {1};
+    const float floats[] = {1.0f};
+    const double doubles[] = {1.0};
+    const char* const strings[] = {"a"};
+    const int32_t* intSamples[] = {ints, ints};
+    const float* floatSamples[] = {floats, floats};
+    const double* doubleSamples[] = {doubles, doubles};
+    const char* const* stringSamples[] = {strings, strings};
+    // Only the counts are checked before the attempt to allocate: no value past the first is read.
+    for (const int64_t count : {INT64_MAX, INT64_MAX / 2, int64_t(1) << 61, int64_t(1) << 58}) {
+        SCOPED_TRACE(count);
+        EXPECT_EQ(suite()->createIntSamples(times, 2, intSamples, count, 1), nullptr);
+        EXPECT_EQ(suite()->createFloatSamples(times, 2, floatSamples, count, 1), nullptr);
+        EXPECT_EQ(suite()->createDoubleSamples(times, 2, doubleSamples, count, 1), nullptr);
+        EXPECT_EQ(suite()->createStringSamples(times, 2, stringSamples, count, 1), nullptr);
+    }
+}
+
+} // namespace

@@ -5,8 +5,10 @@
 #include "host/attribute/GroupValue.h"
 #include "host/attribute/Serialiser.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
+#include <stdexcept>
 
 namespace VexilHost {
 namespace {
@@ -24,7 +26,10 @@ GroupBuilderState* builderOf(QnGroupBuilderHandle h) {
 /// A string attribute holding `text`, or null when even that cannot be made.
 QnAttributeHandle errorText(const std::string& text) {
     try {
-        return handleOf(new StringValue({0.0f}, {text}, 1, 1));
+        return handleOf(StringValue::create(1, 1, 1, [&text](float* times, std::string* values) {
+            times[0] = 0.0f;
+            values[0] = text;
+        }));
     } catch (...) {
         return nullptr;
     }
@@ -150,7 +155,7 @@ int64_t getNumberOfValues(QnAttributeHandle attr) {
 
 float getSampleTime(QnAttributeHandle attr, int64_t index) {
     return withData<float>(attr, 0.0f, [index](const auto& d) {
-        return index >= 0 && index < d.numSamples() ? d.times()[static_cast<size_t>(index)] : 0.0f;
+        return index >= 0 && index < d.numSamples() ? d.times()[index] : 0.0f;
     });
 }
 
@@ -166,7 +171,7 @@ int64_t getNumberOfChildren(QnAttributeHandle group) {
 void getBoundingSampleTimes(QnAttributeHandle attr, float time, float* left, float* right) {
     float l = 0.0f, r = 0.0f;
     withData<int>(attr, 0, [&](const auto& d) {
-        boundingSampleTimes(d.times().data(), d.numSamples(), time, l, r);
+        boundingSampleTimes(d.times(), d.numSamples(), time, l, r);
         return 0;
     });
     if (left)
@@ -182,19 +187,18 @@ QnAttributeHandle createSamples(const float* times, int64_t numSamples, const In
                            tupleSize))
         return nullptr;
     try {
-        std::vector<T> block;
-        block.reserve(static_cast<size_t>(numSamples * valuesPerSample));
-        for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i) {
-            for (int64_t j = 0; j < valuesPerSample; ++j) {
+        // Straight from the caller's arrays into the value's own block; a null string gives no value.
+        return handleOf(DataValue<T>::create(numSamples, valuesPerSample, tupleSize, [&](float* t, T* v) {
+            std::copy(times, times + numSamples, t);
+            for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i) {
                 if constexpr (std::is_same_v<T, std::string>) {
-                    if (!values[i][j])
-                        return nullptr;
+                    if (std::find(values[i], values[i] + valuesPerSample, nullptr) !=
+                        values[i] + valuesPerSample)
+                        throw std::invalid_argument("null string");
                 }
-                block.emplace_back(values[i][j]);
+                v = std::copy(values[i], values[i] + valuesPerSample, v);
             }
-        }
-        return handleOf(new DataValue<T>(std::vector<float>(times, times + numSamples), std::move(block),
-                                         valuesPerSample, tupleSize));
+        }));
     } catch (...) {
         return nullptr;
     }
@@ -226,7 +230,7 @@ const char* getChildName(QnAttributeHandle group, int64_t index, int32_t* length
     const GroupChild* c = g ? g->child(index) : nullptr;
     if (lengthOut)
         *lengthOut = c ? static_cast<int32_t>(c->name.size()) : 0;
-    return c ? c->name.c_str() : nullptr;
+    return c ? c->name.data() : nullptr;
 }
 
 QnAttributeHandle createString(const char* text) {
@@ -335,7 +339,7 @@ QnAttributeHandle groupBuilderBuild(QnGroupBuilderHandle builder, uint8_t flag) 
 template <typename T>
 const typename DataValue<T>::Element* nearestSample(QnAttributeHandle attr, float time, int64_t* countOut) {
     const DataValue<T>* d = asData<T>(attr);
-    const int64_t index = d ? nearestSampleIndex(d->times().data(), d->numSamples(), time) : -1;
+    const int64_t index = d ? nearestSampleIndex(d->times(), d->numSamples(), time) : -1;
     const auto* values = d ? d->sampleValues(index) : nullptr;
     if (countOut)
         *countOut = values ? d->valuesPerSample() : 0;

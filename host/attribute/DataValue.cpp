@@ -1,6 +1,9 @@
 #include "host/attribute/DataValue.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <memory>
 
 namespace VexilHost {
 
@@ -25,12 +28,16 @@ template <typename T> void encodeValue(ByteSink& sink, const T& v) {
         sink.text(v);
 }
 
-template <typename T> bool sameValues(const std::vector<T>& a, const std::vector<T>& b) {
+template <typename T> bool sameValues(const T* a, const T* b, int64_t n) {
     if constexpr (std::is_same_v<T, std::string>)
-        return a == b;
+        return std::equal(a, a + n, b);
     else // bitwise, matching the hash: 0.0 and -0.0 differ, a NaN equals the same NaN
-        return a.size() == b.size() &&
-               (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
+        return n == 0 || std::memcmp(a, b, static_cast<size_t>(n) * sizeof(T)) == 0;
+}
+
+/// `offset` rounded up to a multiple of `alignment`, a power of two.
+constexpr size_t alignUp(size_t offset, size_t alignment) {
+    return (offset + alignment - 1) & ~(alignment - 1);
 }
 
 } // namespace
@@ -99,30 +106,63 @@ const int32_t DataValue<T>::kKind = [] {
         return int32_t(QN_ATTRIBUTE_TYPE_STRING);
 }();
 
+template <typename T> size_t DataValue<T>::blockSize(int64_t numSamples, int64_t valuesPerSample) {
+    // Counts no block could hold fail like any allocation, before a product can overflow.
+    constexpr size_t perValue = sizeof(T) + (kIsString ? sizeof(const char*) : 0);
+    constexpr int64_t limit = static_cast<int64_t>((PTRDIFF_MAX / 4) / perValue);
+    if (numSamples < 1 || numSamples > limit || valuesPerSample < 0 || valuesPerSample > limit / numSamples)
+        throw std::bad_alloc();
+    const size_t numValues = static_cast<size_t>(numSamples * valuesPerSample);
+    size_t size = alignUp(sizeof(DataValue), alignof(T)) + numValues * sizeof(T);
+    if constexpr (kIsString)
+        size = alignUp(size, alignof(const char*)) + numValues * sizeof(const char*);
+    return alignUp(size, alignof(float)) + static_cast<size_t>(numSamples) * sizeof(float);
+}
+
 template <typename T>
-DataValue<T>::DataValue(std::vector<float> times, std::vector<T> values, int64_t valuesPerSample,
-                        int64_t tupleSize)
-    : AttributeValue(kKind), m_times(std::move(times)), m_values(std::move(values)),
-      m_valuesPerSample(valuesPerSample), m_tupleSize(tupleSize) {
-    if constexpr (std::is_same_v<T, std::string>) {
-        m_cstrings.reserve(m_values.size());
-        for (const std::string& s : m_values)
-            m_cstrings.push_back(s.c_str());
+DataValue<T>::DataValue(int64_t numSamples, int64_t valuesPerSample, int64_t tupleSize)
+    : AttributeValue(kKind), m_numSamples(numSamples), m_valuesPerSample(valuesPerSample),
+      m_tupleSize(tupleSize), m_cstrings(nullptr) {
+    // The arrays follow the object in the order blockSize() counts them.
+    auto* base = reinterpret_cast<unsigned char*>(this);
+    const size_t count = static_cast<size_t>(numValues());
+    size_t offset = alignUp(sizeof(DataValue), alignof(T));
+    m_values = reinterpret_cast<T*>(base + offset);
+    if constexpr (kIsString) {
+        std::uninitialized_value_construct_n(m_values, count);
+        offset = alignUp(offset + count * sizeof(T), alignof(const char*));
+        m_cstrings = reinterpret_cast<const char**>(base + offset);
+        offset += count * sizeof(const char*);
+    } else {
+        offset += count * sizeof(T);
     }
+    m_times = reinterpret_cast<float*>(base + alignUp(offset, alignof(float)));
     m_embedded.flags = QN_SAMPLE_ACCESSOR_CONTIGUOUS;
-    m_embedded.numSamples = numSamples();
+    m_embedded.numSamples = m_numSamples;
     m_embedded.valuesPerSample = m_valuesPerSample;
-    m_embedded.times = m_times.data();
-    m_embedded.values = m_values.data();
+    m_embedded.times = m_times;
+    m_embedded.values = m_values;
+}
+
+template <typename T> DataValue<T>::~DataValue() {
+    if constexpr (kIsString)
+        std::destroy_n(m_values, static_cast<size_t>(numValues()));
+}
+
+template <typename T> void DataValue<T>::finish() {
+    if constexpr (kIsString) {
+        for (int64_t i = 0; i < numValues(); ++i)
+            m_cstrings[i] = m_values[i].c_str();
+    }
 }
 
 template <typename T> auto DataValue<T>::sampleValues(int64_t index) const -> const Element* {
     if (index < 0 || index >= numSamples() || m_valuesPerSample == 0)
         return nullptr;
-    if constexpr (std::is_same_v<T, std::string>)
-        return m_cstrings.data() + index * m_valuesPerSample;
+    if constexpr (kIsString)
+        return m_cstrings + index * m_valuesPerSample;
     else
-        return m_values.data() + index * m_valuesPerSample;
+        return m_values + index * m_valuesPerSample;
 }
 
 template <typename T> const QnSampleAccessor* DataValue<T>::accessor() const {
@@ -131,11 +171,11 @@ template <typename T> const QnSampleAccessor* DataValue<T>::accessor() const {
     auto* allocated = new AllocatedAccessor{};
     allocated->pointers = new const void*[static_cast<size_t>(numSamples())];
     for (int64_t i = 0; i < numSamples(); ++i)
-        allocated->pointers[i] = m_values.data() + i * m_valuesPerSample;
+        allocated->pointers[i] = m_values + i * m_valuesPerSample;
     allocated->record.flags = QN_SAMPLE_ACCESSOR_HAND_BACK;
     allocated->record.numSamples = numSamples();
     allocated->record.valuesPerSample = m_valuesPerSample;
-    allocated->record.times = m_times.data();
+    allocated->record.times = m_times;
     allocated->record.values = allocated->pointers;
     allocated->owner = this;
     retain();
@@ -145,7 +185,8 @@ template <typename T> const QnSampleAccessor* DataValue<T>::accessor() const {
 template <typename T> bool DataValue<T>::sameContent(const AttributeValue& other) const {
     const auto& o = static_cast<const DataValue<T>&>(other);
     return m_tupleSize == o.m_tupleSize && m_valuesPerSample == o.m_valuesPerSample &&
-           sameValues(m_times, o.m_times) && sameValues(m_values, o.m_values);
+           m_numSamples == o.m_numSamples && sameValues(m_times, o.m_times, m_numSamples) &&
+           sameValues(m_values, o.m_values, numValues());
 }
 
 template <typename T> void DataValue<T>::encode(ByteSink& sink) const {
@@ -153,10 +194,10 @@ template <typename T> void DataValue<T>::encode(ByteSink& sink) const {
     sink.i64(m_tupleSize);
     sink.i64(numSamples());
     sink.i64(m_valuesPerSample);
-    for (float t : m_times)
-        sink.f32(t);
-    for (const T& v : m_values)
-        encodeValue(sink, v);
+    for (int64_t i = 0; i < m_numSamples; ++i)
+        sink.f32(m_times[i]);
+    for (int64_t i = 0; i < numValues(); ++i)
+        encodeValue(sink, m_values[i]);
 }
 
 void releaseAccessor(const QnSampleAccessor* record) {

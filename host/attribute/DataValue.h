@@ -4,8 +4,10 @@
 
 #include "host/attribute/AttributeValue.h"
 
+#include <cstring>
+#include <new>
 #include <string>
-#include <vector>
+#include <type_traits>
 
 namespace VexilHost {
 
@@ -23,22 +25,26 @@ void boundingSampleTimes(const float* times, int64_t numSamples, float time, flo
 bool validSampleLayout(const float* times, int64_t numSamples, const void* const* values,
                        int64_t valuesPerSample, int64_t tupleSize);
 
-/// A data attribute of element type T: int32_t, float, double or std::string. Values of all samples
-/// are stored in one block; sample i starts at i * valuesPerSample.
+/// A data attribute of element type T: int32_t, float, double or std::string. The object, its values
+/// (sample i starts at i * valuesPerSample), for strings a C string pointer per value, and its times
+/// share one allocation, made by create().
 template <typename T> class DataValue final : public AttributeValue {
 public:
     /// The element type handed out by the nearest-sample entries (const char* for strings).
     using Element = std::conditional_t<std::is_same_v<T, std::string>, const char*, T>;
     static const int32_t kKind;
 
-    /// Takes times and the value block (numSamples * valuesPerSample values); arguments validated by
-    /// the caller.
-    DataValue(std::vector<float> times, std::vector<T> values, int64_t valuesPerSample, int64_t tupleSize);
+    /// A new value (one reference, owned by the caller) of `numSamples` times and
+    /// numSamples * valuesPerSample values, which `fill(float* times, T* values)` writes in place;
+    /// what `fill` throws is passed on after the value is freed. Arguments validated by the caller.
+    template <typename Fill>
+    static DataValue* create(int64_t numSamples, int64_t valuesPerSample, int64_t tupleSize, Fill&& fill);
 
-    int64_t numSamples() const { return static_cast<int64_t>(m_times.size()); }
+    int64_t numSamples() const { return m_numSamples; }
     int64_t valuesPerSample() const { return m_valuesPerSample; }
     int64_t tupleSize() const { return m_tupleSize; }
-    const std::vector<float>& times() const { return m_times; }
+    /// The numSamples() ascending sample times.
+    const float* times() const { return m_times; }
     /// The first value of sample `index`; valid while this attribute lives.
     const Element* sampleValues(int64_t index) const;
 
@@ -49,20 +55,50 @@ public:
     void encodeForHash(ByteSink& sink) const override { encode(sink); }
     void serialise(ByteSink& sink) const override { encode(sink); }
 
+    /// Frees the block made by create().
+    static void operator delete(void* block) { ::operator delete(block); }
+
 protected:
     bool sameContent(const AttributeValue& other) const override;
 
 private:
+    static constexpr bool kIsString = std::is_same_v<T, std::string>;
+
+    /// Lays the arrays out right after the object, in a block of blockSize() bytes; strings start empty.
+    DataValue(int64_t numSamples, int64_t valuesPerSample, int64_t tupleSize);
+    ~DataValue() override;
+    /// The bytes of the object and its arrays; throws std::bad_alloc for counts no block could hold.
+    static size_t blockSize(int64_t numSamples, int64_t valuesPerSample);
+    int64_t numValues() const { return m_numSamples * m_valuesPerSample; }
+    /// For strings: points every C string pointer at its string, once the strings are filled.
+    void finish();
     void encode(ByteSink& sink) const;
 
-    std::vector<float> m_times;
-    std::vector<T> m_values;
+    int64_t m_numSamples;
     int64_t m_valuesPerSample;
     int64_t m_tupleSize;
-    /// For strings: a C string pointer per value, so that callers get a flat const char* array.
-    std::vector<const char*> m_cstrings;
+    T* m_values;
+    const char** m_cstrings; ///< null unless T is std::string
+    float* m_times;
     QnSampleAccessor m_embedded{};
 };
+
+template <typename T>
+template <typename Fill>
+DataValue<T>* DataValue<T>::create(int64_t numSamples, int64_t valuesPerSample, int64_t tupleSize,
+                                   Fill&& fill) {
+    static_assert(alignof(DataValue) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    void* block = ::operator new(blockSize(numSamples, valuesPerSample));
+    DataValue* value = new (block) DataValue(numSamples, valuesPerSample, tupleSize);
+    try {
+        fill(value->m_times, value->m_values);
+    } catch (...) {
+        delete value;
+        throw;
+    }
+    value->finish();
+    return value;
+}
 
 using IntValue = DataValue<int32_t>;
 using FloatValue = DataValue<float>;

@@ -20,9 +20,6 @@ namespace {
 // index costs more to keep than it saves.
 constexpr size_t kIndexedEntries = 16;
 
-// Room made on the first entry, so that a typical group is collected without growing its vector.
-constexpr size_t kFirstCapacity = 8;
-
 } // namespace
 
 GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
@@ -37,8 +34,6 @@ GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
 }
 
 void GroupBuilderState::Node::append(Entry entry) {
-    if (entries.capacity() == 0)
-        entries.reserve(kFirstCapacity);
     entries.push_back(std::move(entry));
     if (entries.size() < kIndexedEntries)
         return;
@@ -110,23 +105,15 @@ void GroupBuilderState::Node::remove(std::string_view name) {
 }
 
 const GroupValue* GroupBuilderState::Node::build() const {
-    std::vector<GroupChild> children;
-    children.reserve(entries.size());
-    try {
-        for (const Entry& e : entries) {
-            if (e.node) {
-                children.push_back(GroupChild{e.name, e.node->build()});
-            } else {
-                e.leaf->retain();
-                children.push_back(GroupChild{e.name, e.leaf});
-            }
-        }
-        return new GroupValue(std::move(children));
-    } catch (...) {
-        for (const GroupChild& c : children)
-            c.value->release();
-        throw;
-    }
+    return GroupValue::create(
+        entries.size(), [this](size_t i) -> std::string_view { return entries[i].name; },
+        [this](size_t i) -> const AttributeValue* {
+            const Entry& e = entries[i];
+            if (e.node)
+                return e.node->build();
+            e.leaf->retain();
+            return e.leaf;
+        });
 }
 
 GroupBuilderState::GroupBuilderState(bool literal) : m_literal(literal) {

@@ -3,6 +3,8 @@
 
 #include "host/attribute/GroupValue.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <memory>
 #include <string>
 #include <string_view>
@@ -40,8 +42,10 @@ private:
         const AttributeValue* leaf = nullptr; ///< one reference, or null while `node` is in use
         std::unique_ptr<Node> node;           ///< a nested group being edited
     };
+    /// Entries kept inside their node for a typical group, so that collecting one allocates nothing more.
+    static constexpr size_t kInlineEntries = 8;
     struct Node {
-        std::vector<Entry> entries;
+        boost::container::small_vector<Entry, kInlineEntries> entries;
         /// Name to position; kept only for larger nodes (empty otherwise).
         std::unordered_map<std::string, size_t> index;
 

@@ -6,24 +6,31 @@ namespace {
 constexpr size_t kIndexThreshold = 16;
 }
 
-GroupValue::GroupValue(std::vector<GroupChild> children)
-    : AttributeValue(QN_ATTRIBUTE_TYPE_GROUP), m_children(std::move(children)) {
-    if (m_children.size() >= kIndexThreshold) {
-        m_index.reserve(m_children.size());
-        for (size_t i = 0; i < m_children.size(); ++i)
+size_t GroupValue::childrenOffset() {
+    return (sizeof(GroupValue) + alignof(GroupChild) - 1) & ~(alignof(GroupChild) - 1);
+}
+
+GroupValue::GroupValue()
+    : AttributeValue(QN_ATTRIBUTE_TYPE_GROUP),
+      m_children(reinterpret_cast<GroupChild*>(reinterpret_cast<unsigned char*>(this) + childrenOffset())) {}
+
+void GroupValue::buildIndex() {
+    if (m_count >= kIndexThreshold) {
+        m_index.reserve(m_count);
+        for (size_t i = 0; i < m_count; ++i)
             m_index.emplace(m_children[i].name, i); // the first of duplicate names wins, as in a scan
     }
 }
 
 GroupValue::~GroupValue() {
-    for (const GroupChild& c : m_children)
-        c.value->release();
+    for (size_t i = 0; i < m_count; ++i)
+        m_children[i].value->release();
 }
 
 const GroupChild* GroupValue::child(int64_t index) const {
     if (index < 0 || index >= numChildren())
         return nullptr;
-    return &m_children[static_cast<size_t>(index)];
+    return m_children + index;
 }
 
 const AttributeValue* GroupValue::findDirect(std::string_view name) const {
@@ -31,9 +38,9 @@ const AttributeValue* GroupValue::findDirect(std::string_view name) const {
         auto it = m_index.find(name);
         return it == m_index.end() ? nullptr : m_children[it->second].value;
     }
-    for (const GroupChild& c : m_children)
-        if (c.name == name)
-            return c.value;
+    for (size_t i = 0; i < m_count; ++i)
+        if (m_children[i].name == name)
+            return m_children[i].value;
     return nullptr;
 }
 
@@ -54,7 +61,8 @@ const AttributeValue* GroupValue::find(std::string_view path) const {
 void GroupValue::encodeForHash(ByteSink& sink) const {
     sink.u8(QN_ATTRIBUTE_TYPE_GROUP);
     sink.i64(numChildren());
-    for (const GroupChild& c : m_children) {
+    for (size_t i = 0; i < m_count; ++i) {
+        const GroupChild& c = m_children[i];
         sink.text(c.name);
         uint64_t words[2];
         c.value->hash(words);
@@ -66,7 +74,8 @@ void GroupValue::encodeForHash(ByteSink& sink) const {
 void GroupValue::serialise(ByteSink& sink) const {
     sink.u8(QN_ATTRIBUTE_TYPE_GROUP);
     sink.i64(numChildren());
-    for (const GroupChild& c : m_children) {
+    for (size_t i = 0; i < m_count; ++i) {
+        const GroupChild& c = m_children[i];
         sink.text(c.name);
         c.value->serialise(sink);
     }
@@ -74,9 +83,9 @@ void GroupValue::serialise(ByteSink& sink) const {
 
 bool GroupValue::sameContent(const AttributeValue& other) const {
     const auto& o = static_cast<const GroupValue&>(other);
-    if (m_children.size() != o.m_children.size())
+    if (m_count != o.m_count)
         return false;
-    for (size_t i = 0; i < m_children.size(); ++i) {
+    for (size_t i = 0; i < m_count; ++i) {
         if (m_children[i].name != o.m_children[i].name ||
             !m_children[i].value->contentEquals(*o.m_children[i].value))
             return false;

@@ -6,6 +6,9 @@
 #include <cmath>
 #include <cstring>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace VexilHost {
 
@@ -106,24 +109,24 @@ template <typename T> const AttributeValue* readData(Reader& in, size_t start) {
          static_cast<uint64_t>(valuesPerSample) > limit / minValueBytes / static_cast<uint64_t>(numSamples)))
         in.fail("counts exceed the data", start);
 
-    std::vector<float> times(static_cast<size_t>(numSamples));
-    for (size_t i = 0; i < times.size(); ++i) {
-        times[i] = in.f32("sample time");
-        if (!std::isfinite(times[i]) || (i > 0 && !(times[i] > times[i - 1])))
-            in.fail("sample times not ascending", start);
-    }
-    std::vector<T> values(static_cast<size_t>(numSamples * valuesPerSample));
-    for (T& v : values) {
-        if constexpr (std::is_same_v<T, int32_t>)
-            v = static_cast<int32_t>(in.u32("int value"));
-        else if constexpr (std::is_same_v<T, float>)
-            v = in.f32("float value");
-        else if constexpr (std::is_same_v<T, double>)
-            v = in.f64("double value");
-        else
-            v = in.text("string value");
-    }
-    return new DataValue<T>(std::move(times), std::move(values), valuesPerSample, tupleSize);
+    return DataValue<T>::create(numSamples, valuesPerSample, tupleSize, [&](float* times, T* values) {
+        for (int64_t i = 0; i < numSamples; ++i) {
+            times[i] = in.f32("sample time");
+            if (!std::isfinite(times[i]) || (i > 0 && !(times[i] > times[i - 1])))
+                in.fail("sample times not ascending", start);
+        }
+        for (int64_t i = 0; i < numSamples * valuesPerSample; ++i) {
+            T& v = values[i];
+            if constexpr (std::is_same_v<T, int32_t>)
+                v = static_cast<int32_t>(in.u32("int value"));
+            else if constexpr (std::is_same_v<T, float>)
+                v = in.f32("float value");
+            else if constexpr (std::is_same_v<T, double>)
+                v = in.f64("double value");
+            else
+                v = in.text("string value");
+        }
+    });
 }
 
 const AttributeValue* readValue(Reader& in, int depth);
@@ -133,18 +136,28 @@ const AttributeValue* readGroup(Reader& in, size_t start, int depth) {
     // A child takes at least 9 bytes: its name length and its kind.
     if (n < 0 || static_cast<uint64_t>(n) > in.remaining() / 9)
         in.fail("bad child count", start);
-    std::vector<GroupChild> children;
+    std::vector<std::pair<std::string, const AttributeValue*>> children;
     children.reserve(static_cast<size_t>(n));
+    const auto releaseAll = [&children] {
+        for (const auto& c : children)
+            c.second->release();
+    };
     try {
         for (int64_t i = 0; i < n; ++i) {
             std::string name = in.text("child name");
             const AttributeValue* child = readValue(in, depth + 1);
-            children.push_back(GroupChild{std::move(name), child});
+            children.emplace_back(std::move(name), child);
         }
-        return new GroupValue(std::move(children));
+        const GroupValue* group = GroupValue::create(
+            children.size(), [&](size_t i) -> std::string_view { return children[i].first; },
+            [&](size_t i) {
+                children[i].second->retain();
+                return children[i].second;
+            });
+        releaseAll();
+        return group;
     } catch (...) {
-        for (const GroupChild& c : children)
-            c.value->release();
+        releaseAll();
         throw;
     }
 }

@@ -19,7 +19,11 @@ template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
     if (!typed.isValid()) {
         return false;
     }
-    out.times = typed.getSampleTimes();
+    const int64_t numSamples = typed.getNumberOfTimeSamples();
+    out.times.resize(static_cast<size_t>(std::max<int64_t>(numSamples, 0)));
+    for (size_t i = 0; i < out.times.size(); ++i) {
+        out.times[i] = typed.getSampleTime(static_cast<int64_t>(i));
+    }
     out.values.reserve(out.times.size() * out.count);
     for (float t : out.times) {
         auto view = typed.getNearestSample(t);
@@ -79,19 +83,20 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
             }
             continue;
         }
-        Operation op;
-        if (!kindOfName(name, op.kind, op.count)) {
+        Operation::Kind kind = Operation::Kind::Origin;
+        size_t count = 0;
+        if (!kindOfName(name, kind, count)) {
             continue;
         }
-        if (op.kind == Operation::Kind::Origin) {
-            if (child.isValid()) {
-                op.times = {0.0f};
-                out.push_back(std::move(op));
-            }
-            continue;
-        }
-        if (readNumeric(child, op)) {
-            out.push_back(std::move(op));
+        // Read in place: an operation's inline samples are not worth copying in and out again.
+        Operation& op = out.emplace_back();
+        op.kind = kind;
+        op.count = count;
+        const bool usable = kind == Operation::Kind::Origin ? child.isValid() : readNumeric(child, op);
+        if (!usable) {
+            out.pop_back();
+        } else if (kind == Operation::Kind::Origin) {
+            op.times.push_back(0.0f);
         }
     }
 }

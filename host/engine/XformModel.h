@@ -5,21 +5,34 @@
 #include "hostapi/attribute/Attribute.h"
 
 #include <Imath/ImathMatrix.h>
+#include <boost/container/small_vector.hpp>
 
 #include <vector>
 
 namespace VexilHost {
 namespace XformModel {
 
+/// Sample times kept inline for the usual one or two samples.
+class SampleTimes : public boost::container::small_vector<float, 2> {
+public:
+    using small_vector::small_vector;
+    /// Takes the times of `times`, in order.
+    SampleTimes& operator=(const std::vector<float>& times) {
+        assign(times.begin(), times.end());
+        return *this;
+    }
+};
+
 /// One operation of a flattened `xform` group, with its samples converted to doubles.
 struct Operation {
     enum class Kind { Translate, Rotate, Scale, Matrix, Origin };
     Kind kind = Kind::Origin;
     /// Ascending sample times; never empty.
-    std::vector<float> times;
+    SampleTimes times;
     /// The values of every sample time one after another, `count` per time (3, 4, 3 or 16; none for
-    /// origin): one block, since an operation is read for every location a cook asks about.
-    std::vector<double> values;
+    /// origin): one block, inline for a matrix or up to four samples of the others, since an operation
+    /// is read for every location a cook asks about.
+    boost::container::small_vector<double, 16> values;
     size_t count = 0;
 
     /// The first of the `count` values of sample `index`.

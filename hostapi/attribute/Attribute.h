@@ -4,6 +4,7 @@
 
 #include <vexil/AttributeHost.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -59,7 +60,7 @@ public:
     static void setSuites(const AttributeHostSuite* suite);
     /// Loads `<directory>/bin/libQnAttributeHost.so` and takes its suite for both halves.
     static bool loadSuite(const std::string& directory);
-    static const AttributeHostSuite* suite();
+    static const AttributeHostSuite* suite() { return s_suite.load(std::memory_order_acquire); }
 
 protected:
     explicit Attribute(QnAttributeHandle handleRetained) : m_handle(handleRetained) {}
@@ -68,6 +69,12 @@ protected:
     Attribute(Attribute&& other, int32_t typeCode);
 
     QnAttributeHandle m_handle = nullptr;
+
+private:
+    /// The suite of the attribute classes, read inline on every call; one per loaded module, as
+    /// each plug-in hands over its own host.
+    __attribute__((visibility("hidden"))) static inline std::atomic<const AttributeHostSuite*> s_suite{
+        nullptr};
 };
 
 /// A 128-bit attribute hash.

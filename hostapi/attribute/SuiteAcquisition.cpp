@@ -12,7 +12,6 @@ namespace Qn {
 
 namespace {
 
-std::atomic<const AttributeHostSuite*> g_attributeSuite{nullptr};
 std::atomic<const AttributeHostSuite*> g_builderSuite{nullptr};
 
 const AttributeHostSuite* suiteFromHost(const VexilHost* host) {
@@ -33,24 +32,20 @@ int Attribute::setHost(const VexilHost* host) {
     const AttributeHostSuite* s = suiteFromHost(host);
     if (!s)
         return -1;
-    g_attributeSuite.store(s, std::memory_order_release);
+    s_suite.store(s, std::memory_order_release);
     return 0;
 }
 
 void Attribute::setSuite(const AttributeHostSuite* s) {
     if (s)
-        g_attributeSuite.store(s, std::memory_order_release);
+        s_suite.store(s, std::memory_order_release);
 }
 
 void Attribute::setSuites(const AttributeHostSuite* s) {
     if (!s)
         return;
-    g_attributeSuite.store(s, std::memory_order_release);
+    s_suite.store(s, std::memory_order_release);
     g_builderSuite.store(s, std::memory_order_release);
-}
-
-const AttributeHostSuite* Attribute::suite() {
-    return g_attributeSuite.load(std::memory_order_acquire);
 }
 
 bool Attribute::loadSuite(const std::string& directory) {

@@ -2,7 +2,7 @@
 // base or target transform missing at a sample time, an empty set of sample times. The stand-in cook
 // table serves camera attributes and bounds; the resolved cache passes its queries on to it.
 #include "constraints/resolvers/Resolvers.h"
-#include "tests/geometry/StandInCook.h"
+#include "tests/plugin/FakeCookHost.h"
 
 #include "hostapi/attribute/GroupAttribute.h"
 
@@ -12,11 +12,24 @@
 #include <iterator>
 
 using namespace Vexil3Constraints::Private;
-using namespace GeometryTests;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::FakeCook;
+using VexilTest::thrownMessage;
 
 namespace {
+
+// A translation by (x, y, z).
+M44d translation(double x, double y, double z) {
+    M44d m;
+    m.setTranslation(V3d(x, y, z));
+    return m;
+}
+
+// One transform sample at time 0.
+XformSamples at0(const M44d& m) {
+    return XformSamples{{0.0f, m}};
+}
 
 const std::string kCamera = "/root/world/cam";
 const std::string kBox = "/root/world/box";
@@ -37,14 +50,14 @@ public:
 class CameraResolverTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(GeometryTests::loadAttributeSuite());
-        auto& camera = m_cook.scene[kCamera];
+        VexilTest::ensureAttributeSuite();
+        auto& camera = m_cook.input[kCamera];
         camera["geometry.left"] = Qn::DoubleAttribute(-1.0);
         camera["geometry.right"] = Qn::DoubleAttribute(1.0);
         camera["geometry.bottom"] = Qn::DoubleAttribute(-1.0);
         camera["geometry.top"] = Qn::DoubleAttribute(1.0);
         camera["geometry.fov"] = Qn::DoubleAttribute(90.0);
-        m_cook.scene[kBox]["bound"] = Qn::DoubleAttribute(std::vector<double>{-1, 1, -1, 1, -1, 1});
+        m_cook.input[kBox]["bound"] = Qn::DoubleAttribute(std::vector<double>{-1, 1, -1, 1, -1, 1});
     }
 
     // Runs a resolver made by `create` from `group`.
@@ -73,7 +86,7 @@ protected:
                                     : Qn::DoubleAttribute(it->second).getValue(std::nan(""), false);
     }
 
-    StandInCook m_cook;
+    FakeCook m_cook;
     PassThroughCache m_cache;
     OutputAttributes m_output;
 };

@@ -2,6 +2,7 @@
 // base or target transform missing at a sample time, an empty set of sample times. The stand-in cook
 // table serves camera attributes and bounds; the resolved cache passes its queries on to it.
 #include "constraints/resolvers/Resolvers.h"
+#include "tests/geometry/TransformSamples.h"
 #include "tests/plugin/FakeCookHost.h"
 
 #include "hostapi/attribute/GroupAttribute.h"
@@ -12,24 +13,14 @@
 #include <iterator>
 
 using namespace Vexil3Constraints::Private;
+using GeometryTests::at0;
+using GeometryTests::translation;
 using Imath::M44d;
 using Imath::V3d;
 using VexilTest::FakeCook;
 using VexilTest::thrownMessage;
 
 namespace {
-
-// A translation by (x, y, z).
-M44d translation(double x, double y, double z) {
-    M44d m;
-    m.setTranslation(V3d(x, y, z));
-    return m;
-}
-
-// One transform sample at time 0.
-XformSamples at0(const M44d& m) {
-    return XformSamples{{0.0f, m}};
-}
 
 const std::string kCamera = "/root/world/cam";
 const std::string kBox = "/root/world/box";

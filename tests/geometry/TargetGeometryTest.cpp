@@ -2,6 +2,7 @@
 // is worked out by hand from the meshes and transforms below.
 #include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolve/FaceIterator.h"
+#include "tests/geometry/TransformSamples.h"
 #include "tests/plugin/FakeCookHost.h"
 
 #include "hostapi/attribute/GroupAttribute.h"
@@ -11,24 +12,14 @@
 #include <functional>
 
 using namespace Vexil3Constraints::Private;
+using GeometryTests::at0;
+using GeometryTests::translation;
 using Imath::M44d;
 using Imath::V3d;
 using VexilTest::FakeCook;
 using VexilTest::thrownMessage;
 
 namespace {
-
-// A translation by (x, y, z).
-M44d translation(double x, double y, double z) {
-    M44d m;
-    m.setTranslation(V3d(x, y, z));
-    return m;
-}
-
-// One transform sample at time 0.
-XformSamples at0(const M44d& m) {
-    return XformSamples{{0.0f, m}};
-}
 
 const std::string kTarget = "/root/world/target";
 const std::string kMesh = "/root/world/mesh";

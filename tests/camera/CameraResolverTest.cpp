@@ -2,7 +2,8 @@
 // base or target transform missing at a sample time, an empty set of sample times. The stand-in cook
 // table serves camera attributes and bounds; the resolved cache passes its queries on to it.
 #include "constraints/resolvers/Resolvers.h"
-#include "tests/geometry/StandInCook.h"
+#include "tests/geometry/TransformSamples.h"
+#include "tests/plugin/FakeCookHost.h"
 
 #include "hostapi/attribute/GroupAttribute.h"
 
@@ -12,9 +13,12 @@
 #include <iterator>
 
 using namespace Vexil3Constraints::Private;
-using namespace GeometryTests;
+using GeometryTests::at0;
+using GeometryTests::translation;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::FakeCook;
+using VexilTest::thrownMessage;
 
 namespace {
 
@@ -37,14 +41,14 @@ public:
 class CameraResolverTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(GeometryTests::loadAttributeSuite());
-        auto& camera = m_cook.scene[kCamera];
+        VexilTest::ensureAttributeSuite();
+        auto& camera = m_cook.input[kCamera];
         camera["geometry.left"] = Qn::DoubleAttribute(-1.0);
         camera["geometry.right"] = Qn::DoubleAttribute(1.0);
         camera["geometry.bottom"] = Qn::DoubleAttribute(-1.0);
         camera["geometry.top"] = Qn::DoubleAttribute(1.0);
         camera["geometry.fov"] = Qn::DoubleAttribute(90.0);
-        m_cook.scene[kBox]["bound"] = Qn::DoubleAttribute(std::vector<double>{-1, 1, -1, 1, -1, 1});
+        m_cook.input[kBox]["bound"] = Qn::DoubleAttribute(std::vector<double>{-1, 1, -1, 1, -1, 1});
     }
 
     // Runs a resolver made by `create` from `group`.
@@ -73,7 +77,7 @@ protected:
                                     : Qn::DoubleAttribute(it->second).getValue(std::nan(""), false);
     }
 
-    StandInCook m_cook;
+    FakeCook m_cook;
     PassThroughCache m_cache;
     OutputAttributes m_output;
 };

@@ -660,17 +660,6 @@ std::vector<Entry> ops() {
 
 // ---- checks ----
 
-/// Every location path of the cooked scene, with its node.
-void collect(const Json& location, const std::string& path,
-             std::vector<std::pair<std::string, const Json*>>& out) {
-    out.emplace_back(path, &location);
-    if (location.contains("children")) {
-        for (auto it = location["children"].begin(); it != location["children"].end(); ++it) {
-            collect(it.value(), path + "/" + it.key(), out);
-        }
-    }
-}
-
 void runEntry(const Entry& entry) {
     SCOPED_TRACE(entry.name);
     // The healthy pair: a Point constraint that must still move "sentinel" onto its target.
@@ -690,9 +679,7 @@ void runEntry(const Entry& entry) {
             EXPECT_EQ("error", stringValue(result.scene, e.path, "type")) << e.path;
         }
     }
-    std::vector<std::pair<std::string, const Json*>> locations;
-    collect(result.scene["scene"], "/root", locations);
-    for (const auto& [path, node] : locations) {
+    for (const std::string& path : locationPaths(result.scene)) {
         for (const char* attr : {"errorMessage", "warningMessage"}) {
             bool expected = false;
             for (const Expected& e : entry.expected) {

@@ -2,7 +2,8 @@
 // is worked out by hand from the meshes and transforms below.
 #include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolve/FaceIterator.h"
-#include "tests/geometry/StandInCook.h"
+#include "tests/geometry/TransformSamples.h"
+#include "tests/plugin/FakeCookHost.h"
 
 #include "hostapi/attribute/GroupAttribute.h"
 
@@ -11,9 +12,12 @@
 #include <functional>
 
 using namespace Vexil3Constraints::Private;
-using namespace GeometryTests;
+using GeometryTests::at0;
+using GeometryTests::translation;
 using Imath::M44d;
 using Imath::V3d;
+using VexilTest::FakeCook;
+using VexilTest::thrownMessage;
 
 namespace {
 
@@ -28,19 +32,19 @@ void expectVecNear(const V3d& expected, const V3d& actual, double tol = 1e-12) {
 
 // A tetrahedron corner: points (0,0,0), (3,0,0), (0,3,0), (0,0,3) and three triangles whose centres are
 // (1,1,0), (1,0,1) and (0,1,1); its points span the box 0..3 on every axis.
-void addCorner(StandInCook& cook, const std::string& path) {
+void addCorner(FakeCook& cook, const std::string& path) {
     cook.addMesh(path, {0, 0, 0, 3, 0, 0, 0, 3, 0, 0, 0, 3}, {0, 3, 6, 9}, {0, 1, 2, 0, 1, 3, 0, 2, 3});
 }
 
 // One quad with corners (0,0,0) and (2,2,0): centre (1,1,0).
-void addQuad(StandInCook& cook, const std::string& path) {
+void addQuad(FakeCook& cook, const std::string& path) {
     cook.addMesh(path, {0, 0, 0, 2, 0, 0, 2, 2, 0, 0, 2, 0}, {0, 4}, {0, 1, 2, 3});
 }
 
 class TargetGeometryTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(GeometryTests::loadAttributeSuite()); }
-    StandInCook m_cook;
+    void SetUp() override { VexilTest::ensureAttributeSuite(); }
+    FakeCook m_cook;
 };
 
 } // namespace
@@ -90,7 +94,7 @@ TEST_F(TargetGeometryTest, TransformLookupIsByExactTime) {
 }
 
 TEST_F(TargetGeometryTest, BoundingBoxCentre) {
-    m_cook.scene[kTarget]["bound"] = Qn::DoubleAttribute(std::vector<double>{-1, 3, 0, 2, -4, -2});
+    m_cook.input[kTarget]["bound"] = Qn::DoubleAttribute(std::vector<double>{-1, 3, 0, 2, -4, -2});
     Qn::VexilCookInterface cook = m_cook.cookInterface();
     // Centre (1,1,-3), then scaled by 2 and moved by (10,0,0).
     M44d scaleAndMove;
@@ -102,7 +106,7 @@ TEST_F(TargetGeometryTest, BoundingBoxCentre) {
                   computeTargetOrigin("boundingBox", {at0(scaleAndMove)}, cook, {kTarget}, false, 0.0f));
 
     // An animated bound is interpolated at the sample time: at 0.5 halfway from (0..2) to (4..6) in x.
-    m_cook.scene[kTarget]["bound"] = Qn::DoubleAttribute(
+    m_cook.input[kTarget]["bound"] = Qn::DoubleAttribute(
         std::map<float, std::vector<double>>{{0.0f, {0, 2, 0, 0, 0, 0}}, {1.0f, {4, 6, 0, 0, 0, 0}}}, 1);
     expectVecNear(V3d(3, 0, 0),
                   computeTargetOrigin("boundingBox", {XformSamples{}}, cook, {kTarget}, false, 0.5f));
@@ -122,9 +126,9 @@ TEST_F(TargetGeometryTest, BoundingBoxWithoutUsableBound) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        m_cook.scene[kTarget].erase("bound");
+        m_cook.input[kTarget].erase("bound");
         if (c.bound.isValid())
-            m_cook.scene[kTarget]["bound"] = c.bound;
+            m_cook.input[kTarget]["bound"] = c.bound;
         Qn::VexilCookInterface cook = m_cook.cookInterface();
         EXPECT_EQ(message, thrownMessage([&] {
                       computeTargetOrigin("boundingBox", {at0(M44d())}, cook, {kTarget}, true, 0.0f);
@@ -184,7 +188,7 @@ TEST_F(TargetGeometryTest, FaceBoundingBoxCentre) {
 TEST_F(TargetGeometryTest, PointsAreInterpolatedAtTheSampleTime) {
     addQuad(m_cook, kMesh);
     // The quad moves from z = 0 at time 0 to z = 4 at time 1.
-    m_cook.scene[kMesh]["geometry.point.P"] =
+    m_cook.input[kMesh]["geometry.point.P"] =
         Qn::FloatAttribute(std::map<float, std::vector<float>>{{0.0f, {0, 0, 0, 2, 0, 0, 2, 2, 0, 0, 2, 0}},
                                                                {1.0f, {0, 0, 4, 2, 0, 4, 2, 2, 4, 0, 2, 4}}},
                            3);
@@ -234,7 +238,7 @@ TEST_F(TargetGeometryTest, GetFacePointsInVertexListOrder) {
 TEST_F(TargetGeometryTest, FaceIteratorFailures) {
     struct Case {
         const char* what;
-        std::function<void(StandInCook&)> build;
+        std::function<void(FakeCook&)> build;
         std::string path;
         std::string message;
     };
@@ -246,54 +250,54 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
     const std::vector<float> threePoints{0, 0, 0, 1, 0, 0, 0, 1, 0};
     // A mesh of the three points with these faces and nothing else.
     auto meshOf = [&](std::vector<int32_t> startIndex, std::vector<int32_t> vertexList) {
-        return [&, startIndex, vertexList](StandInCook& c) {
+        return [&, startIndex, vertexList](FakeCook& c) {
             c.addMesh(kMesh, threePoints, startIndex, vertexList);
         };
     };
     const Case cases[] = {
-        {"nurbs patch", [](StandInCook& c) { c.scene[kMesh]["type"] = Qn::StringAttribute("nurbspatch"); },
+        {"nurbs patch", [](FakeCook& c) { c.input[kMesh]["type"] = Qn::StringAttribute("nurbspatch"); },
          kMesh, "FaceIterator mesh has unsupport type: nurbspatch."},
-        {"no type", [](StandInCook& c) { c.scene[kMesh]; }, kMesh, "FaceIterator mesh has unsupport type: ."},
+        {"no type", [](FakeCook& c) { c.input[kMesh]; }, kMesh, "FaceIterator mesh has unsupport type: ."},
         {"face set below a group",
-         [&](StandInCook& c) {
-             c.scene[kMesh]["type"] = Qn::StringAttribute("group");
+         [&](FakeCook& c) {
+             c.input[kMesh]["type"] = Qn::StringAttribute("group");
              c.addFaceSet(kMesh + "/fs", {0});
          },
          kMesh + "/fs", "FaceIterator mesh has unsupport type: group."},
         {"points missing",
-         [&](StandInCook& c) {
+         [&](FakeCook& c) {
              c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 2});
-             c.scene[kMesh].erase("geometry.point.P");
+             c.input[kMesh].erase("geometry.point.P");
          },
          kMesh, missing},
         {"double points",
-         [&](StandInCook& c) {
+         [&](FakeCook& c) {
              c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 2}, "subdmesh");
-             c.scene[kMesh]["geometry.point.P"] = Qn::DoubleAttribute(std::vector<double>{0, 0, 0}, 3);
+             c.input[kMesh]["geometry.point.P"] = Qn::DoubleAttribute(std::vector<double>{0, 0, 0}, 3);
          },
          kMesh, missing},
         {"vertex list missing",
-         [&](StandInCook& c) {
+         [&](FakeCook& c) {
              c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 2});
-             c.scene[kMesh].erase("geometry.poly.vertexList");
+             c.input[kMesh].erase("geometry.poly.vertexList");
          },
          kMesh, missing},
         {"face set without faces",
-         [&](StandInCook& c) {
+         [&](FakeCook& c) {
              c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 2});
              c.addFaceSet(kMesh + "/fs", {0});
-             c.scene[kMesh + "/fs"].erase("geometry.faces");
+             c.input[kMesh + "/fs"].erase("geometry.faces");
          },
          kMesh + "/fs", missing},
         // Face 7 of a mesh with faces 0..6.
         {"face set index past the faces",
-         [&](StandInCook& c) {
+         [&](FakeCook& c) {
              c.addMesh(kMesh, threePoints, {0, 1, 2, 3, 4, 5, 6, 7}, {0, 1, 2, 0, 1, 2, 0});
              c.addFaceSet(kMesh + "/fs", {7});
          },
          kMesh + "/fs", badIndex},
         {"negative face set index",
-         [&](StandInCook& c) {
+         [&](FakeCook& c) {
              c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 2});
              c.addFaceSet(kMesh + "/fs", {-1});
          },
@@ -310,7 +314,7 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        StandInCook scene;
+        FakeCook scene;
         c.build(scene);
         Qn::VexilCookInterface cook = scene.cookInterface();
         EXPECT_EQ(c.message, thrownMessage([&] { FaceIterator(cook, c.path, 0.0f); }));
@@ -361,11 +365,11 @@ TEST_F(TargetGeometryTest, QueryAbortPassesThroughUnchanged) {
 TEST_F(TargetGeometryTest, AddTargetOriginSampleTimes) {
     addQuad(m_cook, "/root/world/still");
     addQuad(m_cook, "/root/world/moving");
-    m_cook.scene["/root/world/moving"]["geometry.point.P"] = Qn::FloatAttribute(
+    m_cook.input["/root/world/moving"]["geometry.point.P"] = Qn::FloatAttribute(
         std::map<float, std::vector<float>>{{-0.25f, {0, 0, 0}}, {0.0f, {0, 0, 1}}, {0.25f, {0, 0, 2}}}, 3);
-    m_cook.scene["/root/world/boxed"]["bound"] = Qn::DoubleAttribute(
+    m_cook.input["/root/world/boxed"]["bound"] = Qn::DoubleAttribute(
         std::map<float, std::vector<double>>{{0.0f, {0, 1, 0, 1, 0, 1}}, {0.5f, {0, 2, 0, 2, 0, 2}}}, 1);
-    m_cook.scene["/root/world/floatBound"]["bound"] = Qn::FloatAttribute(
+    m_cook.input["/root/world/floatBound"]["bound"] = Qn::FloatAttribute(
         std::map<float, std::vector<float>>{{0.0f, {0, 1, 0, 1, 0, 1}}, {0.75f, {0, 2, 0, 2, 0, 2}}}, 1);
     m_cook.addFaceSet("/root/world/moving/fs", {0});
     Qn::VexilCookInterface cook = m_cook.cookInterface();

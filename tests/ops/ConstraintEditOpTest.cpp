@@ -215,40 +215,25 @@ TEST(ConstraintEdit, RoundTripWithTheConstraintList) {
     EXPECT_LT((position(unlisted.scene, a) - Imath::V3d(4, 0, 0)).length(), kTolerance);
 }
 
+// Bad arguments the failure catalogue does not already cook with the same input: the error stops the
+// traversal where it is reported, so nothing below is touched or marked.
 TEST(ConstraintEdit, BadArgumentsReportAClearErrorAndNeverCrash) {
     const std::string path = "/root/world/a";
-    const std::string actions = "'createOrOverride', 'addToConstraintList' or 'removeFromConstraintList'.";
     struct Case {
         Json args;
         std::string message;
     };
     const std::vector<Case> cases = {
-        {Json::object(), "ConstraintEdit: a 'locationPath' argument must be given."},
         {{{"locationPath", ints({1})}, {"action", "addToConstraintList"}},
          "ConstraintEdit: a 'locationPath' argument must be given."},
-        {{{"locationPath", "root/world/a"}, {"action", "addToConstraintList"}},
-         "ConstraintEdit: 'locationPath' must be an absolute location path, not 'root/world/a'."},
-        {{{"locationPath", path}}, "ConstraintEdit: an 'action' argument must be given: " + actions},
-        {{{"locationPath", path}, {"action", "create"}},
-         "ConstraintEdit: unsupported action 'create'; the actions are 'createOrOverride', "
-         "'addToConstraintList' and 'removeFromConstraintList'."},
-        {{{"locationPath", path}, {"action", "createOrOverride"}},
-         "ConstraintEdit: a 'constraintType' argument must be given: 'Aim', 'Orient' or 'Point'."},
         {{{"locationPath", path}, {"action", "createOrOverride"}, {"constraintType", "aim"}},
          "ConstraintEdit: unsupported constraint type 'aim'; the types are 'Aim', 'Orient' and 'Point'."},
-        {{{"locationPath", path}, {"action", "createOrOverride"}, {"constraintType", "Scale"}},
-         "ConstraintEdit: unsupported constraint type 'Scale'; the types are 'Aim', 'Orient' and 'Point'."},
-        {editArgs("Aim", path, "args.xAxis"), "ConstraintEdit: 'setAttrs' must be a group of attributes."},
-        {editArgs("Aim", path, {{"type", "Point"}}),
-         "ConstraintEdit: 'setAttrs' cannot change the constraint type ('Aim'); choose the type with "
-         "'constraintType'."},
     };
     for (const Case& c : cases) {
         const Json children = {{"a", placed({0, 0, 0})}};
         CookResult result = cookChain(children, Json::array({op("ConstraintEdit", c.args)}));
         EXPECT_EQ(stringValue(result.scene, "/root", "type"), "error") << c.message;
         EXPECT_EQ(stringValue(result.scene, "/root", "errorMessage"), c.message);
-        // The traversal stops where the error is reported: nothing below is touched or marked.
         EXPECT_TRUE(attribute(result.scene, "/root/world", "errorMessage").is_null()) << c.message;
         EXPECT_EQ(memberNames(attribute(result.scene, path, "xform")), Strings{"translate"}) << c.message;
         bool present = true;

@@ -44,36 +44,6 @@ Drawn draw(const ScratchFolder& scratch, const std::string& scenePath, std::vect
     return drawn;
 }
 
-void collectPaths(const Json& location, const std::string& path, std::vector<std::string>& out) {
-    out.push_back(path);
-    if (location.contains("children")) {
-        for (const auto& [name, child] : location.at("children").items()) {
-            collectPaths(child, path + "/" + name, out);
-        }
-    }
-}
-
-std::vector<std::string> locationPaths(const Json& file) {
-    std::vector<std::string> paths;
-    collectPaths(file.at("scene"), "/root", paths);
-    return paths;
-}
-
-const Json* findIn(const Json& file, const std::string& path) {
-    const Json* node = &file.at("scene");
-    std::string rest = path.substr(5);
-    while (!rest.empty()) {
-        const size_t next = rest.find('/', 1);
-        const std::string name = rest.substr(1, next == std::string::npos ? std::string::npos : next - 1);
-        if (!node->contains("children") || !node->at("children").contains(name)) {
-            return nullptr;
-        }
-        node = &node->at("children").at(name);
-        rest = next == std::string::npos ? std::string() : rest.substr(next);
-    }
-    return node;
-}
-
 /// Whether the cooked location's xform holds a constraint or its resolved form.
 bool carriesConstraint(const Json& location) {
     if (!location.contains("attrs") || !location.at("attrs").contains("xform") ||
@@ -169,14 +139,14 @@ TEST(Pictures, EveryExampleShowsEveryLocationInEveryView) {
         }
 
         size_t problems = 0;
-        for (const std::string& path : locationPaths(drawn.cooked)) {
+        for (const std::string& path : VexilTest::locationPaths(drawn.cooked)) {
             if (path == "/root") {
                 continue;
             }
-            const Json& location = *findIn(drawn.cooked, path);
+            const Json& location = VexilTest::location(drawn.cooked, path);
             for (const char* view : kOrthoViews) {
                 EXPECT_EQ(locationGroups(drawn.elements, view, path, "after"), 1u) << path << " in " << view;
-                const bool before = carriesConstraint(location) && findIn(input, path) != nullptr;
+                const bool before = carriesConstraint(location) && VexilTest::hasLocation(input, path);
                 EXPECT_EQ(locationGroups(drawn.elements, view, path, "before"), before ? 1u : 0u)
                     << path << " before, in " << view;
             }

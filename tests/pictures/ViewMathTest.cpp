@@ -14,7 +14,6 @@
 
 #include <cmath>
 #include <sstream>
-#include <thread>
 
 using namespace VexilHost;
 using namespace VexilHost::Picture;
@@ -261,24 +260,4 @@ TEST(Progress, StaysQuietUntilTheDelayThenRewritesOneLine) {
                          "\rcooking: 30 locations cooked, 10 per second, 3.0 s elapsed\x1b[K");
     display.stop(); // never started: writes nothing more
     EXPECT_EQ(out.str().back(), 'K');
-}
-
-TEST(Progress, ThreadEndsTheLineWithTheFinalCount) {
-    std::atomic<int64_t> counter{0};
-    std::ostringstream out;
-    {
-        ProgressDisplay display(counter, out, "cooking",
-                                {std::chrono::milliseconds(0), std::chrono::milliseconds(5)});
-        display.start();
-        for (int i = 0; i < 400 && !display.shown(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        counter = 7;
-        display.stop();
-        EXPECT_TRUE(display.shown());
-    }
-    const std::string text = out.str();
-    const std::string lastLine = text.substr(text.rfind('\r'));
-    EXPECT_EQ(lastLine.rfind("\rcooking: 7 locations cooked, ", 0), 0u) << lastLine;
-    EXPECT_EQ(lastLine.substr(lastLine.size() - 4), "\x1b[K\n");
 }

@@ -65,6 +65,12 @@ QnAttributeHandle getAttrEntry(VexilCookHandle h, const char* name, int32_t name
     return attr == at->second.end() ? nullptr : handOut(attr->second);
 }
 
+QnAttributeHandle locationTypeEntry(VexilCookHandle h, const char* path, int32_t pathLength,
+                                    int32_t inputIndex, uint8_t* abort) {
+    static const char kType[] = "type";
+    return getAttrEntry(h, kType, 4, path, pathLength, inputIndex, abort);
+}
+
 uint8_t existsEntry(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
                     uint8_t* abort) {
     FakeCook& cook = fake(h);
@@ -148,6 +154,7 @@ const VexilCookSuite* FakeCook::suite() {
         s.getOpType = &opTypeEntry;
         s.getOpArg = &opArgEntry;
         s.getAttr = &getAttrEntry;
+        s.getLocationType = &locationTypeEntry;
         s.doesLocationExist = &existsEntry;
         s.createChild = &createChildEntry;
         s.setAttr = &setAttrEntry;
@@ -205,6 +212,22 @@ bool FakeCook::stopped() const {
         }
     }
     return false;
+}
+
+void FakeCook::addMesh(const std::string& path, const std::vector<float>& points,
+                       const std::vector<int32_t>& startIndex, const std::vector<int32_t>& vertexList,
+                       const std::string& type) {
+    auto& location = input[path];
+    location["type"] = Qn::StringAttribute(type);
+    location["geometry.point.P"] = Qn::FloatAttribute(points, 3);
+    location["geometry.poly.startIndex"] = Qn::IntAttribute(startIndex);
+    location["geometry.poly.vertexList"] = Qn::IntAttribute(vertexList);
+}
+
+void FakeCook::addFaceSet(const std::string& path, const std::vector<int32_t>& faces) {
+    auto& location = input[path];
+    location["type"] = Qn::StringAttribute("faceset");
+    location["geometry.faces"] = Qn::IntAttribute(faces);
 }
 
 std::vector<std::string> strings(const Qn::Attribute& attr) {

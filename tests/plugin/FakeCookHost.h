@@ -4,6 +4,9 @@
 
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
+#include "tests/support/ThrownMessage.h"
+
+#include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 
 #include <vexil/VexilOp.h>
 
@@ -37,7 +40,8 @@ struct HostQuery {
     int inputIndex = 0;
 };
 
-/// The cook of one location. The handle handed to the op is the object's address.
+/// The cook of one location. The handle handed to the op is the object's address. It also stands in
+/// for the host's cook table in tests of code that queries other locations (target origins, faces).
 class FakeCook {
 public:
     std::string outputPath = "/root/world";
@@ -47,7 +51,8 @@ public:
     bool abortQueries = false;
     /// The op arguments; a dotted name reaches into nested groups.
     Qn::GroupAttribute opArgs;
-    /// The input scene: location path -> attribute name (dotted, as queried) -> value.
+    /// The input scene: location path -> attribute name (dotted, as queried) -> value; the attribute
+    /// "type" also answers location-type queries.
     std::map<std::string, std::map<std::string, Qn::Attribute>> input;
 
     std::vector<HostCall> calls;
@@ -67,6 +72,15 @@ public:
     std::vector<std::string> callLog() const;
     /// Whether the op stopped the traversal below this location.
     bool stopped() const;
+
+    /// A cook interface over this location; valid while this object lives.
+    Qn::VexilCookInterface cookInterface() { return Qn::VexilCookInterface(handle(), suite()); }
+    /// Adds a mesh location of `type` with flat point positions, start indices and vertex list.
+    void addMesh(const std::string& path, const std::vector<float>& points,
+                 const std::vector<int32_t>& startIndex, const std::vector<int32_t>& vertexList,
+                 const std::string& type = "polymesh");
+    /// Adds a face set location naming `faces` of its parent mesh.
+    void addFaceSet(const std::string& path, const std::vector<int32_t>& faces);
 };
 
 /// The string values of the sample nearest to 0 (empty for an invalid attribute).

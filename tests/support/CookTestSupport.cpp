@@ -41,6 +41,15 @@ const Json* findLocation(const Json& cooked, const std::string& path) {
     return node;
 }
 
+void collectPaths(const Json& node, const std::string& path, std::vector<std::string>& out) {
+    out.push_back(path);
+    if (node.contains("children")) {
+        for (const auto& [name, child] : node["children"].items()) {
+            collectPaths(child, path + "/" + name, out);
+        }
+    }
+}
+
 // An attribute in the scene-file form: its values under the kind's key, and a tuple size other than 1.
 Json typed(const char* kind, const Json& values, int tupleSize) {
     Json attr = {{kind, values}};
@@ -92,6 +101,14 @@ Json resolveOps() {
 
 bool hasLocation(const Json& cooked, const std::string& path) {
     return findLocation(cooked, path) != nullptr;
+}
+
+std::vector<std::string> locationPaths(const Json& cooked) {
+    std::vector<std::string> paths;
+    if (cooked.contains("scene")) {
+        collectPaths(cooked["scene"], "/root", paths);
+    }
+    return paths;
 }
 
 const Json& location(const Json& cooked, const std::string& path) {

@@ -40,6 +40,8 @@ Json resolveOps();
 const Json& location(const Json& cooked, const std::string& path);
 /// True when the cooked scene has the location.
 bool hasLocation(const Json& cooked, const std::string& path);
+/// The absolute path of every location of a scene file, "/root" first, each parent before its children.
+std::vector<std::string> locationPaths(const Json& cooked);
 /// The attribute at a dotted name of a location, or null Json.
 const Json& attribute(const Json& cooked, const std::string& path, const std::string& name);
 

@@ -44,11 +44,15 @@ std::string_view firstString(Qn::Attribute&& attribute) {
     return values.empty() ? std::string_view() : std::string_view(values[0]);
 }
 
+[[noreturn]] void throwEmptyArgument(std::string_view resolverType, std::string_view argumentName) {
+    throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
+                             std::string(argumentName) + ".");
+}
+
 OriginMode requiredOriginMode(std::string_view value, std::string_view resolverType,
                               std::string_view argumentName) {
     if (value.empty()) {
-        throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
-                                 std::string(argumentName) + ".");
+        throwEmptyArgument(resolverType, argumentName);
     }
     return originModeOf(value);
 }
@@ -63,6 +67,20 @@ std::string_view ConstraintArguments::stringValue(std::string_view name) const {
 OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
                                  std::string_view argumentName) {
     return requiredOriginMode(arguments.stringValue(argumentName), resolverType, argumentName);
+}
+
+std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments,
+                                         std::string_view argumentName) {
+    const std::string_view value = arguments.stringValue(argumentName);
+    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
+}
+
+OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
+                             std::string_view argumentName) {
+    if (!mode) {
+        throwEmptyArgument(resolverType, argumentName);
+    }
+    return *mode;
 }
 
 OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,

@@ -113,7 +113,8 @@ TEST(ConstraintArguments, RequiredOriginModes) {
             args.emplace_back("targetOrigin", c.value);
         const Qn::GroupAttribute group = literalGroup({{"args", literalGroup(args)}});
         const ConstraintArguments arguments(group);
-        // The prepared reader and the single dotted lookup must agree, message included.
+        // The prepared reader, the single dotted lookup and the read kept for later must agree,
+        // message included.
         const std::vector<std::pair<const char*, std::function<OriginMode()>>> readers = {
             {"prepared",
              [&] {
@@ -122,6 +123,11 @@ TEST(ConstraintArguments, RequiredOriginModes) {
             {"dotted",
              [&] {
                  return getRequiredOriginMode(group, "Point", "args.targetOrigin");
+             }},
+            {"foundThenRequired",
+             [&] {
+                 return requireOriginMode(findOriginMode(arguments, "args.targetOrigin"), "Point",
+                                          "args.targetOrigin");
              }},
         };
         for (const auto& [how, read] : readers) {

@@ -264,6 +264,15 @@ public:
 
     SampleTimes getWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface,
                                          const std::string& locationPath) override {
+        SampleTimes sampleTimes;
+        addWorldXformSampleTimes(cookInterface, locationPath, sampleTimes);
+        return sampleTimes;
+    }
+
+    /// Adds the sample times of `locationPath`'s world transform to `sampleTimes`: for the targets,
+    /// whose times join the base's without a set of their own.
+    void addWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                                  SampleTimes& sampleTimes) const {
         const Qn::GroupAttribute overrides = m_session.overridesFor(locationPath, m_basePath, m_baseOverride);
         float onStack[4];
         int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimes(cookInterface, locationPath, onStack,
@@ -277,14 +286,15 @@ public:
             times = onHeap.data();
         }
         if (count <= 0) {
-            return SampleTimes();
+            return;
         }
         // The host's times are sorted and distinct; anything else is sorted here.
         const float* end = times + count;
         if (std::adjacent_find(times, end, [](float a, float b) { return !(a < b); }) == end) {
-            return SampleTimes(boost::container::ordered_unique_range, times, end);
+            sampleTimes.insert(boost::container::ordered_unique_range, times, end);
+        } else {
+            sampleTimes.insert(times, end);
         }
-        return SampleTimes(times, end);
     }
 
 private:
@@ -402,8 +412,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
 
     SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, path);
     for (const std::string& target : targets) {
-        SampleTimes targetTimes = frame.getWorldXformSampleTimes(m_cookInterface, target);
-        sampleTimes.insert(targetTimes.begin(), targetTimes.end());
+        frame.addWorldXformSampleTimes(m_cookInterface, target, sampleTimes);
     }
     resolver->addTimeSamples(m_cookInterface, path, targets, frame, sampleTimes);
     mergeSampleTimes(sampleTimes, readSwitch(resolver->constraintGroup(), kRespectMotionBlur, 1) != 0);

@@ -4,6 +4,7 @@
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
 #include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintDescription.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetPaths.h"
@@ -46,12 +47,8 @@ void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
 
 namespace {
 
-const std::string kAllowMissingTargets("allowMissingTargets");
-const std::string kRequireTargetBounds("requireTargetBounds");
-const std::string kRespectMotionBlur("respectMotionBlur");
-
-int readSwitch(const Qn::GroupAttribute& group, const std::string& name, int defaultValue) {
-    return Qn::IntAttribute(group.getChildByName(name)).getValue(defaultValue, false);
+int readSwitch(const Qn::Attribute& attribute, int defaultValue) {
+    return Qn::IntAttribute(attribute).getValue(defaultValue, false);
 }
 
 void addWarning(std::string& warnings, const std::string& warning) {
@@ -161,9 +158,10 @@ private:
     ConstraintOutcome resolveConstraint(const std::string& path, const Qn::Attribute& child,
                                         const PartialXform& partialXform, std::string& warnings,
                                         OutputAttributes& output);
-    ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, const std::string& path,
-                                         const TargetPaths& targets, const PartialXform& partialXform,
-                                         std::string& warnings, OutputAttributes& output);
+    ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, bool respectMotionBlur,
+                                         const std::string& path, const TargetPaths& targets,
+                                         const PartialXform& partialXform, std::string& warnings,
+                                         OutputAttributes& output);
     void requireDependencies(const std::string& path, const TargetPaths& targets);
     const ResolvedLocation& resolveDependency(const std::string& path);
 
@@ -354,7 +352,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         return ConstraintOutcome{errorGroup(text), dependencyFailed};
     };
     try {
-        type = Qn::StringAttribute(group.getChildByName("type")).getValue(std::string(), true);
+        const ConstraintDescription description = readConstraintDescription(group);
+        type = Qn::StringAttribute(description.type).getValue(std::string(), true);
         ConstraintResolverCreator creator = findConstraintResolverCreator(type);
         if (!creator) {
             throw std::runtime_error("'" + type + "' is an invalid constraint type.");
@@ -362,13 +361,13 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         ConstraintResolverPtr resolver = creator(group);
 
         // The written paths are read in place: only the kept ones are copied.
-        const Qn::StringAttribute targetAttribute(group.getChildByName("target"));
+        const Qn::StringAttribute targetAttribute(description.target);
         const Qn::SampleView<const char*> written = targetAttribute.getNearestSample(0.0f);
         if (written.empty()) {
             throw std::runtime_error("No constraint targets given.");
         }
-        const bool allowMissingTargets = readSwitch(group, kAllowMissingTargets, 0) != 0;
-        const bool requireTargetBounds = readSwitch(group, kRequireTargetBounds, 0) != 0;
+        const bool allowMissingTargets = readSwitch(description.allowMissingTargets, 0) != 0;
+        const bool requireTargetBounds = readSwitch(description.requireTargetBounds, 0) != 0;
         TargetPaths targets;
         targets.reserve(static_cast<size_t>(written.size));
         for (const char* target : written) {
@@ -395,7 +394,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
             }
             throw std::runtime_error("No valid target found to resolve constraint.");
         }
-        return resolveWithTargets(resolver, path, targets, partialXform, warnings, output);
+        return resolveWithTargets(resolver, readSwitch(description.respectMotionBlur, 1) != 0, path, targets,
+                                  partialXform, warnings, output);
     } catch (const ConstraintResolveError& e) {
         return fail(e.what(), std::string(e.what()) == kConstraintListNotSufficient);
     } catch (const std::exception& e) {
@@ -404,7 +404,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
 }
 
 ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr& resolver,
-                                                     const std::string& path, const TargetPaths& targets,
+                                                     bool respectMotionBlur, const std::string& path,
+                                                     const TargetPaths& targets,
                                                      const PartialXform& partialXform, std::string& warnings,
                                                      OutputAttributes& output) {
     requireDependencies(path, targets);
@@ -415,7 +416,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
         frame.addWorldXformSampleTimes(m_cookInterface, target, sampleTimes);
     }
     resolver->addTimeSamples(m_cookInterface, path, targets, frame, sampleTimes);
-    mergeSampleTimes(sampleTimes, readSwitch(resolver->constraintGroup(), kRespectMotionBlur, 1) != 0);
+    mergeSampleTimes(sampleTimes, respectMotionBlur);
 
     const XformSamples baseSamples = frame.getWorldXform(m_cookInterface, path, sampleTimes);
     XformSamplesList targetSamples;

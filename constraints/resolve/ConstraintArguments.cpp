@@ -17,13 +17,22 @@ constexpr std::string_view kArgsPrefix("args.");
 
 ConstraintArguments::ConstraintArguments(const Qn::GroupAttribute& constraintGroup)
     : m_group(constraintGroup) {
+    // The scan for dotted names also finds `args`, the first child of that name as the lookup by
+    // name would: no second search for it.
+    int64_t argsIndex = -1;
     for (int64_t i = 0, n = m_group.getNumberOfChildren(); i < n; ++i) {
-        if (m_group.getChildNameView(i).find('.') != std::string_view::npos) {
+        const std::string_view name = m_group.getChildNameView(i);
+        if (name.find('.') != std::string_view::npos) {
             m_direct = false;
             return;
         }
+        if (argsIndex < 0 && name == "args") {
+            argsIndex = i;
+        }
     }
-    m_args = m_group.getChildByName("args");
+    if (argsIndex >= 0) {
+        m_args = m_group.getChildByIndex(argsIndex);
+    }
 }
 
 Qn::Attribute ConstraintArguments::get(std::string_view name) const {

@@ -47,6 +47,9 @@ TEST(ConstraintArguments, AxisFlagsFollowTheDottedLookup) {
         {"argsGroup", literalGroup({{"type", text("Point")}, {"args", args0}}), false, true, true},
         {"noArgs", literalGroup({{"type", text("Point")}}), true, true, true},
         {"argsNotAGroup", literalGroup({{"args", intValue(0)}}), true, true, true},
+        // Only the child named exactly "args" holds the arguments.
+        {"similarNames", literalGroup({{"arg", args1}, {"argsArgs", args1}, {"args", args0}}), false, true,
+         true},
         // A literal child named "args.xAxis" wins over args -> xAxis, in both directions.
         {"literalWinsOff", literalGroup({{"args", args1}, {"args.xAxis", intValue(0)}}), false, true, true},
         {"literalWinsOn", literalGroup({{"args.xAxis", intValue(7)}, {"args", args0}}), true, true, true},

@@ -84,6 +84,12 @@ std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments,
     return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
 }
 
+std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGroup,
+                                         std::string_view argumentName) {
+    const std::string_view value = firstString(constraintGroup.getChildByName(argumentName));
+    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
+}
+
 OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
                              std::string_view argumentName) {
     if (!mode) {

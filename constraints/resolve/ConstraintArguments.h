@@ -42,6 +42,10 @@ OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::stri
 /// empty. Lets a resolver read its arguments once and report a missing one only where it is needed.
 std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments, std::string_view argumentName);
 
+/// findOriginMode by one dotted lookup in `constraintGroup`: cheaper where only one argument is read.
+std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGroup,
+                                         std::string_view argumentName);
+
 /// `mode`, or, when there is none, the error getRequiredOriginMode throws for `argumentName`.
 OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
                              std::string_view argumentName);

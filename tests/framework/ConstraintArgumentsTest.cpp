@@ -132,6 +132,11 @@ TEST(ConstraintArguments, RequiredOriginModes) {
                  return requireOriginMode(findOriginMode(arguments, "args.targetOrigin"), "Point",
                                           "args.targetOrigin");
              }},
+            {"dottedFoundThenRequired",
+             [&] {
+                 return requireOriginMode(findOriginMode(group, "args.targetOrigin"), "Point",
+                                          "args.targetOrigin");
+             }},
         };
         for (const auto& [how, read] : readers) {
             SCOPED_TRACE(how);

@@ -17,13 +17,22 @@ constexpr std::string_view kArgsPrefix("args.");
 
 ConstraintArguments::ConstraintArguments(const Qn::GroupAttribute& constraintGroup)
     : m_group(constraintGroup) {
+    // The scan for dotted names also finds `args`, the first child of that name as the lookup by
+    // name would: no second search for it.
+    int64_t argsIndex = -1;
     for (int64_t i = 0, n = m_group.getNumberOfChildren(); i < n; ++i) {
-        if (m_group.getChildNameView(i).find('.') != std::string_view::npos) {
+        const std::string_view name = m_group.getChildNameView(i);
+        if (name.find('.') != std::string_view::npos) {
             m_direct = false;
             return;
         }
+        if (argsIndex < 0 && name == "args") {
+            argsIndex = i;
+        }
     }
-    m_args = m_group.getChildByName("args");
+    if (argsIndex >= 0) {
+        m_args = m_group.getChildByIndex(argsIndex);
+    }
 }
 
 Qn::Attribute ConstraintArguments::get(std::string_view name) const {
@@ -44,11 +53,15 @@ std::string_view firstString(Qn::Attribute&& attribute) {
     return values.empty() ? std::string_view() : std::string_view(values[0]);
 }
 
+[[noreturn]] void throwEmptyArgument(std::string_view resolverType, std::string_view argumentName) {
+    throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
+                             std::string(argumentName) + ".");
+}
+
 OriginMode requiredOriginMode(std::string_view value, std::string_view resolverType,
                               std::string_view argumentName) {
     if (value.empty()) {
-        throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
-                                 std::string(argumentName) + ".");
+        throwEmptyArgument(resolverType, argumentName);
     }
     return originModeOf(value);
 }
@@ -63,6 +76,26 @@ std::string_view ConstraintArguments::stringValue(std::string_view name) const {
 OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
                                  std::string_view argumentName) {
     return requiredOriginMode(arguments.stringValue(argumentName), resolverType, argumentName);
+}
+
+std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments,
+                                         std::string_view argumentName) {
+    const std::string_view value = arguments.stringValue(argumentName);
+    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
+}
+
+std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGroup,
+                                         std::string_view argumentName) {
+    const std::string_view value = firstString(constraintGroup.getChildByName(argumentName));
+    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
+}
+
+OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
+                             std::string_view argumentName) {
+    if (!mode) {
+        throwEmptyArgument(resolverType, argumentName);
+    }
+    return *mode;
 }
 
 OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,

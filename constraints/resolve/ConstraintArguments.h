@@ -4,6 +4,7 @@
 #include "constraints/resolve/TargetGeometry.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
+#include <optional>
 #include <string_view>
 
 namespace Vexil3Constraints {
@@ -36,6 +37,18 @@ private:
 /// missing, not a string or empty.
 OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
                                  std::string_view argumentName);
+
+/// The origin mode of the string argument `argumentName`; none when it is missing, not a string or
+/// empty. Lets a resolver read its arguments once and report a missing one only where it is needed.
+std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments, std::string_view argumentName);
+
+/// findOriginMode by one dotted lookup in `constraintGroup`: cheaper where only one argument is read.
+std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGroup,
+                                         std::string_view argumentName);
+
+/// `mode`, or, when there is none, the error getRequiredOriginMode throws for `argumentName`.
+OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
+                             std::string_view argumentName);
 
 /// getRequiredOriginMode by one dotted lookup in `constraintGroup`: cheaper where only one or two
 /// arguments are read.

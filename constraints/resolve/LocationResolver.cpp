@@ -4,6 +4,7 @@
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
 #include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintDescription.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetPaths.h"
@@ -46,12 +47,8 @@ void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
 
 namespace {
 
-const std::string kAllowMissingTargets("allowMissingTargets");
-const std::string kRequireTargetBounds("requireTargetBounds");
-const std::string kRespectMotionBlur("respectMotionBlur");
-
-int readSwitch(const Qn::GroupAttribute& group, const std::string& name, int defaultValue) {
-    return Qn::IntAttribute(group.getChildByName(name)).getValue(defaultValue, false);
+int readSwitch(const Qn::Attribute& attribute, int defaultValue) {
+    return Qn::IntAttribute(attribute).getValue(defaultValue, false);
 }
 
 void addWarning(std::string& warnings, const std::string& warning) {
@@ -74,6 +71,17 @@ template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Vi
     if (path.size() > 1) {
         visit(whole);
     }
+}
+
+/// The `errorMessage` child of a resolver's result, as the lookup by name finds it (the first child of
+/// that name): the result holds a child or two, so a scan of their names costs less than the lookup.
+Qn::Attribute findErrorMessage(const Qn::GroupAttribute& resolved) {
+    for (int64_t i = 0, n = resolved.getNumberOfChildren(); i < n; ++i) {
+        if (resolved.getChildNameView(i) == "errorMessage") {
+            return resolved.getChildByIndex(i);
+        }
+    }
+    return Qn::Attribute();
 }
 
 // The children of an `xform` group: a handful, kept on the stack.
@@ -161,9 +169,10 @@ private:
     ConstraintOutcome resolveConstraint(const std::string& path, const Qn::Attribute& child,
                                         const PartialXform& partialXform, std::string& warnings,
                                         OutputAttributes& output);
-    ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, const std::string& path,
-                                         const TargetPaths& targets, const PartialXform& partialXform,
-                                         std::string& warnings, OutputAttributes& output);
+    ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, bool respectMotionBlur,
+                                         const std::string& path, const TargetPaths& targets,
+                                         const PartialXform& partialXform, std::string& warnings,
+                                         OutputAttributes& output);
     void requireDependencies(const std::string& path, const TargetPaths& targets);
     const ResolvedLocation& resolveDependency(const std::string& path);
 
@@ -264,6 +273,15 @@ public:
 
     SampleTimes getWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface,
                                          const std::string& locationPath) override {
+        SampleTimes sampleTimes;
+        addWorldXformSampleTimes(cookInterface, locationPath, sampleTimes);
+        return sampleTimes;
+    }
+
+    /// Adds the sample times of `locationPath`'s world transform to `sampleTimes`: for the targets,
+    /// whose times join the base's without a set of their own.
+    void addWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
+                                  SampleTimes& sampleTimes) const {
         const Qn::GroupAttribute overrides = m_session.overridesFor(locationPath, m_basePath, m_baseOverride);
         float onStack[4];
         int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimes(cookInterface, locationPath, onStack,
@@ -277,14 +295,15 @@ public:
             times = onHeap.data();
         }
         if (count <= 0) {
-            return SampleTimes();
+            return;
         }
         // The host's times are sorted and distinct; anything else is sorted here.
         const float* end = times + count;
         if (std::adjacent_find(times, end, [](float a, float b) { return !(a < b); }) == end) {
-            return SampleTimes(boost::container::ordered_unique_range, times, end);
+            sampleTimes.insert(boost::container::ordered_unique_range, times, end);
+        } else {
+            sampleTimes.insert(times, end);
         }
-        return SampleTimes(times, end);
     }
 
 private:
@@ -344,7 +363,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         return ConstraintOutcome{errorGroup(text), dependencyFailed};
     };
     try {
-        type = Qn::StringAttribute(group.getChildByName("type")).getValue(std::string(), true);
+        const ConstraintDescription description = readConstraintDescription(group);
+        type = Qn::StringAttribute(description.type).getValue(std::string(), true);
         ConstraintResolverCreator creator = findConstraintResolverCreator(type);
         if (!creator) {
             throw std::runtime_error("'" + type + "' is an invalid constraint type.");
@@ -352,13 +372,13 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         ConstraintResolverPtr resolver = creator(group);
 
         // The written paths are read in place: only the kept ones are copied.
-        const Qn::StringAttribute targetAttribute(group.getChildByName("target"));
+        const Qn::StringAttribute targetAttribute(description.target);
         const Qn::SampleView<const char*> written = targetAttribute.getNearestSample(0.0f);
         if (written.empty()) {
             throw std::runtime_error("No constraint targets given.");
         }
-        const bool allowMissingTargets = readSwitch(group, kAllowMissingTargets, 0) != 0;
-        const bool requireTargetBounds = readSwitch(group, kRequireTargetBounds, 0) != 0;
+        const bool allowMissingTargets = readSwitch(description.allowMissingTargets, 0) != 0;
+        const bool requireTargetBounds = readSwitch(description.requireTargetBounds, 0) != 0;
         TargetPaths targets;
         targets.reserve(static_cast<size_t>(written.size));
         for (const char* target : written) {
@@ -385,7 +405,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
             }
             throw std::runtime_error("No valid target found to resolve constraint.");
         }
-        return resolveWithTargets(resolver, path, targets, partialXform, warnings, output);
+        return resolveWithTargets(resolver, readSwitch(description.respectMotionBlur, 1) != 0, path, targets,
+                                  partialXform, warnings, output);
     } catch (const ConstraintResolveError& e) {
         return fail(e.what(), std::string(e.what()) == kConstraintListNotSufficient);
     } catch (const std::exception& e) {
@@ -394,7 +415,8 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
 }
 
 ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr& resolver,
-                                                     const std::string& path, const TargetPaths& targets,
+                                                     bool respectMotionBlur, const std::string& path,
+                                                     const TargetPaths& targets,
                                                      const PartialXform& partialXform, std::string& warnings,
                                                      OutputAttributes& output) {
     requireDependencies(path, targets);
@@ -402,11 +424,10 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
 
     SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, path);
     for (const std::string& target : targets) {
-        SampleTimes targetTimes = frame.getWorldXformSampleTimes(m_cookInterface, target);
-        sampleTimes.insert(targetTimes.begin(), targetTimes.end());
+        frame.addWorldXformSampleTimes(m_cookInterface, target, sampleTimes);
     }
     resolver->addTimeSamples(m_cookInterface, path, targets, frame, sampleTimes);
-    mergeSampleTimes(sampleTimes, readSwitch(resolver->constraintGroup(), kRespectMotionBlur, 1) != 0);
+    mergeSampleTimes(sampleTimes, respectMotionBlur);
 
     const XformSamples baseSamples = frame.getWorldXform(m_cookInterface, path, sampleTimes);
     XformSamplesList targetSamples;
@@ -423,7 +444,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
         addWarning(warnings, Qn::StringAttribute(warning->second).getValue(std::string(), false));
         resolverOutput.erase(warning);
     }
-    const Qn::Attribute error = resolved.getChildByName("errorMessage");
+    const Qn::Attribute error = findErrorMessage(resolved);
     if (error.isValid()) {
         output["type"] = Qn::StringAttribute("error");
         output["errorMessage"] = error;

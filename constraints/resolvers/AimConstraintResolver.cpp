@@ -1,5 +1,6 @@
 // The Aim constraint: turns the base about its own position so that its aim axis points at the
 // average target origin and its up axis turns towards a world up direction.
+#include "constraints/resolve/ConstraintArguments.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/Resolvers.h"
@@ -9,13 +10,15 @@
 
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 namespace {
 
-const char* const kType = "Aim";
+constexpr std::string_view kType("Aim");
+constexpr std::string_view kTargetOrigin("args.targetOrigin");
 
 /// The axes of one constraint, read once they are first needed.
 struct AimAxes {
@@ -37,25 +40,26 @@ AimAxes readAimAxes(const Qn::GroupAttribute& constraintGroup) {
 
 class AimConstraintResolver : public ConstraintResolver {
 public:
-    using ConstraintResolver::ConstraintResolver;
+    /// The target origin is read once, here: the time samples and every sample need it.
+    explicit AimConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : ConstraintResolver(constraintGroup),
+          m_targetOrigin(findOriginMode(m_constraintGroup, kTargetOrigin)) {}
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        addTargetOriginSampleTimes(getTargetOriginArg(m_constraintGroup, kType), cookInterface, targetPaths,
-                                   sampleTimes);
+        addTargetOriginSampleTimes(requireOriginMode(m_targetOrigin, kType, kTargetOrigin), cookInterface,
+                                   targetPaths, sampleTimes);
     }
 
     Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
                                const XformSamples& baseSamples, const std::string&,
                                const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
                                ResolvedCache&, OutputAttributes&) override {
-        // Each argument is read where the first sample would first read it, then kept: every sample
+        // The axes are read where the first sample would first read them, then kept: every sample
         // reads the same values, so the first failing check of the first sample still decides.
-        std::optional<OriginMode> targetOrigin;
         std::optional<AimAxes> axes;
         return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
-            if (!targetOrigin)
-                targetOrigin = originModeOf(getTargetOriginArg(m_constraintGroup, kType));
+            const OriginMode targetOrigin = requireOriginMode(m_targetOrigin, kType, kTargetOrigin);
 
             const Imath::M44d* base = findSample(baseSamples, sampleTime);
             if (!base)
@@ -66,7 +70,7 @@ public:
 
             Imath::V3d targetPoint;
             try {
-                targetPoint = computeTargetOrigin(*targetOrigin, targetSamples, cookInterface, targetPaths,
+                targetPoint = computeTargetOrigin(targetOrigin, targetSamples, cookInterface, targetPaths,
                                                   true, sampleTime);
             } catch (const std::exception& e) {
                 throw std::runtime_error(std::string("Aim constraint resolver target: ") + e.what());
@@ -77,6 +81,9 @@ public:
             return aimConstraintMatrix(*base, targetPoint, axes->aimAxis, axes->upAxis, axes->targetUpAxis);
         });
     }
+
+private:
+    const std::optional<OriginMode> m_targetOrigin;
 };
 
 } // namespace

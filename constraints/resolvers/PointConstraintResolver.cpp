@@ -21,21 +21,21 @@ constexpr std::string_view kType("Point");
 constexpr std::string_view kTargetOrigin("args.targetOrigin");
 constexpr std::string_view kBaseOrigin("args.baseOrigin");
 
-/// The arguments of one constraint, read once: every sample would read the same values.
+/// The arguments of one constraint, read once when its resolver is made: the time samples and every
+/// sample would read the same values. A missing origin is kept as none and reported where it is needed.
 struct PointArguments {
-    OriginMode targetOrigin = OriginMode::Origin;
-    OriginMode baseOrigin = OriginMode::Origin;
+    std::optional<OriginMode> targetOrigin;
+    std::optional<OriginMode> baseOrigin;
     bool followX = true;
     bool followY = true;
     bool followZ = true;
 };
 
-/// Reads the arguments in the order a sample checks them: the target origin before the base origin.
 PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
     const ConstraintArguments arguments(constraintGroup);
     PointArguments args;
-    args.targetOrigin = getRequiredOriginMode(arguments, kType, kTargetOrigin);
-    args.baseOrigin = getRequiredOriginMode(arguments, kType, kBaseOrigin);
+    args.targetOrigin = findOriginMode(arguments, kTargetOrigin);
+    args.baseOrigin = findOriginMode(arguments, kBaseOrigin);
     args.followX = getAxisFlag(arguments, "args.xAxis");
     args.followY = getAxisFlag(arguments, "args.yAxis");
     args.followZ = getAxisFlag(arguments, "args.zAxis");
@@ -46,6 +46,9 @@ Imath::M44d computePointSample(const PointArguments& args, Qn::VexilCookInterfac
                                const XformSamples& baseSamples, const std::string& baseLocation,
                                const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
                                float sampleTime) {
+    // A sample checks the target origin before the base origin.
+    const OriginMode targetOrigin = requireOriginMode(args.targetOrigin, kType, kTargetOrigin);
+    const OriginMode baseOrigin = requireOriginMode(args.baseOrigin, kType, kBaseOrigin);
     const Imath::M44d* base = findSample(baseSamples, sampleTime);
     if (!base)
         throw std::runtime_error("Point constraint resolver: incorrect time samples for base xform");
@@ -54,14 +57,14 @@ Imath::M44d computePointSample(const PointArguments& args, Qn::VexilCookInterfac
     Imath::V3d baseOriginPoint;
     try {
         baseOriginPoint =
-            computeTargetOrigin(args.baseOrigin, baseSamples, cookInterface, baseLocation, false, sampleTime);
+            computeTargetOrigin(baseOrigin, baseSamples, cookInterface, baseLocation, false, sampleTime);
     } catch (const std::exception& e) {
         throw std::runtime_error(std::string("Point constraint resolver base: ") + e.what());
     }
     Imath::V3d targetPoint;
     try {
-        targetPoint = computeTargetOrigin(args.targetOrigin, targetSamples, cookInterface, targetPaths, true,
-                                          sampleTime);
+        targetPoint =
+            computeTargetOrigin(targetOrigin, targetSamples, cookInterface, targetPaths, true, sampleTime);
     } catch (const std::exception& e) {
         throw std::runtime_error(std::string("Point constraint resolver target: ") + e.what());
     }
@@ -71,13 +74,14 @@ Imath::M44d computePointSample(const PointArguments& args, Qn::VexilCookInterfac
 
 class PointConstraintResolver : public ConstraintResolver {
 public:
-    using ConstraintResolver::ConstraintResolver;
+    explicit PointConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : ConstraintResolver(constraintGroup), m_args(readPointArguments(m_constraintGroup)) {}
 
     void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                         const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        // Two arguments only: the dotted lookups cost less than preparing the direct ones.
-        const OriginMode baseOrigin = getRequiredOriginMode(m_constraintGroup, kType, kBaseOrigin);
-        const OriginMode targetOrigin = getRequiredOriginMode(m_constraintGroup, kType, kTargetOrigin);
+        // The base origin is checked first here.
+        const OriginMode baseOrigin = requireOriginMode(m_args.baseOrigin, kType, kBaseOrigin);
+        const OriginMode targetOrigin = requireOriginMode(m_args.targetOrigin, kType, kTargetOrigin);
         addTargetOriginSampleTimes(baseOrigin, cookInterface, locationPath, sampleTimes);
         addTargetOriginSampleTimes(targetOrigin, cookInterface, targetPaths, sampleTimes);
     }
@@ -86,15 +90,14 @@ public:
                                const XformSamples& baseSamples, const std::string& baseLocation,
                                const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
                                ResolvedCache&, OutputAttributes&) override {
-        // Read at the first sample, where an argument error would first show, and kept for the rest.
-        std::optional<PointArguments> args;
         return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
-            if (!args)
-                args = readPointArguments(m_constraintGroup);
-            return computePointSample(*args, cookInterface, baseSamples, baseLocation, targetSamples,
+            return computePointSample(m_args, cookInterface, baseSamples, baseLocation, targetSamples,
                                       targetPaths, sampleTime);
         });
     }
+
+private:
+    const PointArguments m_args;
 };
 
 } // namespace

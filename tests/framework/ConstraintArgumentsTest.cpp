@@ -47,6 +47,9 @@ TEST(ConstraintArguments, AxisFlagsFollowTheDottedLookup) {
         {"argsGroup", literalGroup({{"type", text("Point")}, {"args", args0}}), false, true, true},
         {"noArgs", literalGroup({{"type", text("Point")}}), true, true, true},
         {"argsNotAGroup", literalGroup({{"args", intValue(0)}}), true, true, true},
+        // Only the child named exactly "args" holds the arguments.
+        {"similarNames", literalGroup({{"arg", args1}, {"argsArgs", args1}, {"args", args0}}), false, true,
+         true},
         // A literal child named "args.xAxis" wins over args -> xAxis, in both directions.
         {"literalWinsOff", literalGroup({{"args", args1}, {"args.xAxis", intValue(0)}}), false, true, true},
         {"literalWinsOn", literalGroup({{"args.xAxis", intValue(7)}, {"args", args0}}), true, true, true},
@@ -113,7 +116,8 @@ TEST(ConstraintArguments, RequiredOriginModes) {
             args.emplace_back("targetOrigin", c.value);
         const Qn::GroupAttribute group = literalGroup({{"args", literalGroup(args)}});
         const ConstraintArguments arguments(group);
-        // The prepared reader and the single dotted lookup must agree, message included.
+        // The prepared reader, the single dotted lookup and the read kept for later must agree,
+        // message included.
         const std::vector<std::pair<const char*, std::function<OriginMode()>>> readers = {
             {"prepared",
              [&] {
@@ -122,6 +126,16 @@ TEST(ConstraintArguments, RequiredOriginModes) {
             {"dotted",
              [&] {
                  return getRequiredOriginMode(group, "Point", "args.targetOrigin");
+             }},
+            {"foundThenRequired",
+             [&] {
+                 return requireOriginMode(findOriginMode(arguments, "args.targetOrigin"), "Point",
+                                          "args.targetOrigin");
+             }},
+            {"dottedFoundThenRequired",
+             [&] {
+                 return requireOriginMode(findOriginMode(group, "args.targetOrigin"), "Point",
+                                          "args.targetOrigin");
              }},
         };
         for (const auto& [how, read] : readers) {

@@ -1,0 +1,24 @@
+// The children of a constraint description that the resolve path reads for every constraint.
+#pragma once
+
+#include "hostapi/attribute/GroupAttribute.h"
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// The direct children `type`, `target`, `allowMissingTargets`, `requireTargetBounds` and
+/// `respectMotionBlur` of a constraint description, each what `getChildByName` finds (the first
+/// child of that name; invalid when there is none).
+struct ConstraintDescription {
+    Qn::Attribute type;
+    Qn::Attribute target;
+    Qn::Attribute allowMissingTargets;
+    Qn::Attribute requireTargetBounds;
+    Qn::Attribute respectMotionBlur;
+};
+
+/// Finds the children in one pass over the group's names: cheaper than one lookup each.
+ConstraintDescription readConstraintDescription(const Qn::GroupAttribute& constraintGroup);
+
+} // namespace Private
+} // namespace Vexil3Constraints

@@ -121,13 +121,6 @@ Imath::M44d rotation(double degrees, double x, double y, double z) {
                        0.0, 0.0, 0.0, 1.0);
 }
 
-void insertSorted(std::vector<float>& times, float t) {
-    auto it = std::lower_bound(times.begin(), times.end(), t);
-    if (it == times.end() || *it != t) {
-        times.insert(it, t);
-    }
-}
-
 } // namespace
 
 Operations flatten(const Qn::Attribute& xform) {
@@ -225,14 +218,6 @@ Local localAt(const Operations& operations, float time) {
         local.matrix = operationMatrix(op, time) * local.matrix;
     }
     return local;
-}
-
-void addSampleTimes(const Operations& operations, std::vector<float>& times) {
-    for (const Operation& op : operations) {
-        for (float t : op.times) {
-            insertSorted(times, t);
-        }
-    }
 }
 
 Imath::M44d worldAt(const std::vector<const Operations*>& chain, float time) {

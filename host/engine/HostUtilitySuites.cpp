@@ -63,14 +63,17 @@ bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t 
     return true;
 }
 
-/// True when a query of `path` without overrides goes through the world memo: any location but the
-/// cook's own, which other cooks rarely ask for.
-bool usesWorldMemo(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle overrides) {
+/// How a query is answered: a query without overrides of any location but the cook's own (which
+/// other cooks rarely ask for) through the world memo, one of the cook's own location through what
+/// the attempt shares, and any other by reading the chain.
+enum class QueryRoute { WorldMemo, Own, Chain };
+
+QueryRoute routeOf(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle overrides) {
     if (overrides != nullptr) {
-        return false;
+        return QueryRoute::Chain;
     }
     const CookContext& context = CookContext::from(h);
-    return context.queriedPath(path, pathLength) != context.path();
+    return context.queriedPath(path, pathLength) != context.path() ? QueryRoute::WorldMemo : QueryRoute::Own;
 }
 
 /// The world memo of a location queried without overrides: found, or made from its chain on first
@@ -117,13 +120,16 @@ bool ownParentWorld(VexilCookHandle h, int32_t inputIndex, StageGraph::WorldMemo
            parent != nullptr;
 }
 
-/// True for a query of the cook's own location without overrides.
-bool ownPlainQuery(VexilCookHandle h, const char* path, int32_t pathLength, QnAttributeHandle overrides) {
-    if (overrides != nullptr) {
-        return false;
+/// For a query of the cook's own location without overrides on `inputIndex`: the world memo of its
+/// parent, found once per attempt, or null when it cannot be shared (the caller then reads the chain).
+StageGraph::WorldMemo* sharedOwnParentWorld(VexilCookHandle h, int32_t inputIndex) {
+    if (!CookContext::isValidInput(inputIndex)) {
+        return nullptr;
     }
-    const CookContext& context = CookContext::from(h);
-    return context.queriedPath(path, pathLength) == context.path();
+    return CookContext::from(h).ownParentWorld([&]() -> StageGraph::WorldMemo* {
+        StageGraph::WorldMemo* parent = nullptr;
+        return ownParentWorld(h, inputIndex, parent) ? parent : nullptr;
+    });
 }
 
 // A query asks for a handful of times: kept on the stack, a query's times and matrices take no
@@ -156,7 +162,8 @@ QnAttributeHandle matrixSamples(const QueryTimes& times, const QueryMatrices& ma
 template <class Sink>
 bool worldSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
                       QnAttributeHandle overrides, uint8_t* abort, Sink&& sink) {
-    if (usesWorldMemo(h, path, pathLength, overrides)) {
+    const QueryRoute route = routeOf(h, path, pathLength, overrides);
+    if (route == QueryRoute::WorldMemo) {
         StageGraph::WorldMemo* memo = nullptr;
         if (!plainWorld(h, path, pathLength, inputIndex, abort, memo)) {
             return false;
@@ -169,17 +176,20 @@ bool worldSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, i
         }
         return true;
     }
-    StageGraph::WorldMemo* parent = nullptr;
-    if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
+    StageGraph::WorldMemo* parent = route == QueryRoute::Own ? sharedOwnParentWorld(h, inputIndex) : nullptr;
+    if (parent != nullptr) {
         // The parent's times with the location's own added: the times of the whole chain.
-        std::vector<float> times;
+        QueryTimes times;
         if (parent->timed) {
-            times.reserve(parent->times.size() + 2);
             times.assign(parent->times.begin(), parent->times.end());
         }
         XformModel::addSampleTimes(CookContext::from(h).ownXform(), times);
-        times = XformModel::sampledOrCurrentTime(std::move(times));
-        sink(times.data(), times.size());
+        if (times.empty()) {
+            const float current = 0.0f; // as XformModel::sampledOrCurrentTime
+            sink(&current, 1);
+        } else {
+            sink(times.data(), times.size());
+        }
         return true;
     }
     XformChain chain;
@@ -198,7 +208,8 @@ template <class Sink>
 bool worldAtTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
                   const float* times, size_t numTimes, QnAttributeHandle overrides, uint8_t* abort,
                   Sink&& sink) {
-    if (usesWorldMemo(h, path, pathLength, overrides)) {
+    const QueryRoute route = routeOf(h, path, pathLength, overrides);
+    if (route == QueryRoute::WorldMemo) {
         StageGraph::WorldMemo* memo = nullptr;
         if (!plainWorld(h, path, pathLength, inputIndex, abort, memo) || memo == nullptr || numTimes == 0) {
             return false;
@@ -208,17 +219,18 @@ bool worldAtTimes(VexilCookHandle h, const char* path, int32_t pathLength, int32
         }
         return true;
     }
-    StageGraph::WorldMemo* parent = nullptr;
-    if (ownPlainQuery(h, path, pathLength, overrides) && ownParentWorld(h, inputIndex, parent)) {
+    StageGraph::WorldMemo* sharedParent =
+        route == QueryRoute::Own ? sharedOwnParentWorld(h, inputIndex) : nullptr;
+    if (sharedParent != nullptr) {
         if (numTimes == 0) {
             return false;
         }
+        StageGraph::WorldMemo& parent = *sharedParent;
         const XformModel::Operations& own = CookContext::from(h).ownXform();
         for (size_t i = 0; i < numTimes; ++i) {
             // As XformModel::worldAt does for the last location of a chain.
             const XformModel::Local local = XformModel::localAt(own, times[i]);
-            sink(i,
-                 local.resetsParent ? local.matrix : local.matrix * StageGraph::worldAt(*parent, times[i]));
+            sink(i, local.resetsParent ? local.matrix : local.matrix * StageGraph::worldAt(parent, times[i]));
         }
         return true;
     }

@@ -14,8 +14,8 @@ namespace {
 
 /// Copies the first `out.count` values of every sample of a numeric attribute of kind A as doubles;
 /// false when it has no samples or a sample has fewer values.
-template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
-    A typed(attr);
+template <class A> bool readSamples(Qn::Attribute&& attr, Operation& out) {
+    A typed(std::move(attr));
     if (!typed.isValid()) {
         return false;
     }
@@ -35,14 +35,15 @@ template <class A> bool readSamples(const Qn::Attribute& attr, Operation& out) {
     return !out.times.empty();
 }
 
-bool readNumeric(const Qn::Attribute& attr, Operation& out) {
-    switch (attr.getType()) {
+/// Reads `attr`, of kind `type`, taking it over: a copy would count a reference up and down again.
+bool readNumeric(Qn::Attribute&& attr, int32_t type, Operation& out) {
+    switch (type) {
     case QN_ATTRIBUTE_TYPE_INT:
-        return readSamples<Qn::IntAttribute>(attr, out);
+        return readSamples<Qn::IntAttribute>(std::move(attr), out);
     case QN_ATTRIBUTE_TYPE_FLOAT:
-        return readSamples<Qn::FloatAttribute>(attr, out);
+        return readSamples<Qn::FloatAttribute>(std::move(attr), out);
     case QN_ATTRIBUTE_TYPE_DOUBLE:
-        return readSamples<Qn::DoubleAttribute>(attr, out);
+        return readSamples<Qn::DoubleAttribute>(std::move(attr), out);
     default:
         return false;
     }
@@ -75,11 +76,12 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
     out.reserve(out.size() + static_cast<size_t>(n));
     for (int64_t i = 0; i < n; ++i) {
         const std::string_view name = group.getChildNameView(i);
-        const Qn::Attribute child = group.getChildByIndex(i);
-        if (child.getType() == QN_ATTRIBUTE_TYPE_GROUP) {
+        Qn::Attribute child = group.getChildByIndex(i);
+        const int32_t type = child.getType();
+        if (type == QN_ATTRIBUTE_TYPE_GROUP) {
             // Constraint descriptions not yet resolved do not move anything.
             if (name.substr(0, 10) != "constraint") {
-                flattenInto(Qn::GroupAttribute(child), out);
+                flattenInto(Qn::GroupAttribute(std::move(child)), out);
             }
             continue;
         }
@@ -92,7 +94,8 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
         Operation& op = out.emplace_back();
         op.kind = kind;
         op.count = count;
-        const bool usable = kind == Operation::Kind::Origin ? child.isValid() : readNumeric(child, op);
+        const bool usable =
+            kind == Operation::Kind::Origin ? child.isValid() : readNumeric(std::move(child), type, op);
         if (!usable) {
             out.pop_back();
         } else if (kind == Operation::Kind::Origin) {
@@ -119,13 +122,6 @@ Imath::M44d rotation(double degrees, double x, double y, double z) {
                        t * x * y - s * z, t * y * y + c, t * y * z + s * x, 0.0, //
                        t * x * z + s * y, t * y * z - s * x, t * z * z + c, 0.0, //
                        0.0, 0.0, 0.0, 1.0);
-}
-
-void insertSorted(std::vector<float>& times, float t) {
-    auto it = std::lower_bound(times.begin(), times.end(), t);
-    if (it == times.end() || *it != t) {
-        times.insert(it, t);
-    }
 }
 
 } // namespace
@@ -225,14 +221,6 @@ Local localAt(const Operations& operations, float time) {
         local.matrix = operationMatrix(op, time) * local.matrix;
     }
     return local;
-}
-
-void addSampleTimes(const Operations& operations, std::vector<float>& times) {
-    for (const Operation& op : operations) {
-        for (float t : op.times) {
-            insertSorted(times, t);
-        }
-    }
 }
 
 Imath::M44d worldAt(const std::vector<const Operations*>& chain, float time) {

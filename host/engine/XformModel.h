@@ -7,6 +7,7 @@
 #include <Imath/ImathMatrix.h>
 #include <boost/container/small_vector.hpp>
 
+#include <algorithm>
 #include <vector>
 
 namespace VexilHost {
@@ -67,8 +68,21 @@ struct Local {
 /// The local transform of `operations` at `time`.
 Local localAt(const Operations& operations, float time);
 
-/// Adds the sample times of every operation to `times` (sorted, unique).
-void addSampleTimes(const Operations& operations, std::vector<float>& times);
+/// Adds the sample times of every operation to `times`, a vector of floats (sorted, unique).
+template <class Times> void addSampleTimes(const Operations& operations, Times& times) {
+    for (const Operation& op : operations) {
+        for (float t : op.times) {
+            const auto at = std::lower_bound(times.begin(), times.end(), t);
+            if (at == times.end() || *at != t) {
+                // Appended and rotated into place rather than inserted: the same order, without the
+                // spurious overflow warning the compiler gives for an insert into an inline vector.
+                const auto index = at - times.begin();
+                times.push_back(t);
+                std::rotate(times.begin() + index, times.end() - 1, times.end());
+            }
+        }
+    }
+}
 
 /// The world transform at `time` of the last location of `chain`, whose entries are the operations of
 /// "/root" and of each location down to it: W = L * Wparent, an origin dropping everything above.

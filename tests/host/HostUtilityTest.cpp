@@ -10,8 +10,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <sstream>
+#include <thread>
 
 namespace VexilHost {
 namespace {
@@ -273,6 +275,50 @@ TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
             }
         }
     }
+}
+
+TEST(HostUtilities, OwnLocationAnswersAgreeAcrossThreadsRacingOnTheFirstQuery) {
+    // Every thread asks at once, so that several may look the parent's transform up first.
+    DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1,
+                    "/root/world/parent/target");
+    const XFormUtilHostSuite* suite = xformUtilSuite();
+    const Rows turned0 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1};
+    const Rows turned1 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 12, 0, 1};
+    constexpr int kThreads = 8;
+    std::vector<int> failures(kThreads, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 50; ++round) {
+                float times[4] = {kSentinel, kSentinel, kSentinel, kSentinel};
+                uint8_t abort = 0;
+                // The empty path and the full one both name the cook's own location.
+                const char* path = round % 2 == 0 ? "" : "/root/world/parent/target";
+                const int32_t length = static_cast<int32_t>(std::strlen(path));
+                const int64_t count = suite->copyWorldXformSampleTimes(cook.context.handle(), path, length,
+                                                                       t % 2 - 1, nullptr, times, 4, &abort);
+                double matrices[32] = {};
+                const float asked[2] = {0.0f, 1.0f};
+                const uint8_t copied = suite->copyWorldXformAtTimes(cook.context.handle(), path, length, -1,
+                                                                    asked, 2, nullptr, matrices, &abort);
+                bool same = count == 3 && times[0] == 0.0f && times[1] == 0.5f && times[2] == 1.0f &&
+                            times[3] == kSentinel && copied == 1 && abort == 0;
+                for (size_t i = 0; i < 16; ++i) {
+                    same = same && std::abs(matrices[i] - turned0[i]) < 1e-12 &&
+                           std::abs(matrices[16 + i] - turned1[i]) < 1e-12;
+                }
+                failures[static_cast<size_t>(t)] += same ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, std::vector<int>(kThreads, 0));
+    // An input index no query accepts is refused for the own location as for any other.
+    uint8_t abort = 0;
+    EXPECT_EQ(suite->copyWorldXformSampleTimes(cook.context.handle(), "", 0, 3, nullptr, nullptr, 0, &abort),
+              -1);
 }
 
 TEST(HostUtilities, CopiesAbortForALocationNotCookedYetAndAnswerOnceItIs) {

@@ -1,6 +1,8 @@
 // The compute step of each resolver kind, on the same 10,000 constrained locations (3 targets, 2
 // samples) as the cook benchmark, with every input prepared ahead and no engine around it: what a
-// cook costs at the very least. ns_per_unit is nanoseconds per constraint-sample.
+// cook costs at the very least. The step makes the resolver from the constraint description (where
+// resolvers read their arguments) and resolves every sample. ns_per_unit is nanoseconds per
+// constraint-sample.
 #include "bench/compute/StandInInputs.h"
 #include "bench/support/BenchHost.h"
 #include "bench/support/BenchMain.h"
@@ -27,13 +29,15 @@ struct Prepared {
     SampleTimes times;
     XformSamples base;
     XformSamplesList targetSamples;
-    ConstraintResolverPtr resolver;
+    Qn::GroupAttribute description;
+    ConstraintResolverPtr resolver; // made ahead for the sample times and the check of the result
 };
 
 struct KindInputs {
     VexilHost::SceneFile scene;
     std::unique_ptr<VexilBench::SceneIndex> index;
     std::vector<Prepared> locations;
+    ConstraintResolverCreator create = nullptr;
     double samples = 0; // constraint-samples over all locations
 };
 
@@ -47,12 +51,14 @@ KindInputs prepare(const std::string& kind) {
     inputs.index = std::make_unique<VexilBench::SceneIndex>(inputs.scene);
     Qn::VexilCookInterface cook(inputs.index->handle(), VexilBench::SceneIndex::suite());
     VexilBench::StandInCache cache(*inputs.index);
+    inputs.create = findConstraintResolverCreator(kind);
     for (int i = 0; i < kConstrained; ++i) {
         Prepared p;
         p.path = VexilBench::constrainedPath(i);
         const Qn::GroupAttribute group = inputs.index->attrs(p.path).getChildByName("xform.constraint");
         p.targets = Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
-        p.resolver = findConstraintResolverCreator(kind)(group);
+        p.description = group;
+        p.resolver = inputs.create(group);
         p.times = cache.getWorldXformSampleTimes(cook, p.path);
         for (const std::string& target : p.targets) {
             const SampleTimes t = cache.getWorldXformSampleTimes(cook, target);
@@ -79,8 +85,9 @@ void computeStep(benchmark::State& state, const std::string& kind) {
         const auto start = std::chrono::steady_clock::now();
         for (const Prepared& p : inputs.locations) {
             OutputAttributes outputs;
-            Qn::GroupAttribute result = p.resolver->resolve(p.times, cook, p.base, p.path, p.targetSamples,
-                                                            p.targets, cache, outputs);
+            const ConstraintResolverPtr resolver = inputs.create(p.description);
+            Qn::GroupAttribute result =
+                resolver->resolve(p.times, cook, p.base, p.path, p.targetSamples, p.targets, cache, outputs);
             benchmark::DoNotOptimize(result);
         }
         const double elapsed =

@@ -185,10 +185,6 @@ OriginInput originInput(OriginMode mode) {
     return OriginInput::None;
 }
 
-OriginInput originInput(const std::string& mode) {
-    return originInput(originModeOf(mode));
-}
-
 void addOriginSampleTimesOf(OriginInput input, Qn::VexilCookInterface& cookInterface, const std::string& path,
                             SampleTimes& sampleTimes) {
     static const std::string kPoints("geometry.point.P");
@@ -203,16 +199,12 @@ void addOriginSampleTimesOf(OriginInput input, Qn::VexilCookInterface& cookInter
 
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
                                 const TargetPaths& targetPaths, SampleTimes& sampleTimes) {
-    const OriginInput input = originInput(mode);
-    if (input == OriginInput::None)
-        return;
-    for (const std::string& path : targetPaths)
-        addOriginSampleTimesOf(input, cookInterface, path, sampleTimes);
+    addTargetOriginSampleTimes(originModeOf(mode), cookInterface, targetPaths, sampleTimes);
 }
 
 void addTargetOriginSampleTimes(const std::string& mode, Qn::VexilCookInterface& cookInterface,
                                 const std::string& locationPath, SampleTimes& sampleTimes) {
-    addOriginSampleTimesOf(originInput(mode), cookInterface, locationPath, sampleTimes);
+    addTargetOriginSampleTimes(originModeOf(mode), cookInterface, locationPath, sampleTimes);
 }
 
 void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInterface,

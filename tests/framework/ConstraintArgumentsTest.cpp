@@ -2,6 +2,7 @@
 // finds, including a literal child whose name holds a dot, and keep the required-argument message.
 #include "constraints/resolve/ConstraintArguments.h"
 #include "hostapi/attribute/DataAttribute.h"
+#include "tests/support/LiteralGroup.h"
 
 #include <gtest/gtest.h>
 
@@ -15,15 +16,8 @@ using namespace Vexil3Constraints::Private;
 
 namespace {
 
-using Children = std::vector<std::pair<std::string, Qn::Attribute>>;
-
-/// A group whose child names are taken literally ("args.xAxis" stays one name).
-Qn::GroupAttribute literalGroup(const Children& children) {
-    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    for (const auto& [name, value] : children)
-        builder.set(name, value);
-    return builder.build();
-}
+using VexilTest::Children;
+using VexilTest::literalGroup;
 
 Qn::Attribute intValue(int value) {
     return Qn::IntAttribute(value);

@@ -2,6 +2,7 @@
 // first child of each name, nothing for a dotted or nested name, nothing in a non-group.
 #include "constraints/resolve/ConstraintDescription.h"
 #include "hostapi/attribute/DataAttribute.h"
+#include "tests/support/LiteralGroup.h"
 
 #include <gtest/gtest.h>
 
@@ -13,15 +14,8 @@ using namespace Vexil3Constraints::Private;
 
 namespace {
 
-using Children = std::vector<std::pair<std::string, Qn::Attribute>>;
-
-/// A group whose child names are taken literally ("type.x" stays one name).
-Qn::GroupAttribute literalGroup(const Children& children) {
-    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    for (const auto& [name, value] : children)
-        builder.set(name, value);
-    return builder.build();
-}
+using VexilTest::Children;
+using VexilTest::literalGroup;
 
 /// The int value of a switch as the resolve path reads it; -1 when absent.
 int switchValue(const Qn::Attribute& attribute) {

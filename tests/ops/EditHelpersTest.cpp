@@ -7,6 +7,7 @@
 #include "constraints/ops/EditableArguments.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
+#include "tests/support/LiteralGroup.h"
 
 #include <gtest/gtest.h>
 
@@ -25,14 +26,7 @@ Strings stringsOf(const Qn::Attribute& attr) {
     return Qn::StringAttribute(attr).getNearestSampleStrings(0.0f);
 }
 
-// A group built in literal mode, so that a dotted name stays one child as a scene file writes it.
-Qn::GroupAttribute literalGroup(const std::vector<std::pair<std::string, Qn::Attribute>>& children) {
-    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    for (const auto& [name, value] : children) {
-        builder.set(name, value);
-    }
-    return builder.build();
-}
+using VexilTest::literalGroup;
 
 } // namespace
 

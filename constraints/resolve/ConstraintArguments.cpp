@@ -53,17 +53,9 @@ std::string_view firstString(Qn::Attribute&& attribute) {
     return values.empty() ? std::string_view() : std::string_view(values[0]);
 }
 
-[[noreturn]] void throwEmptyArgument(std::string_view resolverType, std::string_view argumentName) {
-    throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
-                             std::string(argumentName) + ".");
-}
-
-OriginMode requiredOriginMode(std::string_view value, std::string_view resolverType,
-                              std::string_view argumentName) {
-    if (value.empty()) {
-        throwEmptyArgument(resolverType, argumentName);
-    }
-    return originModeOf(value);
+/// The origin mode a string argument names; none for an empty value (missing, or not a string).
+std::optional<OriginMode> originModeIfAny(std::string_view value) {
+    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
 }
 
 } // namespace
@@ -73,35 +65,23 @@ std::string_view ConstraintArguments::stringValue(std::string_view name) const {
     return firstString(get(name));
 }
 
-OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
-                                 std::string_view argumentName) {
-    return requiredOriginMode(arguments.stringValue(argumentName), resolverType, argumentName);
-}
-
 std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments,
                                          std::string_view argumentName) {
-    const std::string_view value = arguments.stringValue(argumentName);
-    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
+    return originModeIfAny(arguments.stringValue(argumentName));
 }
 
 std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGroup,
                                          std::string_view argumentName) {
-    const std::string_view value = firstString(constraintGroup.getChildByName(argumentName));
-    return value.empty() ? std::nullopt : std::optional<OriginMode>(originModeOf(value));
+    return originModeIfAny(firstString(constraintGroup.getChildByName(argumentName)));
 }
 
 OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
                              std::string_view argumentName) {
     if (!mode) {
-        throwEmptyArgument(resolverType, argumentName);
+        throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
+                                 std::string(argumentName) + ".");
     }
     return *mode;
-}
-
-OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,
-                                 std::string_view argumentName) {
-    return requiredOriginMode(firstString(constraintGroup.getChildByName(argumentName)), resolverType,
-                              argumentName);
 }
 
 bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name) {

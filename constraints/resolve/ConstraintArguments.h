@@ -32,12 +32,6 @@ private:
     bool m_direct = true;
 };
 
-/// The origin mode of the non-empty string argument `argumentName` (see originModeOf). Throws
-/// std::runtime_error "<resolverType> constraint resolver: empty <argumentName>." when it is
-/// missing, not a string or empty.
-OriginMode getRequiredOriginMode(const ConstraintArguments& arguments, std::string_view resolverType,
-                                 std::string_view argumentName);
-
 /// The origin mode of the string argument `argumentName`; none when it is missing, not a string or
 /// empty. Lets a resolver read its arguments once and report a missing one only where it is needed.
 std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments, std::string_view argumentName);
@@ -46,14 +40,10 @@ std::optional<OriginMode> findOriginMode(const ConstraintArguments& arguments, s
 std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGroup,
                                          std::string_view argumentName);
 
-/// `mode`, or, when there is none, the error getRequiredOriginMode throws for `argumentName`.
+/// `mode`; when there is none, throws std::runtime_error "<resolverType> constraint resolver: empty
+/// <argumentName>." (the argument was missing, not a string or empty).
 OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
                              std::string_view argumentName);
-
-/// getRequiredOriginMode by one dotted lookup in `constraintGroup`: cheaper where only one or two
-/// arguments are read.
-OriginMode getRequiredOriginMode(const Qn::GroupAttribute& constraintGroup, std::string_view resolverType,
-                                 std::string_view argumentName);
 
 /// The axis switch `name` ("args.xAxis"): false only for an IntAttribute whose value (nearest to
 /// time 0) is 0; missing, non-int or empty attributes count as true.

@@ -248,10 +248,5 @@ std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const st
     return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
-bool getAxisFlag(const Qn::GroupAttribute& constraintGroup, const std::string& name) {
-    // Only an IntAttribute counts; anything else, or no value, leaves the axis enabled.
-    return Qn::IntAttribute(constraintGroup.getChildByName(name)).getValue(1, false) != 0;
-}
-
 } // namespace Private
 } // namespace Vexil3Constraints

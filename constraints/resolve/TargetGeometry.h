@@ -86,9 +86,5 @@ std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const 
 /// getRequiredStringArg of "args.baseOrigin".
 std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
 
-/// The axis switch `name` (dotted) of `constraintGroup`: false only for an IntAttribute whose value
-/// (nearest to time 0) is 0; missing, non-int or empty attributes count as true.
-bool getAxisFlag(const Qn::GroupAttribute& constraintGroup, const std::string& name);
-
 } // namespace Private
 } // namespace Vexil3Constraints

@@ -1,5 +1,6 @@
 // The Orient constraint: gives the base the orientation of its first target (its transform, or a
 // frame built from one of its faces), axis by axis, keeping the base's position, scale and shear.
+#include "constraints/resolve/ConstraintArguments.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/Resolvers.h"
@@ -101,10 +102,12 @@ Imath::M44d computeOrientSample(const Qn::GroupAttribute& constraintGroup, Orien
                                  "'.");
     }
 
-    if (!args.axes)
-        args.axes = std::array<bool, 3>{getAxisFlag(constraintGroup, "args.xAxis"),
-                                        getAxisFlag(constraintGroup, "args.yAxis"),
-                                        getAxisFlag(constraintGroup, "args.zAxis")};
+    if (!args.axes) {
+        const ConstraintArguments arguments(constraintGroup);
+        args.axes =
+            std::array<bool, 3>{getAxisFlag(arguments, "args.xAxis"), getAxisFlag(arguments, "args.yAxis"),
+                                getAxisFlag(arguments, "args.zAxis")};
+    }
     const std::array<bool, 3>& axes = *args.axes;
     const Imath::V3d angles =
         mixEulerAngles(baseParts->rotation, normalizeEulerAngles(targetAngles), axes[0], axes[1], axes[2]);

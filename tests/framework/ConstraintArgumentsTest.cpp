@@ -110,17 +110,8 @@ TEST(ConstraintArguments, RequiredOriginModes) {
             args.emplace_back("targetOrigin", c.value);
         const Qn::GroupAttribute group = literalGroup({{"args", literalGroup(args)}});
         const ConstraintArguments arguments(group);
-        // The prepared reader, the single dotted lookup and the read kept for later must agree,
-        // message included.
+        // The prepared reader and the single dotted lookup must agree, message included.
         const std::vector<std::pair<const char*, std::function<OriginMode()>>> readers = {
-            {"prepared",
-             [&] {
-                 return getRequiredOriginMode(arguments, "Point", "args.targetOrigin");
-             }},
-            {"dotted",
-             [&] {
-                 return getRequiredOriginMode(group, "Point", "args.targetOrigin");
-             }},
             {"foundThenRequired",
              [&] {
                  return requireOriginMode(findOriginMode(arguments, "args.targetOrigin"), "Point",
@@ -149,7 +140,6 @@ TEST(ConstraintArguments, RequiredOriginModes) {
     // A literal dotted child decides the mode when it is there.
     const Qn::GroupAttribute literal = literalGroup(
         {{"args", literalGroup({{"baseOrigin", text("origin")}})}, {"args.baseOrigin", text("boundingBox")}});
-    EXPECT_EQ(OriginMode::BoundingBox, getRequiredOriginMode(literal, "Aim", "args.baseOrigin"));
-    EXPECT_EQ(OriginMode::BoundingBox,
-              getRequiredOriginMode(ConstraintArguments(literal), "Aim", "args.baseOrigin"));
+    EXPECT_EQ(OriginMode::BoundingBox, findOriginMode(literal, "args.baseOrigin"));
+    EXPECT_EQ(OriginMode::BoundingBox, findOriginMode(ConstraintArguments(literal), "args.baseOrigin"));
 }

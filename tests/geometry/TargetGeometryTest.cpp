@@ -1,6 +1,7 @@
 // Target origins, face iteration and the argument readers over a stand-in scene; every expected point
 // is worked out by hand from the meshes and transforms below.
 #include "constraints/resolve/TargetGeometry.h"
+#include "constraints/resolve/ConstraintArguments.h"
 #include "constraints/resolve/FaceIterator.h"
 #include "tests/geometry/TransformSamples.h"
 #include "tests/plugin/FakeCookHost.h"
@@ -438,11 +439,12 @@ TEST_F(TargetGeometryTest, ArgumentReaders) {
               thrownMessage([&] { getTargetOriginArg(Qn::GroupAttribute(), "Point"); }));
 
     // Only an IntAttribute with a value can switch an axis off.
-    EXPECT_FALSE(getAxisFlag(group, "args.xAxis"));
-    EXPECT_TRUE(getAxisFlag(group, "args.yAxis"));
-    EXPECT_TRUE(getAxisFlag(group, "args.zAxis"));
-    EXPECT_TRUE(getAxisFlag(group, "args.emptyAxis"));
-    EXPECT_TRUE(getAxisFlag(group, "args.missing"));
+    const ConstraintArguments arguments(group);
+    EXPECT_FALSE(getAxisFlag(arguments, "args.xAxis"));
+    EXPECT_TRUE(getAxisFlag(arguments, "args.yAxis"));
+    EXPECT_TRUE(getAxisFlag(arguments, "args.zAxis"));
+    EXPECT_TRUE(getAxisFlag(arguments, "args.emptyAxis"));
+    EXPECT_TRUE(getAxisFlag(arguments, "args.missing"));
 }
 
 TEST(OriginModes, NamesAreMatchedExactlyAndAnythingElseIsTheOrigin) {

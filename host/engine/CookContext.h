@@ -9,7 +9,6 @@
 
 #include <vexil/VexilOp.h>
 
-#include <atomic>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -71,16 +70,10 @@ public:
     const XformModel::Operations& ownXform();
     /// The world memo of this location's parent on the input step, looked up by `find` (which gives
     /// null when there is none to share) on first use and kept for the attempt: a constraint asks for
-    /// its own location's times and then its matrices, and each answer needed the lookup. Every lookup
-    /// finds the same memo, so threads racing on the first one store the same answer.
+    /// its own location's times and then its matrices, and each answer needed the lookup.
     template <class Find> StageGraph::WorldMemo* ownParentWorld(Find&& find) {
-        if (m_ownParentLooked.load(std::memory_order_acquire)) {
-            return m_ownParentWorld.load(std::memory_order_relaxed);
-        }
-        StageGraph::WorldMemo* found = find();
-        m_ownParentWorld.store(found, std::memory_order_relaxed);
-        m_ownParentLooked.store(true, std::memory_order_release);
-        return found;
+        m_ownParentWorldGate.run([&] { m_ownParentWorld = find(); });
+        return m_ownParentWorld;
     }
 
     // ---- the cook suite entries ----
@@ -117,8 +110,8 @@ private:
 
     OnceGate m_ownXformGate;
     XformModel::Operations m_ownXform;
-    std::atomic<bool> m_ownParentLooked{false};
-    std::atomic<StageGraph::WorldMemo*> m_ownParentWorld{nullptr};
+    OnceGate m_ownParentWorldGate;
+    StageGraph::WorldMemo* m_ownParentWorld = nullptr;
     OnceGate m_ownChainGate;
     std::vector<Node> m_ownChain;
 

@@ -169,8 +169,7 @@ bool worldSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, i
             return false;
         }
         if (memo == nullptr) {
-            const std::vector<float> times = XformModel::worldSampleTimes({});
-            sink(times.data(), times.size());
+            sink(&XformModel::kUnsampledTime, 1); // a missing location: the times of an empty chain
         } else {
             sink(memo->times.data(), memo->times.size());
         }
@@ -185,8 +184,7 @@ bool worldSampleTimes(VexilCookHandle h, const char* path, int32_t pathLength, i
         }
         XformModel::addSampleTimes(CookContext::from(h).ownXform(), times);
         if (times.empty()) {
-            const float current = 0.0f; // as XformModel::sampledOrCurrentTime
-            sink(&current, 1);
+            sink(&XformModel::kUnsampledTime, 1);
         } else {
             sink(times.data(), times.size());
         }

@@ -247,7 +247,7 @@ std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain)
 
 std::vector<float> sampledOrCurrentTime(std::vector<float> times) {
     if (times.empty()) {
-        times.push_back(0.0f);
+        times.push_back(kUnsampledTime);
     }
     return times;
 }

@@ -92,8 +92,11 @@ Imath::M44d worldAt(const std::vector<const Operations*>& chain, float time);
 /// times of every operation of it and of its ancestors ({0} when there is none).
 std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain);
 
+/// The one world-transform sample time of a chain none of whose operations is sampled.
+inline constexpr float kUnsampledTime = 0.0f;
+
 /// The world-transform sample times of a chain whose operations are sampled at `times` (sorted,
-/// unique, possibly empty): those, or {0} when none is sampled.
+/// unique, possibly empty): those, or {kUnsampledTime} when none is sampled.
 std::vector<float> sampledOrCurrentTime(std::vector<float> times);
 
 } // namespace XformModel

@@ -73,17 +73,6 @@ template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Vi
     }
 }
 
-/// The `errorMessage` child of a resolver's result, as the lookup by name finds it (the first child of
-/// that name): the result holds a child or two, so a scan of their names costs less than the lookup.
-Qn::Attribute findErrorMessage(const Qn::GroupAttribute& resolved) {
-    for (int64_t i = 0, n = resolved.getNumberOfChildren(); i < n; ++i) {
-        if (resolved.getChildNameView(i) == "errorMessage") {
-            return resolved.getChildByIndex(i);
-        }
-    }
-    return Qn::Attribute();
-}
-
 // The children of an `xform` group: a handful, kept on the stack.
 using ChildNames = boost::container::small_vector<std::string, 8>;
 using ChildValues = boost::container::small_vector<Qn::Attribute, 8>;
@@ -444,7 +433,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
         addWarning(warnings, Qn::StringAttribute(warning->second).getValue(std::string(), false));
         resolverOutput.erase(warning);
     }
-    const Qn::Attribute error = findErrorMessage(resolved);
+    const Qn::Attribute error = resolved.getChildByName("errorMessage");
     if (error.isValid()) {
         output["type"] = Qn::StringAttribute("error");
         output["errorMessage"] = error;

@@ -3,10 +3,12 @@
 #include "host/engine/HostServices.h"
 #include "host/engine/StageGraph.h"
 
+#include <boost/thread/thread.hpp>
 #include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <exception>
 #include <stdexcept>
 
 namespace VexilHost {
@@ -16,6 +18,28 @@ namespace {
 // Cooks nest (a query cooks what it needs on the asking thread) and the traversal recurses per
 // level, so worker threads get more stack than the default.
 constexpr size_t kWorkerStackBytes = 64u << 20;
+
+/// Runs `cook` on a thread of its own with the workers' stack size, and waits for it; rethrows what
+/// it threw. The thread that starts a cook takes part in it, and the scheduler lets a thread take
+/// over waiting work only while it has stack to spare by the stack size the workers are given: a
+/// calling thread with a smaller stack (8 MiB by default) counts as out of stack and only waits, so
+/// a group of 1,000 locations cooked on 2 threads was cooked almost entirely by the one worker.
+template <class Cook> void runWithWorkerStack(Cook&& cook) {
+    std::exception_ptr failure;
+    boost::thread::attributes attributes;
+    attributes.set_stack_size(kWorkerStackBytes);
+    boost::thread thread(attributes, [&] {
+        try {
+            cook();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    });
+    thread.join();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
 
 /// Fills `out` with the location whose nodes on every step are `column`, and everything below it.
 void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std::string& path,
@@ -73,17 +97,19 @@ SceneLocation Engine::cook(const std::string& path) {
     }
     const int threads = m_impl->options.threads > 0 ? m_impl->options.threads : tbb::task_arena::automatic;
     tbb::global_control stack(tbb::global_control::thread_stack_size, kWorkerStackBytes);
-    tbb::task_arena arena(threads);
     SceneLocation out;
     bool found = false;
-    arena.execute([&] {
-        const std::vector<Node> column = graph.columnOf(graph.lastStage(), where);
-        if (column.empty()) {
-            return;
-        }
-        found = true;
-        out.name = where.substr(where.rfind('/') + 1);
-        buildSubtree(graph, column, where, out, m_impl->options.locationsCooked);
+    runWithWorkerStack([&] {
+        tbb::task_arena arena(threads);
+        arena.execute([&] {
+            const std::vector<Node> column = graph.columnOf(graph.lastStage(), where);
+            if (column.empty()) {
+                return;
+            }
+            found = true;
+            out.name = where.substr(where.rfind('/') + 1);
+            buildSubtree(graph, column, where, out, m_impl->options.locationsCooked);
+        });
     });
     m_impl->statistics.cooks = graph.finishedCooks();
     m_impl->statistics.abortedAttempts = graph.abortedAttempts();

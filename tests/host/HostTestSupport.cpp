@@ -211,6 +211,11 @@ int64_t testAttempts() {
     return callCounter("vexilTestAttempts");
 }
 
+int64_t testSmallestStack() {
+    testRegistry();
+    return callCounter("vexilTestSmallestStack");
+}
+
 int64_t testSerialOverlaps() {
     testRegistry();
     return callCounter("vexilTestSerialOverlaps");

@@ -56,6 +56,8 @@ const OpRegistry& testRegistry();
 int64_t testDeletions();
 /// TestAttempts cooks so far.
 int64_t testAttempts();
+/// The smallest stack, in bytes, of a thread that cooked TestStack so far.
+int64_t testSmallestStack();
 /// TestSerial cooks that overlapped another one.
 int64_t testSerialOverlaps();
 

@@ -3,8 +3,11 @@
 #include "PluginApis/src/QnVexil/op/VexilOp.h"
 #include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
 
+#include <pthread.h>
+
 #include <atomic>
 #include <chrono>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -17,6 +20,7 @@ using Qn::VexilCookInterface;
 std::atomic<int64_t> g_deletions{0};
 std::atomic<int64_t> g_serialOverlaps{0};
 std::atomic<int> g_serialActive{0};
+std::atomic<int64_t> g_smallestStack{std::numeric_limits<int64_t>::max()};
 
 /// Private data of the traversal ops: a label, and a count of deletions kept by the deleter.
 struct Label {
@@ -258,6 +262,23 @@ struct SerialOp : Qn::VexilOp {
     }
 };
 
+/// Notes the smallest stack of the threads that cooked it.
+struct StackOp : Qn::VexilOp {
+    static void cook(VexilCookInterface& ci) {
+        pthread_attr_t attributes;
+        size_t bytes = 0;
+        if (pthread_getattr_np(pthread_self(), &attributes) == 0) {
+            pthread_attr_getstacksize(&attributes, &bytes);
+            pthread_attr_destroy(&attributes);
+        }
+        int64_t smallest = g_smallestStack.load();
+        while (static_cast<int64_t>(bytes) < smallest &&
+               !g_smallestStack.compare_exchange_weak(smallest, static_cast<int64_t>(bytes))) {
+        }
+        ci.setAttr("stacked", Qn::IntAttribute(1));
+    }
+};
+
 // ---- raw suites: ops that break the rules the op wrapper normally keeps ----
 
 /// Lets a C++ exception out of the C cook entry.
@@ -310,6 +331,7 @@ extern "C" __attribute__((visibility("default"))) VexilPluginRecord* getPlugins(
         record("TestExtend", &Qn::getVexilOpSuite<ExtendOp>),
         record("TestWorld", &Qn::getVexilOpSuite<WorldOp>),
         record("TestSerial", &Qn::getVexilOpSuite<SerialOp>),
+        record("TestStack", &Qn::getVexilOpSuite<StackOp>),
         record("TestAttempts", &Qn::getVexilOpSuite<AttemptsOp>),
         record("TestEntries", &Qn::getVexilOpSuite<EntriesOp>),
         record("TestEscape", &escapingSuite),
@@ -332,4 +354,9 @@ extern "C" __attribute__((visibility("default"))) int64_t vexilTestAttempts() {
 /// The number of TestSerial cooks that found another one running.
 extern "C" __attribute__((visibility("default"))) int64_t vexilTestSerialOverlaps() {
     return g_serialOverlaps.load();
+}
+
+/// The smallest stack, in bytes, of a thread that cooked TestStack so far (the largest int64 before).
+extern "C" __attribute__((visibility("default"))) int64_t vexilTestSmallestStack() {
+    return g_smallestStack.load();
 }

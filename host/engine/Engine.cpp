@@ -20,8 +20,8 @@ namespace {
 constexpr size_t kWorkerStackBytes = 64u << 20;
 
 /// Runs `cook` on a thread of its own with the workers' stack size, and waits for it; rethrows what
-/// it threw. The thread that starts a cook takes part in it, and the scheduler lets a thread take
-/// over waiting work only while it has stack to spare by the stack size the workers are given: a
+/// it threw. The thread that starts a parallel cook takes part in it, and the scheduler lets a thread
+/// take over waiting work only while it has stack to spare by the stack size the workers are given: a
 /// calling thread with a smaller stack (8 MiB by default) counts as out of stack and only waits, so
 /// a group of 1,000 locations cooked on 2 threads was cooked almost entirely by the one worker.
 template <class Cook> void runWithWorkerStack(Cook&& cook) {
@@ -99,7 +99,7 @@ SceneLocation Engine::cook(const std::string& path) {
     tbb::global_control stack(tbb::global_control::thread_stack_size, kWorkerStackBytes);
     SceneLocation out;
     bool found = false;
-    runWithWorkerStack([&] {
+    auto cookAll = [&] {
         tbb::task_arena arena(threads);
         arena.execute([&] {
             const std::vector<Node> column = graph.columnOf(graph.lastStage(), where);
@@ -110,11 +110,20 @@ SceneLocation Engine::cook(const std::string& path) {
             out.name = where.substr(where.rfind('/') + 1);
             buildSubtree(graph, column, where, out, m_impl->options.locationsCooked);
         });
-    });
-    m_impl->statistics.cooks = graph.finishedCooks();
-    m_impl->statistics.abortedAttempts = graph.abortedAttempts();
-    // Every cooked location, and with them the op instances and their private data, goes here.
-    graph.clear();
+        m_impl->statistics.cooks = graph.finishedCooks();
+        m_impl->statistics.abortedAttempts = graph.abortedAttempts();
+        // Every cooked location, and with them the op instances and their private data, goes here:
+        // freed on the thread that made most of them, into the allocator's memory of that thread.
+        graph.clear();
+    };
+    if (threads == 1) {
+        // Nobody to share the work with: the calling thread cooks, with the memory its allocator kept
+        // from earlier cooks (a new thread's allocator memory goes back to the system when freed, and a
+        // large cook then pays for faulting it in again).
+        cookAll();
+    } else {
+        runWithWorkerStack(cookAll);
+    }
     if (!found) {
         throw std::runtime_error("no location " + path + " in the cooked scene");
     }

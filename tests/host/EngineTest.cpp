@@ -392,34 +392,37 @@ TEST(Engine, UnknownOpTypesAreRefusedBeforeAnythingCooks) {
     }
 }
 
-TEST(Engine, SerialOpsNeverOverlap) {
-    std::vector<SceneLocation> many;
-    for (int i = 0; i < 200; ++i) {
-        many.push_back(location("l" + std::to_string(i)));
+/// A cook on two threads of `opType` at "/root" over `count` leaves "/root/l0", "/root/l1", ...
+SceneLocation cookLeavesOnTwoThreads(int count, const std::string& opType,
+                                     CookStatistics* statistics = nullptr) {
+    std::vector<SceneLocation> leaves;
+    for (int i = 0; i < count; ++i) {
+        leaves.push_back(location("l" + std::to_string(i)));
     }
-    const SceneFile file = sceneFile(location("root", {}, std::move(many)), {op("TestSerial")});
+    const SceneFile file = sceneFile(location("root", {}, std::move(leaves)), {op(opType)});
     EngineOptions options;
     options.threads = 2;
-    const int64_t before = testSerialOverlaps();
     Engine engine(file, testRegistry(), options);
-    const SceneLocation out = engine.cook();
+    SceneLocation out = engine.cook();
+    if (statistics != nullptr) {
+        *statistics = engine.statistics();
+    }
+    return out;
+}
+
+TEST(Engine, SerialOpsNeverOverlap) {
+    const int64_t before = testSerialOverlaps();
+    CookStatistics statistics;
+    const SceneLocation out = cookLeavesOnTwoThreads(200, "TestSerial", &statistics);
     EXPECT_EQ(testSerialOverlaps() - before, 0);
     EXPECT_EQ(intOf(out, "/root/l199", "serial"), 1);
-    EXPECT_EQ(engine.statistics().cooks, 201);
+    EXPECT_EQ(statistics.cooks, 201);
 }
 
 TEST(Engine, EveryCookOfAParallelCookRunsOnAThreadWithTheWorkersStack) {
     // The scheduler counted a calling thread with less stack than the workers' out of stack, so it
     // left the work of two threads to one worker. A parallel cook runs on a thread of its own.
-    std::vector<SceneLocation> many;
-    for (int i = 0; i < 50; ++i) {
-        many.push_back(location("l" + std::to_string(i)));
-    }
-    const SceneFile file = sceneFile(location("root", {}, std::move(many)), {op("TestStack")});
-    EngineOptions options;
-    options.threads = 2;
-    Engine engine(file, testRegistry(), options);
-    const SceneLocation out = engine.cook();
+    const SceneLocation out = cookLeavesOnTwoThreads(50, "TestStack");
     EXPECT_EQ(intOf(out, "/root/l49", "stacked"), 1);
     EXPECT_GE(testSmallestStack(), int64_t(64) << 20);
 }

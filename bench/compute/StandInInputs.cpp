@@ -1,6 +1,6 @@
 #include "bench/compute/StandInInputs.h"
 
-#include "host/engine/XformModel.h"
+#include "host/xform/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 namespace VexilBench {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "host/engine/Engine.h"
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 
 #include <string>
 

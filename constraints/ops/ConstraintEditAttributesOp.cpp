@@ -2,7 +2,7 @@
 
 #include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
-#include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/ops/EditArguments.h"
 #include "constraints/ops/EditableArguments.h"
 

@@ -2,7 +2,7 @@
 
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "constraints/ops/ConstraintListRules.h"
-#include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintNaming.h"
 
 #include <string>
 #include <vector>

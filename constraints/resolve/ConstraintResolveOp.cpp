@@ -1,6 +1,6 @@
 #include "constraints/resolve/ConstraintResolveOp.h"
 
-#include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintListData.h"
 #include "constraints/resolve/LocationResolver.h"
 

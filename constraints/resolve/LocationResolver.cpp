@@ -3,7 +3,7 @@
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "PluginApis/src/QnVexil/op/VexilPluginHost.h"
-#include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintDescription.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"

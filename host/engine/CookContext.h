@@ -5,7 +5,7 @@
 #include "host/engine/CookedLocation.h"
 #include "host/engine/OnceGate.h"
 #include "host/engine/StageGraph.h"
-#include "host/engine/XformModel.h"
+#include "host/xform/XformModel.h"
 
 #include <vexil/VexilOp.h>
 

@@ -1,6 +1,6 @@
 #include "host/engine/Engine.h"
 
-#include "host/engine/HostServices.h"
+#include "host/services/HostServices.h"
 #include "host/engine/StageGraph.h"
 
 #include <boost/thread/thread.hpp>

@@ -2,7 +2,7 @@
 // lazily and concurrently, and hands back the cooked scene.
 #pragma once
 
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 #include "host/scene/SceneTypes.h"
 
 #include <atomic>

@@ -4,8 +4,8 @@
 
 #include "host/attribute/ShardedCounter.h"
 #include "host/engine/CookedLocation.h"
-#include "host/engine/OpRegistry.h"
-#include "host/engine/XformModel.h"
+#include "host/loader/OpRegistry.h"
+#include "host/xform/XformModel.h"
 #include "host/scene/SceneTypes.h"
 
 #include <tbb/concurrent_unordered_map.h>

@@ -1,7 +1,7 @@
 #include "tests/fuzz/InProcessCook.h"
 
 #include "host/engine/Engine.h"
-#include "host/engine/WorldTransforms.h"
+#include "host/xform/WorldTransforms.h"
 #include "host/scene/SceneReader.h"
 #include "host/scene/SceneWriter.h"
 #include "tests/fuzz/FuzzCheck.h"

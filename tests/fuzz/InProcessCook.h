@@ -3,7 +3,7 @@
 // threads and two threads in abort mode, and every attribute and builder released afterwards.
 #pragma once
 
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 
 #include <string>
 

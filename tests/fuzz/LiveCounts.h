@@ -2,7 +2,7 @@
 // piece of work created has been released again.
 #pragma once
 
-#include "host/engine/HostServices.h"
+#include "host/services/HostServices.h"
 
 #include <cstdint>
 #include <string>

@@ -2,7 +2,7 @@
 // location and then the asker again. Results must equal a normal cook for any number of threads, and
 // an aborted attempt must leave nothing behind.
 #include "host/engine/Engine.h"
-#include "host/engine/HostServices.h"
+#include "host/services/HostServices.h"
 #include "tests/host/HostTestSupport.h"
 
 #include <gtest/gtest.h>

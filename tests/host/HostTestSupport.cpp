@@ -1,6 +1,6 @@
 #include "tests/host/HostTestSupport.h"
 
-#include "host/engine/HostServices.h"
+#include "host/services/HostServices.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>

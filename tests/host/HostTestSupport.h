@@ -2,7 +2,7 @@
 // cooked scenes back.
 #pragma once
 
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 #include "host/scene/SceneTypes.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"

@@ -2,7 +2,7 @@
 // and bounds worked out by hand.
 #include "host/engine/CookContext.h"
 #include "host/engine/Engine.h"
-#include "host/engine/HostServices.h"
+#include "host/services/HostServices.h"
 #include "host/engine/StageGraph.h"
 #include "tests/host/HostTestSupport.h"
 

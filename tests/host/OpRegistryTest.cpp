@@ -1,7 +1,7 @@
 // Loading op plug-ins: usable records are registered, every unusable library or record is reported on
 // one line and skipped, and nothing brings the host down.
-#include "host/engine/OpRegistry.h"
-#include "host/engine/HostServices.h"
+#include "host/loader/OpRegistry.h"
+#include "host/services/HostServices.h"
 #include "tests/host/HostTestSupport.h"
 
 #include <gtest/gtest.h>

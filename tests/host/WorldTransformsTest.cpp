@@ -1,5 +1,5 @@
 // The "world" attribute added to a cooked scene: one sample per world-transform sample time.
-#include "host/engine/WorldTransforms.h"
+#include "host/xform/WorldTransforms.h"
 #include "tests/host/HostTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The transform model against matrices worked out by hand (row vectors: p' = p * M, translation in
 // the last row; L = On * ... * O1; W = L * Wparent).
-#include "host/engine/XformModel.h"
+#include "host/xform/XformModel.h"
 #include "tests/host/HostTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // argument checks with their exact messages, setAttrs flattening and the argument kinds. The working
 // defaults and hints are checked end to end in ConstraintEditAttributesOpTest.
 #include "constraints/ops/ConstraintListRules.h"
-#include "constraints/ops/ConstraintNaming.h"
+#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/ops/EditArguments.h"
 #include "constraints/ops/EditableArguments.h"
 #include "hostapi/attribute/DataAttribute.h"

@@ -1,6 +1,6 @@
 // Unit tests of the pieces behind pictures and explanations: projections, panel fits, text helpers,
 // target paths, constraint descriptions and the progress line.
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "tools/vexil-cook/ConstraintDescription.h"
 #include "tools/vexil-cook/ExplainReport.h"

@@ -2,7 +2,7 @@
 // so that world transforms can be computed at any time for each location visited.
 #pragma once
 
-#include "host/engine/XformModel.h"
+#include "host/xform/XformModel.h"
 #include "host/scene/SceneTypes.h"
 
 #include <functional>

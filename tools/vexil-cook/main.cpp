@@ -3,8 +3,8 @@
 // cook finished (locations may carry errors), 1 for input that cannot be read or output that cannot
 // be written, 2 for a bad command line.
 #include "host/engine/Engine.h"
-#include "host/engine/OpRegistry.h"
-#include "host/engine/WorldTransforms.h"
+#include "host/loader/OpRegistry.h"
+#include "host/xform/WorldTransforms.h"
 #include "host/scene/ScenePaths.h"
 #include "host/scene/SceneReader.h"
 #include "host/scene/SceneWriter.h"

@@ -1,6 +1,6 @@
-#include "host/engine/HostServices.h"
+#include "host/services/HostServices.h"
 
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 #include "hostapi/attribute/Attribute.h"
 
 #include <cstring>

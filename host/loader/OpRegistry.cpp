@@ -1,4 +1,4 @@
-#include "host/engine/OpRegistry.h"
+#include "host/loader/OpRegistry.h"
 
 #include <dlfcn.h>
 

@@ -1,4 +1,4 @@
-#include "host/engine/XformModel.h"
+#include "host/xform/XformModel.h"
 
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"

@@ -2,8 +2,8 @@
 // on an op's input, following the transform model.
 #include "host/engine/AttributeEdit.h"
 #include "host/engine/CookContext.h"
-#include "host/engine/HostServices.h"
-#include "host/engine/XformModel.h"
+#include "host/services/HostServices.h"
+#include "host/xform/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <boost/container/small_vector.hpp>

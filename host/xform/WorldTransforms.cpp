@@ -1,7 +1,7 @@
-#include "host/engine/WorldTransforms.h"
+#include "host/xform/WorldTransforms.h"
 
 #include "host/engine/AttributeEdit.h"
-#include "host/engine/XformModel.h"
+#include "host/xform/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <tbb/parallel_for.h>

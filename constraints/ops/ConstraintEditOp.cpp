@@ -3,9 +3,9 @@
 #include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "constraints/ops/ConstraintListRules.h"
-#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/ops/EditArguments.h"
 #include "constraints/ops/EditableArguments.h"
+#include "constraints/resolve/ConstraintNaming.h"
 
 #include <string>
 #include <utility>

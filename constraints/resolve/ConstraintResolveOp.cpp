@@ -1,7 +1,7 @@
 #include "constraints/resolve/ConstraintResolveOp.h"
 
-#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintListData.h"
+#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/resolve/LocationResolver.h"
 
 namespace Vexil3Constraints {

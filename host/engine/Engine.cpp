@@ -1,7 +1,7 @@
 #include "host/engine/Engine.h"
 
-#include "host/services/HostServices.h"
 #include "host/engine/StageGraph.h"
+#include "host/services/HostServices.h"
 
 #include <boost/thread/thread.hpp>
 #include <tbb/global_control.h>

@@ -5,8 +5,8 @@
 #include "host/attribute/ShardedCounter.h"
 #include "host/engine/CookedLocation.h"
 #include "host/loader/OpRegistry.h"
-#include "host/xform/XformModel.h"
 #include "host/scene/SceneTypes.h"
+#include "host/xform/XformModel.h"
 
 #include <tbb/concurrent_unordered_map.h>
 

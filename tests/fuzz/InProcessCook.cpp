@@ -1,9 +1,9 @@
 #include "tests/fuzz/InProcessCook.h"
 
 #include "host/engine/Engine.h"
-#include "host/xform/WorldTransforms.h"
 #include "host/scene/SceneReader.h"
 #include "host/scene/SceneWriter.h"
+#include "host/xform/WorldTransforms.h"
 #include "tests/fuzz/FuzzCheck.h"
 #include "tests/fuzz/LiveCounts.h"
 

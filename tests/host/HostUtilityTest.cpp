@@ -2,8 +2,8 @@
 // and bounds worked out by hand.
 #include "host/engine/CookContext.h"
 #include "host/engine/Engine.h"
-#include "host/services/HostServices.h"
 #include "host/engine/StageGraph.h"
+#include "host/services/HostServices.h"
 #include "tests/host/HostTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -2,9 +2,9 @@
 // argument checks with their exact messages, setAttrs flattening and the argument kinds. The working
 // defaults and hints are checked end to end in ConstraintEditAttributesOpTest.
 #include "constraints/ops/ConstraintListRules.h"
-#include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/ops/EditArguments.h"
 #include "constraints/ops/EditableArguments.h"
+#include "constraints/resolve/ConstraintNaming.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
 #include "tests/support/LiteralGroup.h"

@@ -2,8 +2,8 @@
 // so that world transforms can be computed at any time for each location visited.
 #pragma once
 
-#include "host/xform/XformModel.h"
 #include "host/scene/SceneTypes.h"
+#include "host/xform/XformModel.h"
 
 #include <functional>
 #include <string>

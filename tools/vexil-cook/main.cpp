@@ -4,10 +4,10 @@
 // be written, 2 for a bad command line.
 #include "host/engine/Engine.h"
 #include "host/loader/OpRegistry.h"
-#include "host/xform/WorldTransforms.h"
 #include "host/scene/ScenePaths.h"
 #include "host/scene/SceneReader.h"
 #include "host/scene/SceneWriter.h"
+#include "host/xform/WorldTransforms.h"
 #include "hostapi/attribute/Attribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
 #include "tools/vexil-cook/CookSummary.h"

@@ -7,6 +7,7 @@
 #include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
+#include "constraints/resolve/ResolvedWorlds.h"
 #include "constraints/resolve/TargetPaths.h"
 
 #include <boost/container/small_vector.hpp>
@@ -135,7 +136,15 @@ class ConstraintFrame;
 class ResolveSession {
 public:
     ResolveSession(Qn::VexilCookInterface& cookInterface, const ConstraintListData* constraintList)
-        : m_cookInterface(cookInterface), m_list(constraintList) {}
+        : m_cookInterface(cookInterface), m_list(constraintList) {
+        if (m_list && ResolvedWorlds::available()) {
+            m_worlds.emplace(cookInterface, *m_list);
+        }
+    }
+
+    /// The worlds of resolved locations, when the host can continue from them; null otherwise.
+    ResolvedWorlds* worlds() const { return m_worlds ? &*m_worlds : nullptr; }
+    const ConstraintListData* list() const { return m_list; }
 
     ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
         if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
@@ -231,6 +240,7 @@ private:
 
     Qn::VexilCookInterface& m_cookInterface;
     const ConstraintListData* m_list;
+    mutable std::optional<ResolvedWorlds> m_worlds;
     /// The memo slots on the walk's stack: a need among them closes a cycle.
     std::unordered_set<size_t> m_inProgress;
 };
@@ -277,10 +287,28 @@ public:
             values = onHeap.data();
         }
         XformSamples samples;
-        if (!Qn::VexilPluginHost::copyWorldXformAtTimes(
-                cookInterface, locationPath, times.empty() ? nullptr : &*times.begin(),
-                static_cast<int64_t>(times.size()), values,
-                m_session.overridesFor(locationPath, m_basePath, m_baseOverride))) {
+        const float* timeArray = times.empty() ? nullptr : &*times.begin();
+        const int64_t count = static_cast<int64_t>(times.size());
+        if (const std::optional<size_t> from = continuableFrom(locationPath)) {
+            if (count == 0) {
+                return samples;
+            }
+            ResolvedWorlds& worlds = *m_session.worlds();
+            const std::string_view top = m_session.list()->pathOfSlot(*from);
+            if (top.size() == locationPath.size()) {
+                worlds.worldsAt(*from, timeArray, times.size(), values);
+            } else {
+                std::vector<double> above(16 * times.size());
+                worlds.worldsAt(*from, timeArray, times.size(), above.data());
+                if (!Qn::VexilPluginHost::copyWorldXformAtTimesBelow(cookInterface, locationPath, top.size(),
+                                                                     timeArray, count, above.data(), values,
+                                                                     baseOverrideFor(locationPath))) {
+                    return samples;
+                }
+            }
+        } else if (!Qn::VexilPluginHost::copyWorldXformAtTimes(
+                       cookInterface, locationPath, timeArray, count, values,
+                       m_session.overridesFor(locationPath, m_basePath, m_baseOverride))) {
             return samples;
         }
         samples.reserve(times.size());
@@ -306,6 +334,32 @@ public:
     /// whose times join the base's without a set of their own.
     void addWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                                   SampleTimes& sampleTimes) const {
+        if (const std::optional<size_t> from = continuableFrom(locationPath)) {
+            std::vector<float> times = m_session.worlds()->sampleTimes(*from);
+            const std::string_view top = m_session.list()->pathOfSlot(*from);
+            if (top.size() != locationPath.size()) {
+                const Qn::GroupAttribute overrides = baseOverrideFor(locationPath);
+                std::vector<float> below(4);
+                int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
+                    cookInterface, locationPath, top.size(), below.data(), 4, overrides);
+                if (count > 4) {
+                    below.resize(static_cast<size_t>(count));
+                    count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
+                        cookInterface, locationPath, top.size(), below.data(), count, overrides);
+                }
+                below.resize(
+                    static_cast<size_t>(std::max<int64_t>(0, std::min<int64_t>(count, below.size()))));
+                std::vector<float> merged;
+                std::set_union(times.begin(), times.end(), below.begin(), below.end(),
+                               std::back_inserter(merged));
+                times.swap(merged);
+            }
+            if (times.empty()) {
+                times.push_back(0.0f); // a chain none of whose operations is sampled has the one time 0
+            }
+            sampleTimes.insert(times.begin(), times.end());
+            return;
+        }
         const Qn::GroupAttribute overrides = m_session.overridesFor(locationPath, m_basePath, m_baseOverride);
         float onStack[4];
         int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimes(cookInterface, locationPath, onStack,
@@ -331,6 +385,38 @@ public:
     }
 
 private:
+    /// The memo slot of the resolved location whose world `locationPath`'s can be continued from, or none:
+    /// there is none, the host cannot continue, or the base lies above it (the memo's worlds see the base
+    /// as it came, where this constraint must see it as the constraints before it left it).
+    std::optional<size_t> continuableFrom(const std::string& locationPath) const {
+        ResolvedWorlds* worlds = m_session.worlds();
+        if (!worlds) {
+            return std::nullopt;
+        }
+        const std::optional<size_t> slot = worlds->nearestResolved(locationPath);
+        if (!slot) {
+            return std::nullopt;
+        }
+        const std::string_view top = m_session.list()->pathOfSlot(*slot);
+        const bool baseAbove = m_basePath.size() < top.size() &&
+                               top.compare(0, m_basePath.size(), m_basePath) == 0 &&
+                               top[m_basePath.size()] == '/';
+        return baseAbove ? std::nullopt : slot;
+    }
+
+    /// The override of the base by the partial xform, when the base is `locationPath` or above it.
+    Qn::GroupAttribute baseOverrideFor(std::string_view locationPath) const {
+        const bool baseAtOrAbove =
+            locationPath.compare(0, m_basePath.size(), m_basePath) == 0 &&
+            (locationPath.size() == m_basePath.size() || locationPath[m_basePath.size()] == '/');
+        if (!m_baseOverride.isValid() || !baseAtOrAbove) {
+            return Qn::GroupAttribute();
+        }
+        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+        builder.set(std::string(m_basePath), m_baseOverride);
+        return builder.build();
+    }
+
     const ResolveSession& m_session;
     std::string_view m_basePath;
     Qn::GroupAttribute m_partialXform;

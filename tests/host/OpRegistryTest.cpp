@@ -102,7 +102,8 @@ TEST(HostServices, OffersTheThreeSuitesByNameAndVersionOnly) {
     EXPECT_EQ(host->getSuite("VexilCookInterfaceUtilsHost", 1), cookUtilsSuite());
     EXPECT_EQ(host->getSuite("AttributeHost", 4), nullptr);
     EXPECT_EQ(host->getSuite("XFormUtilHost", 2), xformUtilSuite());
-    EXPECT_EQ(host->getSuite("XFormUtilHost", 3), nullptr);
+    EXPECT_EQ(host->getSuite("XFormUtilHost", 3), xformUtilSuite());
+    EXPECT_EQ(host->getSuite("XFormUtilHost", 4), nullptr);
     EXPECT_EQ(host->getSuite("Unknown", 1), nullptr);
     EXPECT_EQ(host->getSuite(nullptr, 1), nullptr);
 }

@@ -101,11 +101,12 @@ std::vector<float> ResolvedWorlds::sampleTimes(size_t slot) {
         const Qn::GroupAttribute overrides = ownOverride(s);
         std::vector<float> below(4);
         int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
-            m_cookInterface, path, ancestorLength, below.data(), static_cast<int64_t>(below.size()), overrides);
+            m_cookInterface, path, ancestorLength, below.data(), static_cast<int64_t>(below.size()),
+            overrides);
         if (count > static_cast<int64_t>(below.size())) {
             below.resize(static_cast<size_t>(count));
-            count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
-                m_cookInterface, path, ancestorLength, below.data(), count, overrides);
+            count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(m_cookInterface, path, ancestorLength,
+                                                                        below.data(), count, overrides);
         }
         if (count < 0) {
             throw std::runtime_error("The host gives no sample times for " + path + ".");
@@ -155,10 +156,9 @@ void ResolvedWorlds::worldsAt(size_t slot, const float* times, size_t count, dou
         const bool fromAncestor = i + 1 < chain.size();
         const size_t ancestorLength = fromAncestor ? m_list.pathOfSlot(chain[i + 1]).size() : 0;
         const std::string path(m_list.pathOfSlot(s));
-        if (!Qn::VexilPluginHost::copyWorldXformAtTimesBelow(m_cookInterface, path, ancestorLength, times,
-                                                             static_cast<int64_t>(count),
-                                                             fromAncestor ? worlds.data() : nullptr,
-                                                             next.data(), ownOverride(s))) {
+        if (!Qn::VexilPluginHost::copyWorldXformAtTimesBelow(
+                m_cookInterface, path, ancestorLength, times, static_cast<int64_t>(count),
+                fromAncestor ? worlds.data() : nullptr, next.data(), ownOverride(s))) {
             throw std::runtime_error("The host gives no world transform for " + path + ".");
         }
         worlds.swap(next);

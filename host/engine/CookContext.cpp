@@ -379,9 +379,14 @@ void CookContext::finish(CookedLocation& out) {
     if (m_ownChildNames) {
         out.childNames = std::move(m_childNames);
     } else {
-        // Unchanged children are not copied: the record reads them from its input.
+        // Unchanged children are not copied: the record reads them where its input reads them, from the
+        // record that made them or the input scene, never back through every op that kept them.
         out.namesOfInput = m_input.input;
         out.namesOfCooked = m_input.cooked;
+        if (m_input.cooked != nullptr && !m_input.cooked->ownNames) {
+            out.namesOfInput = m_input.cooked->namesOfInput;
+            out.namesOfCooked = m_input.cooked->namesOfCooked;
+        }
     }
     out.childOp = m_childOp;
     out.ownChildOp = std::move(m_ownChildOp);

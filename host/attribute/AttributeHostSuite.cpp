@@ -4,6 +4,7 @@
 #include "host/attribute/GroupBuilderState.h"
 #include "host/attribute/GroupValue.h"
 #include "host/attribute/Serialiser.h"
+#include "hostapi/attribute/SampleSearch.h"
 
 #include <algorithm>
 #include <cstring>
@@ -171,7 +172,7 @@ int64_t getNumberOfChildren(QnAttributeHandle group) {
 void getBoundingSampleTimes(QnAttributeHandle attr, float time, float* left, float* right) {
     float l = 0.0f, r = 0.0f;
     withData<int>(attr, 0, [&](const auto& d) {
-        boundingSampleTimes(d.times(), d.numSamples(), time, l, r);
+        Qn::boundingSampleTimes(d.times(), d.numSamples(), time, l, r);
         return 0;
     });
     if (left)
@@ -339,7 +340,7 @@ QnAttributeHandle groupBuilderBuild(QnGroupBuilderHandle builder, uint8_t flag) 
 template <typename T>
 const typename DataValue<T>::Element* nearestSample(QnAttributeHandle attr, float time, int64_t* countOut) {
     const DataValue<T>* d = asData<T>(attr);
-    const int64_t index = d ? nearestSampleIndex(d->times(), d->numSamples(), time) : -1;
+    const int64_t index = d ? Qn::nearestSampleIndex(d->times(), d->numSamples(), time) : -1;
     const auto* values = d ? d->sampleValues(index) : nullptr;
     if (countOut)
         *countOut = values ? d->valuesPerSample() : 0;

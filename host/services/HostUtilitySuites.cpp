@@ -341,14 +341,9 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         if (!bound.isValid() || bound.getNumberOfValues() != 6) {
             return 0;
         }
-        XformModel::Operation samples;
-        samples.times = bound.getSampleTimes();
-        samples.count = 6;
-        for (float t : samples.times) {
-            auto view = bound.getNearestSample(t);
-            samples.values.insert(samples.values.end(), view.begin(), view.end());
-        }
-        const std::vector<double> b = XformModel::valuesAt(samples, time);
+        // Interpolated like an operation's values, reading only the two samples around the time.
+        double b[6];
+        bound.fillInterpolatedValues(b, 6, time, 0.0, false);
         const Imath::M44d world = XformModel::worldAt(chain.pointers(), time);
         Imath::V3d lo(std::numeric_limits<double>::max());
         Imath::V3d hi(-std::numeric_limits<double>::max());

@@ -2,6 +2,7 @@
 // on an op's input, following the transform model.
 #include "host/engine/AttributeEdit.h"
 #include "host/engine/CookContext.h"
+#include "host/services/EntryFailure.h"
 #include "host/services/HostServices.h"
 #include "host/xform/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
@@ -253,6 +254,7 @@ QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, 
                          });
         return result;
     } catch (...) {
+        reportEntryFailure("getWorldXformSampleTimes", h);
         return nullptr;
     }
 }
@@ -269,6 +271,7 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
+        reportEntryFailure("getWorldXformAtTimes", h);
         return nullptr;
     }
 }
@@ -287,6 +290,7 @@ int64_t copyWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t p
                          });
         return count;
     } catch (...) {
+        reportEntryFailure("copyWorldXformSampleTimes", h);
         return -1;
     }
 }
@@ -304,6 +308,7 @@ uint8_t copyWorldXformAtTimes(VexilCookHandle h, const char* path, int32_t pathL
                    ? 1
                    : 0;
     } catch (...) {
+        reportEntryFailure("copyWorldXformAtTimes", h);
         return 0;
     }
 }
@@ -321,6 +326,7 @@ QnAttributeHandle getLocalXformAtTimes(QnAttributeHandle xformGroup, const float
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
+        reportEntryFailure("getLocalXformAtTimes", nullptr);
         return nullptr;
     }
 }
@@ -362,6 +368,7 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         }
         return 1;
     } catch (...) {
+        reportEntryFailure("getWorldBound", h);
         return 0;
     }
 }

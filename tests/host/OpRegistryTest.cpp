@@ -41,11 +41,11 @@ TEST(OpRegistry, RegistersEveryOpOfTheTestLibrary) {
     std::ostringstream diagnostics;
     const OpRegistry registry = OpRegistry::load({testPluginDir()}, diagnostics);
     EXPECT_EQ(diagnostics.str(), "");
-    EXPECT_EQ(
-        registry.opTypes(),
-        (std::vector<std::string>{"TestAbortWithoutQuery", "TestAttempts", "TestCreate", "TestEntries",
-                                  "TestEscape", "TestExtend", "TestHandOver", "TestMark", "TestQuery",
-                                  "TestSerial", "TestStack", "TestThrow", "TestThrowUnknown", "TestWorld"}));
+    EXPECT_EQ(registry.opTypes(),
+              (std::vector<std::string>{"TestAbortWithoutQuery", "TestAttempts", "TestCallback", "TestCreate",
+                                        "TestEntries", "TestEscape", "TestExtend", "TestHandOver", "TestMark",
+                                        "TestQuery", "TestSerial", "TestStack", "TestThrow",
+                                        "TestThrowUnknown", "TestWorld"}));
     EXPECT_NE(registry.find("TestMark"), nullptr);
     EXPECT_EQ(registry.find("ConstraintSetup"), nullptr);
     EXPECT_EQ(registry.threadingMode("TestSerial"), 1);

@@ -25,7 +25,7 @@ struct Outcome {
     bool returned = false; ///< the entry handed something back all the same
 };
 
-/// Calls `entry` with the next allocation failing; `result` tells whether it handed something back.
+/// Calls `entry`, which tells whether the host handed something back, with the next allocation failing.
 template <class Entry> Outcome callFailing(Entry&& entry) {
     Outcome outcome;
     {

@@ -2,6 +2,7 @@
 // on an op's input, following the transform model.
 #include "host/engine/AttributeEdit.h"
 #include "host/engine/CookContext.h"
+#include "host/services/EntryFailure.h"
 #include "host/services/HostServices.h"
 #include "host/xform/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
@@ -269,6 +270,7 @@ QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, 
                          });
         return result;
     } catch (...) {
+        reportEntryFailure("getWorldXformSampleTimes", h);
         return nullptr;
     }
 }
@@ -285,6 +287,7 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
+        reportEntryFailure("getWorldXformAtTimes", h);
         return nullptr;
     }
 }
@@ -303,6 +306,7 @@ int64_t copyWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t p
                          });
         return count;
     } catch (...) {
+        reportEntryFailure("copyWorldXformSampleTimes", h);
         return -1;
     }
 }
@@ -320,6 +324,7 @@ uint8_t copyWorldXformAtTimes(VexilCookHandle h, const char* path, int32_t pathL
                    ? 1
                    : 0;
     } catch (...) {
+        reportEntryFailure("copyWorldXformAtTimes", h);
         return 0;
     }
 }
@@ -420,6 +425,7 @@ QnAttributeHandle getLocalXformAtTimes(QnAttributeHandle xformGroup, const float
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
+        reportEntryFailure("getLocalXformAtTimes", nullptr);
         return nullptr;
     }
 }
@@ -440,14 +446,9 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         if (!bound.isValid() || bound.getNumberOfValues() != 6) {
             return 0;
         }
-        XformModel::Operation samples;
-        samples.times = bound.getSampleTimes();
-        samples.count = 6;
-        for (float t : samples.times) {
-            auto view = bound.getNearestSample(t);
-            samples.values.insert(samples.values.end(), view.begin(), view.end());
-        }
-        const std::vector<double> b = XformModel::valuesAt(samples, time);
+        // Interpolated like an operation's values, reading only the two samples around the time.
+        double b[6];
+        bound.fillInterpolatedValues(b, 6, time, 0.0, false);
         const Imath::M44d world = XformModel::worldAt(chain.pointers(), time);
         Imath::V3d lo(std::numeric_limits<double>::max());
         Imath::V3d hi(-std::numeric_limits<double>::max());
@@ -466,6 +467,7 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         }
         return 1;
     } catch (...) {
+        reportEntryFailure("getWorldBound", h);
         return 0;
     }
 }

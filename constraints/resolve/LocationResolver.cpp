@@ -30,17 +30,19 @@ void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
     if (!respectMotionBlur) {
         sampleTimes.clear();
     } else if (!sampleTimes.empty()) {
-        auto it = sampleTimes.begin();
-        float lastKept = *it++;
-        while (it != sampleTimes.end()) {
-            // Compared with the last kept time, not the previous one: a chain of close times
-            // collapses onto its earliest member.
-            if (std::fabs(*it - lastKept) < 0.001f) {
-                it = sampleTimes.erase(it);
-            } else {
-                lastKept = *it++;
+        // Kept times are moved to the front in one pass: erasing one by one would cost the square of the
+        // number of close times.
+        SampleTimes::sequence_type times = sampleTimes.extract_sequence();
+        size_t kept = 1;
+        for (size_t i = 1; i < times.size(); ++i) {
+            // Compared with the last kept time, not the previous one: a chain of close times collapses
+            // onto its earliest member.
+            if (!(std::fabs(times[i] - times[kept - 1]) < 0.001f)) {
+                times[kept++] = times[i];
             }
         }
+        times.resize(kept);
+        sampleTimes.adopt_sequence(boost::container::ordered_unique_range, std::move(times));
     }
     if (sampleTimes.empty()) {
         sampleTimes = SampleTimes{0.0f};

@@ -195,13 +195,12 @@ Imath::M44d StageGraph::worldAt(WorldMemo& memo, float time) {
         return memo.atTimes[static_cast<size_t>(known - memo.times.begin())];
     }
     std::lock_guard<std::mutex> lock(memo.mutex);
-    for (const auto& [t, matrix] : memo.matrices) {
-        if (t == time) {
-            return matrix;
-        }
+    const auto asked = memo.matrices.find(time);
+    if (asked != memo.matrices.end()) {
+        return asked->second;
     }
     const Imath::M44d matrix = XformModel::worldAt(memo.chain, time);
-    memo.matrices.emplace_back(time, matrix);
+    memo.matrices.emplace(time, matrix);
     return matrix;
 }
 

@@ -111,7 +111,9 @@ public:
         /// The world matrix at each of `times`, made with the memo: read by every cook without a lock.
         std::vector<Imath::M44d> atTimes;
         std::mutex mutex;
-        std::vector<std::pair<float, Imath::M44d>> matrices; ///< other times asked for; guarded by `mutex`
+        /// Other times asked for; guarded by `mutex`. Hashed: a location below a target with a long baked
+        /// animation is asked for at every one of its times.
+        std::unordered_map<float, Imath::M44d> matrices;
     };
     /// The memo of the location at `path` on `stage`, or null when none was made yet.
     WorldMemo* findWorldMemo(int stage, std::string_view path);

@@ -1,5 +1,6 @@
 #include "constraints/ops/ConstraintSetupIndex.h"
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <algorithm>
@@ -19,6 +20,16 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
 
 } // namespace
 
+std::string ConstraintSetupIndex::basePathOf(const Qn::GroupAttribute& entry) {
+    std::string written =
+        Qn::StringAttribute(entry.getChildByName("baseLocationPath")).getValue(std::string(), false);
+    if (Qn::PathUtils::isNormalisedPath(written)) {
+        return written;
+    }
+    std::string named = Qn::PathUtils::normalisedPath(std::string_view(), written);
+    return named.empty() ? written : named;
+}
+
 ConstraintSetupIndex::ConstraintSetupIndex(const Qn::GroupAttribute& constraints) {
     const int64_t n = constraints.isValid() ? constraints.getNumberOfChildren() : 0;
     for (int64_t i = 0; i < n; ++i) {
@@ -26,8 +37,7 @@ ConstraintSetupIndex::ConstraintSetupIndex(const Qn::GroupAttribute& constraints
         if (!entry.isValid()) {
             continue;
         }
-        std::string base =
-            Qn::StringAttribute(entry.getChildByName("baseLocationPath")).getValue(std::string(), false);
+        std::string base = basePathOf(entry);
         if (!base.empty()) {
             m_bases.emplace_back(withoutTrailingSlashes(base));
             m_entries.emplace_back(std::move(base), i);

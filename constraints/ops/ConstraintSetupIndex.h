@@ -17,6 +17,11 @@ namespace Private {
 /// Private data of a ConstraintSetup child traversal: built once, read-only afterwards.
 class ConstraintSetupIndex {
 public:
+    /// The `baseLocationPath` of an entry (its string value nearest time 0, "" when absent), as the
+    /// location it names by the one path rule ("/root/world/a/" and "/root//world/./a" name
+    /// "/root/world/a"); a path that names no location is kept as written.
+    static std::string basePathOf(const Qn::GroupAttribute& entry);
+
     /// Indexes the group entries of `constraints` whose `baseLocationPath` is not empty.
     explicit ConstraintSetupIndex(const Qn::GroupAttribute& constraints);
 
@@ -26,7 +31,7 @@ public:
     /// The positions in `constraints` of the entries whose base path is `path` byte for byte, ascending.
     std::vector<int64_t> entriesAt(std::string_view path) const;
 
-    /// True when `path` is a strict ancestor of some entry's base (trailing slashes ignored on both).
+    /// True when `path` is a strict ancestor of some entry's base (trailing slashes of `path` ignored).
     bool isAboveSomeBase(std::string_view path) const;
 
 private:

@@ -16,10 +16,6 @@ namespace {
 
 const char* const kWorldPath = "/root/world";
 
-std::string baseLocationPath(const Qn::GroupAttribute& entry) {
-    return Qn::StringAttribute(entry.getChildByName("baseLocationPath")).getValue(std::string(), false);
-}
-
 // An absent or non-integer field takes its default; a present integer without a value is an error
 // for the switches that change what is written, and counts as off for setRelativeTargets.
 int32_t intField(const Qn::GroupAttribute& entry, const char* name, int32_t defaultValue, bool throwOnError) {
@@ -60,7 +56,7 @@ void extendConstraintList(const Qn::VexilCookInterface& cookInterface,
         if (!entry.isValid()) {
             continue;
         }
-        const std::string base = baseLocationPath(entry);
+        const std::string base = ConstraintSetupIndex::basePathOf(entry);
         if (!base.empty() && addToConstraintList(entry)) {
             paths.push_back(base);
         }

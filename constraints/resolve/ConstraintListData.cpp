@@ -13,7 +13,15 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     const Qn::SampleView<const char*> entries = list.getNearestSample(0.0f);
     data->paths.reserve(static_cast<size_t>(entries.size));
     for (const char* entry : entries) {
-        data->paths.emplace_back(entry);
+        const std::string_view written(entry);
+        const std::string named = Qn::PathUtils::isNormalisedPath(written)
+                                      ? std::string()
+                                      : Qn::PathUtils::normalisedPath(std::string_view(), written);
+        if (named.empty()) {
+            data->paths.push_back(written); // in normal form, or naming no location at all
+        } else {
+            data->paths.push_back(data->rewritten.emplace_back(named));
+        }
     }
     const std::vector<std::string_view>& paths = data->paths;
     data->positions.reserve(paths.size());

@@ -7,6 +7,7 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -27,9 +28,11 @@ struct ConstraintListData {
     ConstraintListData(const ConstraintListData&) = delete;
     ConstraintListData& operator=(const ConstraintListData&) = delete;
 
-    /// The list entries, in list order, viewing into `list`: a cook builds this for every entry of the
-    /// scene's list, so the paths are not copied.
+    /// The list entries, in list order, each as the location it names (trailing, doubled and "."
+    /// components gone: the one path rule), viewing into `list` or, for the few entries not written in
+    /// that form, into `rewritten`: the paths are not copied for every cook.
     std::vector<std::string_view> paths;
+    std::deque<std::string> rewritten;
     Qn::StringAttribute list;
     /// Where a listed path stands in the list.
     struct Position {

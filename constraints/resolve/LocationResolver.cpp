@@ -8,7 +8,6 @@
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/ResolvedWorlds.h"
-#include "constraints/resolve/TargetPaths.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -516,7 +515,7 @@ PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size
         const bool requireTargetBounds = readSwitch(description.requireTargetBounds, 0) != 0;
         constraint.targets.reserve(static_cast<size_t>(written.size));
         for (const char* target : written) {
-            std::string targetPath = resolveTargetPath(path, target);
+            std::string targetPath = Qn::PathUtils::normalisedPath(path, target);
             if (targetPath.empty() || !m_cookInterface.doesLocationExist(targetPath)) {
                 if (!allowMissingTargets) {
                     throw std::runtime_error("Constraint target (" +

@@ -32,8 +32,7 @@ VexilHost::SceneFile nestingScene(int depth) {
          << R"(]}}, "children": {"t": {"attrs": {"xform": {"translate": {"double": [0, 5, 0]}}}})";
     for (int i = 0; i < depth; ++i) {
         text << (i == 0 ? ", " : "") << R"("n": {"attrs": {"xform": {"translate": {"double": [1, 0, 0]}, )"
-             << R"("constraint": {)" << kPoint
-             << R"(, "target": ["/root/world/t"]}}}, "children": {)";
+             << R"("constraint": {)" << kPoint << R"(, "target": ["/root/world/t"]}}}, "children": {)";
     }
     for (int i = 0; i < depth; ++i) {
         text << "}}";
@@ -60,15 +59,17 @@ VexilHost::SceneFile setupScene(int entries) {
 VexilHost::SceneFile opChainScene(int ops) {
     std::ostringstream leaves;
     for (int i = 0; i < 1000; ++i) {
-        leaves << (i == 0 ? "" : ", ") << "\"l" << i << R"(": {"attrs": {"xform": {"translate": {"double": [)" << i
-               << ", 0, 0]}}}}";
+        leaves << (i == 0 ? "" : ", ") << "\"l" << i << R"(": {"attrs": {"xform": {"translate": {"double": [)"
+               << i << ", 0, 0]}}}}";
     }
     std::ostringstream text;
-    text << R"({"scene": {"children": {"world": {"attrs": {"globals": {"constraintList": ["/root/world/t"]}}, )"
-         << R"("children": {"t": {"attrs": {"xform": {"translate": {"double": [0, 5, 0]}}}}, "geo": )"
-         << R"({"children": {)" << leaves.str() << "}}}}}}, \"ops\": [";
+    text
+        << R"({"scene": {"children": {"world": {"attrs": {"globals": {"constraintList": ["/root/world/t"]}}, )"
+        << R"("children": {"t": {"attrs": {"xform": {"translate": {"double": [0, 5, 0]}}}}, "geo": )"
+        << R"({"children": {)" << leaves.str() << "}}}}}}, \"ops\": [";
     for (int i = 0; i < ops; ++i) {
-        text << R"({"type": "ConstraintListEdit", "args": {"mode": "remove", "locationPaths": ["/root/world/x"]}}, )";
+        text
+            << R"({"type": "ConstraintListEdit", "args": {"mode": "remove", "locationPaths": ["/root/world/x"]}}, )";
     }
     text << R"({"type": "ConstraintResolve"}]})";
     return VexilHost::readSceneText(text.str(), "opchain.json");

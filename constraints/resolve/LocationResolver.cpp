@@ -554,21 +554,27 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
     // of its targets, and of the constrained location's own listed constrained ancestors.
     std::vector<std::pair<size_t, size_t>> needs; // (first entry, slot)
     const size_t limit = listLimit(path);
-    auto consider = [&](std::string_view location) {
-        if (location == path) {
+    auto consider = [&](size_t slot) {
+        const std::string_view location = m_list->pathOfSlot(slot);
+        if (location == path || !isConstrained(slot, location)) {
             return;
         }
-        const ConstraintListData::Position* listed = m_list->find(location);
-        if (listed && isConstrained(listed->slot, location)) {
-            needs.emplace_back(listed->first, listed->slot);
-            // What a location needs must be listed before it.
-            constraint.needsOutOfOrder = constraint.needsOutOfOrder || listed->first >= limit;
+        const size_t first = m_list->slotFirst[slot];
+        needs.emplace_back(first, slot);
+        // What a location needs must be listed before it.
+        constraint.needsOutOfOrder = constraint.needsOutOfOrder || first >= limit;
+    };
+    // The listed locations at or above a path: its nearest, then each one's nearest listed ancestor.
+    auto considerListedAtOrAbove = [&](std::string_view location) {
+        for (size_t slot = m_list->nearestListed(location, true); slot != ConstraintListData::kNoSlot;
+             slot = m_list->slotAbove[slot]) {
+            consider(slot);
         }
     };
     for (const std::string& target : constraint.targets) {
-        forEachAncestorOrSelf(target, consider);
+        considerListedAtOrAbove(target);
     }
-    forEachAncestorOrSelf(path, consider);
+    considerListedAtOrAbove(path);
     // They resolve in the order of their first entries, as a walk of the list would meet them.
     std::sort(needs.begin(), needs.end());
     needs.erase(std::unique(needs.begin(), needs.end()), needs.end());

@@ -10,19 +10,6 @@ namespace Private {
 
 namespace {
 
-/// Calls `visit` with `path` and then each of its ancestors, nearest first, until it returns true.
-template <class Visit> void forEachAncestorNearestFirst(std::string_view path, bool withSelf, Visit&& visit) {
-    if (withSelf && visit(path)) {
-        return;
-    }
-    for (size_t slash = path.rfind('/'); slash != std::string_view::npos && slash > 0;
-         slash = path.rfind('/', slash - 1)) {
-        if (visit(path.substr(0, slash))) {
-            return;
-        }
-    }
-}
-
 std::vector<float> sortedUnion(const std::vector<float>& a, const float* b, size_t count) {
     std::vector<float> out;
     out.reserve(a.size() + count);
@@ -37,30 +24,26 @@ bool ResolvedWorlds::available() {
 }
 
 std::optional<size_t> ResolvedWorlds::nearestResolved(std::string_view path) const {
-    std::optional<size_t> found;
-    forEachAncestorNearestFirst(path, true, [&](std::string_view location) {
-        const ConstraintListData::Position* listed = m_list.find(location);
-        if (listed && m_list.memo->find(listed->slot)) {
-            found = listed->slot;
+    for (size_t slot = m_list.nearestListed(path, true); slot != ConstraintListData::kNoSlot;
+         slot = m_list.slotAbove[slot]) {
+        if (m_list.memo->find(slot)) {
+            return slot;
         }
-        return found.has_value();
-    });
-    return found;
+    }
+    return std::nullopt;
 }
 
 std::optional<size_t> ResolvedWorlds::above(size_t slot) {
     ResolvedWorld& world = m_list.memo->world(slot);
     int64_t known = world.above.load(std::memory_order_acquire);
     if (known == ResolvedWorld::kUnknown) {
-        std::optional<size_t> found;
-        forEachAncestorNearestFirst(m_list.pathOfSlot(slot), false, [&](std::string_view location) {
-            const ConstraintListData::Position* listed = m_list.find(location);
-            if (listed && m_list.memo->find(listed->slot)) {
-                found = listed->slot;
+        known = ResolvedWorld::kNone;
+        for (size_t s = m_list.slotAbove[slot]; s != ConstraintListData::kNoSlot; s = m_list.slotAbove[s]) {
+            if (m_list.memo->find(s)) {
+                known = static_cast<int64_t>(s);
+                break;
             }
-            return found.has_value();
-        });
-        known = found ? static_cast<int64_t>(*found) : ResolvedWorld::kNone;
+        }
         world.above.store(known, std::memory_order_release);
     }
     return known == ResolvedWorld::kNone ? std::nullopt : std::optional<size_t>(static_cast<size_t>(known));

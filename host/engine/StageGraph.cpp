@@ -402,7 +402,7 @@ bool StageGraph::column(const Column& parent, const std::string& childPath, int 
         }
         p += fromParent == k ? 1 : 0;
         r += fromRoot == k ? 1 : 0;
-        const Node& up = nodeAt(parent, k);
+        const Node& up = parent[p - 1]; // the parent's node on step k: its last change not after k
         const Node below = out.back();
         if (!up.exists()) {
             changeAt(out, k, Node());

@@ -207,7 +207,8 @@ private:
     ResolvedLocation resolveListed(size_t slot, std::string_view path, const Qn::GroupAttribute& xform);
     void walkNeeds(std::vector<Pending>& stack);
     PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
-    PreparedConstraint prepareConstraint(std::string_view path, size_t child, const Qn::Attribute& value);
+    PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
+                                         const Qn::Attribute& value);
     void findNeeds(std::string_view path, PreparedConstraint& constraint);
     ResolvedLocation resolveLocation(const PreparedLocation& location);
     ConstraintOutcome resolveConstraint(const PreparedLocation& location,
@@ -484,20 +485,28 @@ PreparedLocation ResolveSession::prepare(std::string_view path, const Qn::GroupA
     PreparedLocation location{path, xform, {}};
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
         if (isConstraintChildName(xform.getChildNameView(i))) {
-            location.constraints.push_back(
-                prepareConstraint(path, static_cast<size_t>(i), xform.getChildByIndex(i)));
+            location.constraints.push_back(prepareConstraint(
+                path, static_cast<size_t>(i), xform.getChildNameView(i), xform.getChildByIndex(i)));
         }
     }
     return location;
 }
 
 PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size_t child,
-                                                     const Qn::Attribute& value) {
+                                                     std::string_view name, const Qn::Attribute& value) {
     PreparedConstraint constraint;
     constraint.child = child;
     const Qn::GroupAttribute group(value);
     try {
         const ConstraintDescription description = readConstraintDescription(group);
+        if (!Qn::StringAttribute(description.type).isValid()) {
+            // The error itself only says that no string could be read; the warning says where and why.
+            constraint.warnings.push_back(
+                group.isValid() ? "The constraint '" + std::string(name) + "' of " + std::string(path) +
+                                      " has no 'type': it needs a string naming its kind, such as \"Point\"."
+                                : "The child '" + std::string(name) + "' of xform at " + std::string(path) +
+                                      " is not a group, so it is no constraint description.");
+        }
         constraint.type = Qn::StringAttribute(description.type).getValue(std::string(), true);
         ConstraintResolverCreator creator = findConstraintResolverCreator(constraint.type);
         if (!creator) {

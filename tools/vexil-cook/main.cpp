@@ -11,9 +11,9 @@
 #include "hostapi/attribute/Attribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
 #include "tools/vexil-cook/CookSummary.h"
-#include "tools/vexil-cook/ExplainReport.h"
-#include "tools/vexil-cook/PictureFiles.h"
-#include "tools/vexil-cook/ProgressDisplay.h"
+#include "tools/views/ExplainReport.h"
+#include "tools/views/PictureFiles.h"
+#include "tools/views/ProgressDisplay.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/SvgCanvas.h"
+#include "tools/views/SvgCanvas.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/PictureRenderer.h"
+#include "tools/views/PictureRenderer.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
-#include "tools/vexil-cook/PictureFiles.h"
+#include "tools/views/PictureFiles.h"
 
-#include "tools/vexil-cook/CairoCanvas.h"
-#include "tools/vexil-cook/SvgCanvas.h"
+#include "tools/views/CairoCanvas.h"
+#include "tools/views/SvgCanvas.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,19 +1,23 @@
-// A canvas that writes SVG text: one element per line, groups as <g> with a class and data attributes,
-// so that pictures can be checked structurally.
+// A canvas that draws with cairo into an image and writes it as PNG.
 #pragma once
 
-#include "tools/vexil-cook/Canvas.h"
+#include "tools/views/Canvas.h"
 
-#include <sstream>
 #include <string>
+
+typedef struct _cairo_surface cairo_surface_t;
+typedef struct _cairo cairo_t;
 
 namespace VexilHost {
 namespace Picture {
 
-/// Collects an SVG document of `width` × `height` pixels; text() returns it once finished.
-class SvgCanvas : public Canvas {
+/// Draws into a `width` × `height` RGB image with a white background.
+class CairoCanvas : public Canvas {
 public:
-    SvgCanvas(int width, int height);
+    CairoCanvas(int width, int height);
+    ~CairoCanvas() override;
+    CairoCanvas(const CairoCanvas&) = delete;
+    CairoCanvas& operator=(const CairoCanvas&) = delete;
 
     void beginGroup(const std::string& className, const ElementAttributes& attributes,
                     double opacity) override;
@@ -31,22 +35,16 @@ public:
     void text(const Imath::V2d& at, const std::string& text, const TextStyle& style,
               const std::string& className, const ElementAttributes& attributes) override;
 
-    /// The whole document (closes it on the first call).
-    std::string document();
+    /// Writes the image as PNG to `path`; false with `error` set when it cannot.
+    bool writePng(const std::string& path, std::string& error);
 
 private:
-    void indent();
+    void stroke(const Pen& pen);
 
-    std::ostringstream m_out;
-    int m_depth = 1;
-    bool m_closed = false;
+    cairo_surface_t* m_surface = nullptr;
+    cairo_t* m_cairo = nullptr;
+    std::vector<double> m_groupOpacity;
 };
-
-/// `text` with &, <, >, " and ' escaped for XML.
-std::string xmlEscape(const std::string& text);
-
-/// A pixel coordinate as SVG writes it: at most two decimals, no trailing zeros ("12.5", "-3", "0").
-std::string pixelText(double value);
 
 } // namespace Picture
 } // namespace VexilHost

@@ -1,12 +1,12 @@
-#include "tools/vexil-cook/ExplainReport.h"
+#include "tools/views/ExplainReport.h"
 
 #include "host/engine/AttributeEdit.h"
 #include "host/scene/AttributeEncoder.h"
 #include "host/scene/NumberText.h"
 #include "host/scene/ScenePaths.h"
 #include "hostapi/attribute/DataAttribute.h"
-#include "tools/vexil-cook/ConstraintDescription.h"
-#include "tools/vexil-cook/SceneWalk.h"
+#include "tools/views/ConstraintDescription.h"
+#include "tools/views/SceneWalk.h"
 
 #include <cmath>
 #include <cstdio>

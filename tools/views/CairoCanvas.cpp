@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/CairoCanvas.h"
+#include "tools/views/CairoCanvas.h"
 
 #include <cairo.h>
 

@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/ViewProjection.h"
+#include "tools/views/ViewProjection.h"
 
 #include <algorithm>
 #include <cmath>

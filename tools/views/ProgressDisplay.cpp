@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/ProgressDisplay.h"
+#include "tools/views/ProgressDisplay.h"
 
 #include <cstdio>
 #include <unistd.h>

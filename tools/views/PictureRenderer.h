@@ -2,8 +2,8 @@
 // the view through a camera, with a legend of the key, errors and warnings below them.
 #pragma once
 
-#include "tools/vexil-cook/Canvas.h"
-#include "tools/vexil-cook/PictureModel.h"
+#include "tools/views/Canvas.h"
+#include "tools/views/PictureModel.h"
 
 #include <stdexcept>
 #include <string>

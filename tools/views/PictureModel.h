@@ -3,8 +3,8 @@
 #pragma once
 
 #include "host/scene/SceneTypes.h"
-#include "tools/vexil-cook/SceneWalk.h"
-#include "tools/vexil-cook/ViewProjection.h"
+#include "tools/views/SceneWalk.h"
+#include "tools/views/ViewProjection.h"
 
 #include <Imath/ImathBox.h>
 #include <Imath/ImathMatrix.h>

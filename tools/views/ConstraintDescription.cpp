@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/ConstraintDescription.h"
+#include "tools/views/ConstraintDescription.h"
 
 #include "host/engine/AttributeEdit.h"
 #include "hostapi/attribute/DataAttribute.h"

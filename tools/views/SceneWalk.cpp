@@ -1,4 +1,4 @@
-#include "tools/vexil-cook/SceneWalk.h"
+#include "tools/views/SceneWalk.h"
 
 #include "host/engine/AttributeEdit.h"
 

@@ -2,7 +2,7 @@
 // camera, and the fit of a view's extent into a panel of pixels. Imath in, Imath out.
 #pragma once
 
-#include "tools/vexil-cook/Canvas.h"
+#include "tools/views/Canvas.h"
 
 #include <Imath/ImathBox.h>
 #include <Imath/ImathMatrix.h>

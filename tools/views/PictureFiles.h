@@ -1,8 +1,8 @@
 // Writing scene pictures to files: SVG text, and PNG through cairo.
 #pragma once
 
-#include "tools/vexil-cook/PictureModel.h"
-#include "tools/vexil-cook/PictureRenderer.h"
+#include "tools/views/PictureModel.h"
+#include "tools/views/PictureRenderer.h"
 
 #include <string>
 

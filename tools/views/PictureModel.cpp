@@ -1,8 +1,8 @@
-#include "tools/vexil-cook/PictureModel.h"
+#include "tools/views/PictureModel.h"
 
 #include "host/engine/AttributeEdit.h"
 #include "hostapi/attribute/DataAttribute.h"
-#include "tools/vexil-cook/ConstraintDescription.h"
+#include "tools/views/ConstraintDescription.h"
 
 #include <algorithm>
 #include <unordered_set>

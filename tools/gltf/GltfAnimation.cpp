@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sstream>
 #include <string>
 
 namespace VexilHost {
@@ -83,9 +84,10 @@ Curve readCurve(const tinygltf::Model& model, const tinygltf::AnimationSampler& 
     }
     for (std::size_t i = 1; i < curve.times.size(); ++i) {
         if (!(curve.times[i] > curve.times[i - 1])) {
-            fail("accessor " + std::to_string(sampler.input),
-                 "key times must increase, but element " + std::to_string(i) + " (" +
-                     std::to_string(curve.times[i]) + ") follows " + std::to_string(curve.times[i - 1]));
+            std::ostringstream what;
+            what << "key times must increase, but element " << i << " (" << curve.times[i] << " s) follows "
+                 << curve.times[i - 1] << " s";
+            fail("accessor " + std::to_string(sampler.input), what.str());
         }
     }
     const std::size_t groups = curve.interpolation == Interpolation::CubicSpline ? 3 : 1;

@@ -296,7 +296,139 @@ std::vector<Key> bakeKeys(const std::vector<FrameTransforms>& frames, double fps
     return unique;
 }
 
+// The location's transform at every key; a frame without the location keeps the one before (the
+// node's own before the first).
+std::vector<Imath::M44d> transformsAtKeys(const std::vector<Key>& keys,
+                                          const std::vector<FrameTransforms>& frames, const std::string& path,
+                                          const Imath::M44d& stated) {
+    std::vector<Imath::M44d> transforms;
+    for (const Key& key : keys) {
+        const auto found = frames[key.frame].locations.find(path);
+        transforms.push_back(found != frames[key.frame].locations.end() ? found->second.local[key.sample]
+                             : transforms.empty()                       ? stated
+                                                                        : transforms.back());
+    }
+    return transforms;
+}
+
+const LocationFrame* firstFrameOf(const std::vector<FrameTransforms>& frames, const std::string& path) {
+    for (const FrameTransforms& frame : frames) {
+        if (const auto found = frame.locations.find(path); found != frame.locations.end()) {
+            return &found->second;
+        }
+    }
+    return nullptr;
+}
+
+// The location's error and warning, each from the first frame that has one.
+std::pair<std::string, std::string> messagesOf(const std::vector<FrameTransforms>& frames,
+                                               const std::string& path) {
+    std::pair<std::string, std::string> messages;
+    for (const FrameTransforms& frame : frames) {
+        if (const auto found = frame.locations.find(path); found != frame.locations.end()) {
+            messages.first = messages.first.empty() ? found->second.errorMessage : messages.first;
+            messages.second = messages.second.empty() ? found->second.warningMessage : messages.second;
+        }
+    }
+    return messages;
+}
+
+// A moving transform as glTF's channels: translation, rotation (neighbouring keys on the same side,
+// so that blending them takes the shorter way) and scale, with the largest shear they leave out.
+struct Motion {
+    std::vector<float> translation;
+    std::vector<float> rotation;
+    std::vector<float> scale;
+    double shear = 0.0;
+};
+
+Motion motionOf(const std::vector<Imath::M44d>& transforms) {
+    Motion motion;
+    std::array<double, 4> previous{0.0, 0.0, 0.0, 1.0};
+    for (const Imath::M44d& transform : transforms) {
+        Trs trs = decompose(transform);
+        motion.shear = std::max(motion.shear, trs.shear);
+        const double dot = trs.rotation[0] * previous[0] + trs.rotation[1] * previous[1] +
+                           trs.rotation[2] * previous[2] + trs.rotation[3] * previous[3];
+        if (dot < 0.0) {
+            for (double& v : trs.rotation) {
+                v = -v;
+            }
+        }
+        previous = trs.rotation;
+        const Imath::V3d& t = trs.translation;
+        const Imath::V3d& s = trs.scale;
+        const std::array<double, 4>& r = trs.rotation;
+        motion.translation.insert(motion.translation.end(), {float(t.x), float(t.y), float(t.z)});
+        motion.rotation.insert(motion.rotation.end(), {float(r[0]), float(r[1]), float(r[2]), float(r[3])});
+        motion.scale.insert(motion.scale.end(), {float(s.x), float(s.y), float(s.z)});
+    }
+    return motion;
+}
+
+void addChannels(tinygltf::Model& model, tinygltf::Animation& bake, int timesAccessor, int node,
+                 const Motion& motion) {
+    const struct {
+        const char* path;
+        const std::vector<float>& values;
+        int components;
+    } channels[] = {
+        {"translation", motion.translation, 3}, {"rotation", motion.rotation, 4}, {"scale", motion.scale, 3}};
+    for (const auto& c : channels) {
+        tinygltf::AnimationSampler sampler;
+        sampler.input = timesAccessor;
+        sampler.output = appendFloats(model, c.values, c.components, false);
+        sampler.interpolation = "LINEAR";
+        tinygltf::AnimationChannel channel;
+        channel.sampler = static_cast<int>(bake.samplers.size());
+        channel.target_node = node;
+        channel.target_path = c.path;
+        bake.samplers.push_back(sampler);
+        bake.channels.push_back(channel);
+    }
+}
+
 } // namespace
+
+// The cooked lens of a camera node, when it differs from its glTF camera; a camera that other nodes
+// share is copied first.
+void GltfBake::writeLens(tinygltf::Model& model, const Node& entry,
+                         const std::vector<FrameTransforms>& frames, const LocationFrame& first,
+                         std::vector<std::string>& warnings) const {
+    tinygltf::Node& node = model.nodes[static_cast<std::size_t>(entry.node)];
+    bool changes = false;
+    for (const FrameTransforms& frame : frames) {
+        const auto found = frame.locations.find(entry.path);
+        changes = changes || (found != frame.locations.end() &&
+                              (found->second.lensAnimated || found->second.lens != first.lens));
+    }
+    if (changes) {
+        warnings.push_back(entry.path +
+                           ": glTF cannot animate a lens; the lens of the first frame is written");
+    }
+    tinygltf::Camera& camera = model.cameras[static_cast<std::size_t>(node.camera)];
+    std::vector<std::string> lost;
+    tinygltf::Camera written = gltfCamera(first.lens, lost);
+    if (sameCamera(camera, written)) {
+        return;
+    }
+    written.name = camera.name;
+    written.extras = camera.extras;
+    bool shared = false;
+    for (const Node& other : m_nodes) {
+        shared = shared || (other.node != entry.node &&
+                            model.nodes[static_cast<std::size_t>(other.node)].camera == node.camera);
+    }
+    if (shared) {
+        model.cameras.push_back(written);
+        node.camera = static_cast<int>(model.cameras.size()) - 1;
+    } else {
+        camera = written;
+    }
+    for (const std::string& what : lost) {
+        warnings.push_back(entry.path + ": glTF cannot hold " + what + "; it is written centred");
+    }
+}
 
 GltfBake::GltfBake(const GltfShot& shot) : m_model(shot.model()), m_folder(shot.folder()) {
     for (const ShotNode& node : shot.nodes()) {
@@ -401,65 +533,15 @@ std::string GltfBake::write(const std::vector<FrameTransforms>& frames, double f
     for (std::size_t n = 0; n < m_nodes.size(); ++n) {
         const Node& entry = m_nodes[n];
         tinygltf::Node& node = model.nodes[static_cast<std::size_t>(entry.node)];
-        const Imath::M44d stated = nodeTransform(node);
-        // The node's transform at every key; a frame without the location keeps the one before.
-        std::vector<Imath::M44d> transforms;
-        const LocationFrame* first = nullptr;
-        std::string error;
-        std::string warning;
-        for (const Key& key : keys) {
-            const auto found = frames[key.frame].locations.find(entry.path);
-            if (found == frames[key.frame].locations.end()) {
-                transforms.push_back(transforms.empty() ? stated : transforms.back());
-                continue;
-            }
-            transforms.push_back(found->second.local[key.sample]);
-            first = first ? first : &found->second;
-        }
-        for (const FrameTransforms& frame : frames) {
-            const auto found = frame.locations.find(entry.path);
-            if (found != frame.locations.end()) {
-                error = error.empty() ? found->second.errorMessage : error;
-                warning = warning.empty() ? found->second.warningMessage : warning;
-            }
-        }
+        const std::vector<Imath::M44d> transforms =
+            transformsAtKeys(keys, frames, entry.path, nodeTransform(node));
         bool moves = false;
         for (const Imath::M44d& m : transforms) {
             moves = moves || largestDifference(m, transforms.front()) > kSameTransform;
         }
-        if (!transforms.empty() && !moves && largestDifference(transforms.front(), stated) > kSameTransform) {
-            const Trs trs = decompose(transforms.front());
-            if (!node.matrix.empty() || trs.shear > kSameTransform) {
-                setMatrix(node, transforms.front());
-            } else {
-                setTrs(node, trs);
-            }
-        } else if (moves) {
-            std::vector<float> translation, rotation, scale;
-            std::array<double, 4> previous{0.0, 0.0, 0.0, 1.0};
-            double shear = 0.0;
-            for (std::size_t k = 0; k < transforms.size(); ++k) {
-                Trs trs = decompose(transforms[k]);
-                shear = std::max(shear, trs.shear);
-                // Neighbouring keys on the same side, so that blending them takes the shorter way.
-                const double dot = trs.rotation[0] * previous[0] + trs.rotation[1] * previous[1] +
-                                   trs.rotation[2] * previous[2] + trs.rotation[3] * previous[3];
-                if (k > 0 && dot < 0.0) {
-                    for (double& v : trs.rotation) {
-                        v = -v;
-                    }
-                }
-                previous = trs.rotation;
-                if (k == 0) {
-                    setTrs(node, trs);
-                }
-                translation.insert(translation.end(), {float(trs.translation.x), float(trs.translation.y),
-                                                       float(trs.translation.z)});
-                rotation.insert(rotation.end(), {float(trs.rotation[0]), float(trs.rotation[1]),
-                                                 float(trs.rotation[2]), float(trs.rotation[3])});
-                scale.insert(scale.end(), {float(trs.scale.x), float(trs.scale.y), float(trs.scale.z)});
-            }
-            if (shear > 1e-6) {
+        if (moves) {
+            const Motion motion = motionOf(transforms);
+            if (motion.shear > 1e-6) {
                 warnings.push_back(entry.path +
                                    ": glTF cannot animate a shear; the baked animation leaves it out");
             }
@@ -470,62 +552,26 @@ std::string GltfBake::write(const std::vector<FrameTransforms>& frames, double f
                 }
                 timesAccessor = appendFloats(model, times, 1, true);
             }
-            const struct {
-                const char* path;
-                const std::vector<float>& values;
-                int components;
-            } channels[] = {{"translation", translation, 3}, {"rotation", rotation, 4}, {"scale", scale, 3}};
-            for (const auto& c : channels) {
-                tinygltf::AnimationSampler sampler;
-                sampler.input = timesAccessor;
-                sampler.output = appendFloats(model, c.values, c.components, false);
-                sampler.interpolation = "LINEAR";
-                tinygltf::AnimationChannel channel;
-                channel.sampler = static_cast<int>(bake.samplers.size());
-                channel.target_node = entry.node;
-                channel.target_path = c.path;
-                bake.samplers.push_back(sampler);
-                bake.channels.push_back(channel);
+            setTrs(node, decompose(transforms.front()));
+            addChannels(model, bake, timesAccessor, entry.node, motion);
+        } else if (!transforms.empty() &&
+                   largestDifference(transforms.front(), nodeTransform(node)) > kSameTransform) {
+            const Trs trs = decompose(transforms.front());
+            if (!node.matrix.empty() || trs.shear > kSameTransform) {
+                setMatrix(node, transforms.front());
+            } else {
+                setTrs(node, trs);
             }
         }
-        if (first && first->isCamera && node.camera >= 0) {
-            bool changes = false;
-            for (const FrameTransforms& frame : frames) {
-                const auto found = frame.locations.find(entry.path);
-                changes = changes || (found != frame.locations.end() &&
-                                      (found->second.lensAnimated || found->second.lens != first->lens));
-            }
-            if (changes) {
-                warnings.push_back(entry.path +
-                                   ": glTF cannot animate a lens; the lens of the first frame is written");
-            }
-            tinygltf::Camera& camera = model.cameras[static_cast<std::size_t>(node.camera)];
-            std::vector<std::string> lost;
-            tinygltf::Camera written = gltfCamera(first->lens, lost);
-            if (!sameCamera(camera, written)) {
-                bool shared = false;
-                for (const Node& other : m_nodes) {
-                    shared =
-                        shared || (other.node != entry.node &&
-                                   model.nodes[static_cast<std::size_t>(other.node)].camera == node.camera);
-                }
-                written.name = camera.name;
-                written.extras = camera.extras;
-                if (shared) {
-                    model.cameras.push_back(written);
-                    node.camera = static_cast<int>(model.cameras.size()) - 1;
-                } else {
-                    camera = written;
-                }
-                for (const std::string& what : lost) {
-                    warnings.push_back(entry.path + ": glTF cannot hold " + what + "; it is written centred");
-                }
-            }
+        if (const LocationFrame* first = firstFrameOf(frames, entry.path);
+            first && first->isCamera && node.camera >= 0) {
+            writeLens(model, entry, frames, *first, warnings);
         }
         if (m_constraints[n].Type() != tinygltf::NULL_TYPE) {
             setExtra(node, kConstraintsKey, tinygltf::Value());
             setExtra(node, kBakedConstraintsKey, m_constraints[n]);
         }
+        const auto [error, warning] = messagesOf(frames, entry.path);
         setExtra(node, kErrorKey, error.empty() ? tinygltf::Value() : tinygltf::Value(error));
         setExtra(node, kWarningKey, warning.empty() ? tinygltf::Value() : tinygltf::Value(warning));
     }

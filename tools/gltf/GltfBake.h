@@ -55,6 +55,9 @@ private:
         int node;
         std::string path;
     };
+    void writeLens(tinygltf::Model& model, const Node& entry, const std::vector<FrameTransforms>& frames,
+                   const LocationFrame& first, std::vector<std::string>& warnings) const;
+
     tinygltf::Model m_model;
     std::vector<Node> m_nodes;
     std::string m_folder;                       ///< relative images start here

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sstream>
 
 namespace VexilHost {
 namespace Gltf {
@@ -46,12 +47,19 @@ Qn::GroupAttribute cameraGeometry(const tinygltf::Model& model, int index) {
     const std::string where = "camera " + std::to_string(index) +
                               (camera.name.empty() ? std::string() : " \"" + camera.name + "\"");
     Qn::GroupBuilder geometry;
+    const auto check = [&](bool good, const std::string& what, double value, const char* needed) {
+        if (!good) {
+            std::ostringstream text;
+            text << where << ": " << what << " " << value << " " << needed;
+            throw GltfFormatError(text.str());
+        }
+    };
     if (camera.type == "orthographic") {
         const tinygltf::OrthographicCamera& o = camera.orthographic;
-        if (!(o.xmag != 0.0 && o.ymag != 0.0 && o.znear >= 0.0 && o.zfar > o.znear)) {
-            throw GltfFormatError(where + ": an orthographic camera needs xmag and ymag other than 0 and " +
-                                  "0 <= znear < zfar");
-        }
+        check(o.xmag != 0.0, "xmag", o.xmag, "is no width");
+        check(o.ymag != 0.0, "ymag", o.ymag, "is no height");
+        check(o.znear >= 0.0, "znear", o.znear, "is behind the camera");
+        check(o.zfar > o.znear, "zfar", o.zfar, "is not beyond znear");
         geometry.set("projection", Qn::StringAttribute("orthographic"));
         geometry.set("left", value(-std::fabs(o.xmag))).set("right", value(std::fabs(o.xmag)));
         geometry.set("bottom", value(-std::fabs(o.ymag))).set("top", value(std::fabs(o.ymag)));
@@ -59,11 +67,10 @@ Qn::GroupAttribute cameraGeometry(const tinygltf::Model& model, int index) {
         return geometry.build();
     }
     const tinygltf::PerspectiveCamera& p = camera.perspective;
-    if (!(p.yfov > 0.0 && p.yfov < kPi && p.znear > 0.0 && p.aspectRatio >= 0.0 &&
-          (p.zfar == 0.0 || p.zfar > p.znear))) {
-        throw GltfFormatError(where + ": a perspective camera needs 0 < yfov < pi, znear > 0, zfar > znear " +
-                              "when given and a positive aspectRatio when given");
-    }
+    check(p.yfov > 0.0 && p.yfov < kPi, "yfov", p.yfov, "is not between 0 and pi");
+    check(p.znear > 0.0, "znear", p.znear, "is not in front of the camera");
+    check(p.zfar == 0.0 || p.zfar > p.znear, "zfar", p.zfar, "is not beyond znear");
+    check(p.aspectRatio >= 0.0, "aspectRatio", p.aspectRatio, "is negative");
     const double aspect = p.aspectRatio > 0.0 ? p.aspectRatio : 1.0;
     geometry.set("projection", Qn::StringAttribute("perspective"));
     geometry.set("fov", value(p.yfov * 180.0 / kPi));

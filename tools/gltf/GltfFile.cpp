@@ -82,11 +82,17 @@ bool leaveImage(const std::string*, const std::string*, const tinygltf::Image*, 
     return false; // not written: the writer keeps the image's own uri
 }
 
-// tinygltf's messages end lines with line feeds; the report is one line.
+// tinygltf's messages end lines with line feeds, and quote whole data URIs; the report is one line,
+// with the data left out.
 std::string oneLine(const std::string& text) {
     std::string line;
     std::istringstream lines(text);
     for (std::string part; std::getline(lines, part);) {
+        const std::size_t data = part.find(";base64,");
+        if (data != std::string::npos) {
+            const std::size_t end = part.find_first_of(" '\"", data);
+            part.replace(data + 8, (end == std::string::npos ? part.size() : end) - data - 8, "...");
+        }
         while (!part.empty() && (part.back() == ' ' || part.back() == '\r')) {
             part.pop_back();
         }

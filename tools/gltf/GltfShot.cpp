@@ -151,7 +151,7 @@ GltfShot::GltfShot(const std::string& path, std::uint64_t maxBytes)
             if (placeOf[static_cast<std::size_t>(next.node)] >= 0) {
                 throw GltfFormatError(
                     nodeName(m_model, next.node) +
-                    ": met twice in the default scene (a node has one parent and one place)");
+                    ": reached twice in the default scene (a node has one parent, and nodes make no cycle)");
             }
             if (next.depth > kMaxNodeDepth) {
                 throw GltfFormatError(nodeName(m_model, next.node) + ": nodes nest deeper than " +

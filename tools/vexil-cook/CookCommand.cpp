@@ -126,8 +126,9 @@ public:
                 return fail(outcome.failure);
             }
         }
+        std::vector<std::string> gltfWarnings;
         if (m_options.outputFormat != OutputFormat::Json) {
-            if (const int status = writeGltf(frames, outcomes)) {
+            if (const int status = writeGltf(outcomes, gltfWarnings)) {
                 return status;
             }
         }
@@ -143,6 +144,11 @@ public:
                 std::cerr << outcome.report << std::flush;
             }
             total.errors += outcome.counts.errors;
+        }
+        if (!m_options.quiet) {
+            for (const std::string& warning : gltfWarnings) {
+                std::cerr << "vexil-cook: " << m_options.outputPath << ": warning: " << warning << '\n';
+            }
         }
         if (m_options.failOnError && total.errors > 0) {
             return fail(m_name + ": " + std::to_string(total.errors) + " cooked " +
@@ -275,30 +281,23 @@ private:
         return outcome.failure.empty();
     }
 
-    int writeGltf(const std::vector<std::optional<double>>& frames,
-                  std::vector<FrameOutcome>& outcomes) const {
+    // Writes the bake of every frame; what glTF cannot hold goes to `warnings`.
+    int writeGltf(std::vector<FrameOutcome>& outcomes, std::vector<std::string>& warnings) const {
         std::vector<Gltf::FrameTransforms> transforms;
         for (FrameOutcome& outcome : outcomes) {
             transforms.push_back(std::move(*outcome.transforms));
         }
-        (void)frames;
         const FrameOutcome& first = outcomes.front();
         const Gltf::GltfBake bake =
             m_source.shot()
                 ? Gltf::GltfBake(*m_source.shot())
                 : Gltf::GltfBake(*first.cooked, first.beforeResolve ? &*first.beforeResolve : nullptr,
                                  transforms.front().offsets.front());
-        std::vector<std::string> warnings;
         const std::string path = m_options.outputPath;
         const std::string error = bake.write(transforms, m_options.fps, path,
                                              m_options.outputFormat == OutputFormat::Glb, warnings);
         if (!error.empty()) {
             return fail(error);
-        }
-        if (!m_options.quiet) {
-            for (const std::string& warning : warnings) {
-                std::cerr << "vexil-cook: " << path << ": warning: " << warning << '\n';
-            }
         }
         if (m_options.verbose) {
             std::cerr << "vexil-cook: wrote " << path << std::endl;

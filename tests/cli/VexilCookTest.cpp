@@ -574,6 +574,11 @@ TEST(VexilCook, EndlessInputEndsWithOneLine) {
         return result;
     };
     const std::string cook = VEXIL_COOK_BINARY;
+    // A pipe (not a file whose size is known before it is read) half a limit too long.
+    const RunResult longer = shell("head -c 1536 /dev/zero | " + cook + " --max-input-size 1K -");
+    EXPECT_EQ(longer.err,
+              "vexil-cook ERROR: standard input: cannot read: larger than the input size limit of 1 KiB "
+              "(raise it with --max-input-size)\n");
     const RunResult endless = shell("yes \"{\" | " + cook + " --max-input-size 1M -");
     EXPECT_EQ(endless.status, 1);
     EXPECT_EQ(endless.err,

@@ -35,6 +35,36 @@ std::string base64(const std::string& bytes) {
     return text;
 }
 
+std::string decodeBase64(const std::string& text) {
+    static const std::string kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bytes;
+    uint32_t bits = 0;
+    int count = 0;
+    for (const char c : text) {
+        const size_t digit = kDigits.find(c);
+        if (digit == std::string::npos) {
+            break;
+        }
+        bits = (bits << 6) | static_cast<uint32_t>(digit);
+        if ((count += 6) >= 8) {
+            count -= 8;
+            bytes += static_cast<char>((bits >> count) & 0xff);
+        }
+    }
+    return bytes;
+}
+
+// The floats of accessor `index` of a written glTF whose one buffer is `bytes`.
+std::vector<float> floatsOf(const Json& gltf, const std::string& bytes, int index) {
+    const Json& accessor = gltf["accessors"][index];
+    const Json& view = gltf["bufferViews"][accessor["bufferView"].get<int>()];
+    const size_t width = accessor["type"] == "VEC4" ? 4 : accessor["type"] == "VEC3" ? 3 : 1;
+    std::vector<float> values(accessor["count"].get<size_t>() * width);
+    std::memcpy(values.data(), bytes.data() + view.value("byteOffset", 0) + accessor.value("byteOffset", 0),
+                values.size() * sizeof(float));
+    return values;
+}
+
 template <typename T> void append(std::string& bytes, std::initializer_list<T> values) {
     for (T v : values) {
         bytes.append(reinterpret_cast<const char*>(&v), sizeof v);
@@ -69,12 +99,18 @@ Json validShot() {
                              {"value", "data:application/octet-stream;base64," + base64(bytes)}}}));
 }
 
-// The follower's world translation at `frame` of a shot (sampled at the frame itself).
-std::vector<double> followerAt(const std::string& shot, int frame) {
-    const RunResult run = runCook(
-        {"-q", "--world", "--frame", std::to_string(frame), "--location", "/root/world/Follower", shot});
+// The world translation of `path` at `frame` of a shot, sampled once: at shutter open, `offset`
+// frames from it (the shutter closes two frames later).
+std::vector<double> positionAt(const std::string& shot, int frame,
+                               const std::string& path = "/root/world/Follower",
+                               const std::string& offset = "0") {
+    const RunResult run = runCook({"-q", "--world", "--frame", std::to_string(frame), "--shutter", offset,
+                                   std::to_string(std::stoi(offset) + 2), "--location", path, shot});
     EXPECT_EQ(run.status, 0) << run.err;
-    const Json world = Json::parse(run.out)["scene"]["attrs"]["world"]["double"];
+    Json world = Json::parse(run.out)["scene"]["attrs"]["world"]["double"];
+    if (world.is_object()) { // a still location constrained to the sample also has one at time 0
+        world = Json(world[offset]);
+    }
     return {world[12].get<double>(), world[13].get<double>(), world[14].get<double>()};
 }
 
@@ -201,8 +237,11 @@ TEST(GltfShot, MalformedShotsEndWithOneLine) {
 // eased 575/1331; the file holds floats.
 TEST(GltfShot, BlenderBinaryExportReads) {
     const std::string glb = kSource + "/tests/gltf/fixtures/shot_sampled.glb";
-    expectNear(followerAt(glb, 6), {4.0 * 575 / 1331, 2.0 * 575 / 1331, 0.0}, 1e-6, "frame 6");
-    expectNear(followerAt(glb, 12), {4, 2, 0}, 1e-6, "frame 12");
+    expectNear(positionAt(glb, 6), {4.0 * 575 / 1331, 2.0 * 575 / 1331, 0.0}, 1e-6, "frame 6");
+    expectNear(positionAt(glb, 12), {4, 2, 0}, 1e-6, "frame 12");
+    // Before the first key (frame 1) and after the last (frame 24) the end keys hold.
+    expectNear(positionAt(glb, 0), {0, 0, 0}, 1e-6, "frame 0");
+    expectNear(positionAt(glb, 30), {4, 2, 4}, 1e-6, "frame 30");
 }
 
 // A shot cooked over a range and written as glTF cooks back to the same places: the baked file's
@@ -215,7 +254,7 @@ TEST(GltfShot, BakedShotsCookBackToWhereTheyWereCooked) {
     ASSERT_EQ(bake.status, 0) << bake.err;
     EXPECT_EQ(bake.out, "");
     for (const int frame : {1, 6, 13, 20, 24}) {
-        expectNear(followerAt(baked, frame), followerAt(kShot, frame), 1e-5,
+        expectNear(positionAt(baked, frame), positionAt(kShot, frame), 1e-5,
                    "frame " + std::to_string(frame));
     }
     const RunResult again = runCook({"-q", "--frame", "13", baked});
@@ -235,6 +274,49 @@ TEST(GltfShot, BakedShotsCookBackToWhereTheyWereCooked) {
     EXPECT_NEAR(follower.at(0.5f)[3][1], 2.0, 1e-6);
 }
 
+// The bake's own rules, seen from a file cooked back: a shot sampled once at shutter open; a node
+// below /root/world written with its world transform, so that the transform of /root/world is kept;
+// of two frames that reach the same time the later one's value; rotation keys that go past half a
+// turn kept on one side, so that the file blends them along the shorter arc.
+TEST(GltfShot, BakeKeepsTransformsTimesAndTurns) {
+    const ScratchFolder folder;
+    expectNear(positionAt(kShot, 12, "/root/world/Follower", "6"), {4, 2, 2}, 1e-6, "frame 12 seen at 18");
+
+    const std::string scene = folder.write("scene.json", R"({
+      "time": {"shutterOpen": 0, "shutterClose": 1, "numSamples": 2},
+      "scene": {"children": {"world": {"attrs": {"xform": {"translate": {"double": [0, 10, 0]}}}, "children": {
+        "a": {"attrs": {"xform": {"translate": {"double": [1, 0, 0]}}}},
+        "steps": {"attrs": {"xform": {"translate": {"double": {"0": [0, 0, 0], "0.5": [4, 0, 0]}}}}},
+        "spinner": {"attrs": {"xform": {"rotate": {"double": {"0": [0, 0, 0, 1], "1": [330, 0, 0, 1]}}}}}}}}}})");
+    const std::string baked = folder.path("baked.gltf");
+    ASSERT_EQ(runCook({"-q", "--frames", "0-1", "--samples", "12", "-o", baked, scene}).status, 0);
+    expectNear(positionAt(baked, 0, "/root/world/a"), {1, 10, 0}, 1e-6, "a child of /root/world");
+    // Frame 0's last sample (offset 1: 4, held) and frame 1's first (offset 0: 0) are both at 1/24 s.
+    // (1/24 s as a float key is a little later than 1/24: the key before it still shows, a little.)
+    expectNear(positionAt(baked, 1, "/root/world/steps"), {0, 10, 0}, 1e-5, "a time two frames reach");
+    const Json gltf = Json::parse(readFile(baked));
+    const Json& bake = gltf["animations"].back();
+    const std::string data = gltf["buffers"][0]["uri"].get<std::string>();
+    ASSERT_EQ(data.rfind("data:application/octet-stream;base64,", 0), 0u);
+    size_t rotations = 0;
+    for (const Json& channel : bake["channels"]) {
+        if (channel["target"]["path"] != "rotation" ||
+            gltf["nodes"][channel["target"]["node"].get<int>()]["name"] != "spinner") {
+            continue;
+        }
+        ++rotations;
+        const std::vector<float> q =
+            floatsOf(gltf, decodeBase64(data.substr(37)),
+                     bake["samplers"][channel["sampler"].get<int>()]["output"].get<int>());
+        ASSERT_EQ(q.size(), 4u * 23); // two frames of 12 samples, one time shared
+        for (size_t k = 4; k < q.size(); k += 4) {
+            EXPECT_GE(q[k] * q[k - 4] + q[k + 1] * q[k - 3] + q[k + 2] * q[k - 2] + q[k + 3] * q[k - 1], 0.0f)
+                << k / 4;
+        }
+    }
+    EXPECT_EQ(rotations, 1u);
+}
+
 // Chunks of a shot baked apart and joined give the same animation as one bake of the whole range.
 TEST(GltfShot, JoinedChunksAreTheBakeOfTheWholeRange) {
     const ScratchFolder folder;
@@ -247,7 +329,7 @@ TEST(GltfShot, JoinedChunksAreTheBakeOfTheWholeRange) {
                                 folder.path("b.gltf") + " " + folder.path("a.glb");
     ASSERT_EQ(std::system(command.c_str()), 0) << command;
     for (const int frame : {1, 10, 11, 17, 24}) {
-        EXPECT_EQ(followerAt(joined, frame), followerAt(whole, frame)) << "frame " << frame;
+        EXPECT_EQ(positionAt(joined, frame), positionAt(whole, frame)) << "frame " << frame;
     }
 }
 

@@ -59,11 +59,6 @@ std::vector<double> keyValues(const Curve& curve, std::size_t key, std::size_t g
     throw GltfFormatError(where + ": " + what);
 }
 
-std::string animationName(const tinygltf::Model& model, std::size_t index) {
-    const std::string& name = model.animations[index].name;
-    return "animation " + std::to_string(index) + (name.empty() ? std::string() : " \"" + name + "\"");
-}
-
 Curve readCurve(const tinygltf::Model& model, const tinygltf::AnimationSampler& sampler, int components,
                 const std::string& where) {
     Curve curve;
@@ -165,7 +160,8 @@ std::map<int, NodeCurves> readNodeCurves(const tinygltf::Model& model) {
         const tinygltf::Animation& animation = model.animations[a];
         for (std::size_t c = 0; c < animation.channels.size(); ++c) {
             const tinygltf::AnimationChannel& channel = animation.channels[c];
-            const std::string where = animationName(model, a) + ": channel " + std::to_string(c);
+            const std::string where =
+                partName("animation", a, animation.name) + ": channel " + std::to_string(c);
             const std::string& path = channel.target_path;
             const bool transform = path == "translation" || path == "rotation" || path == "scale";
             if (!transform || channel.target_node < 0) {

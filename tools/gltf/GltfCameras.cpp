@@ -44,8 +44,7 @@ bool Lens::operator==(const Lens& o) const {
 
 Qn::GroupAttribute cameraGeometry(const tinygltf::Model& model, int index) {
     const tinygltf::Camera& camera = model.cameras[static_cast<std::size_t>(index)];
-    const std::string where = "camera " + std::to_string(index) +
-                              (camera.name.empty() ? std::string() : " \"" + camera.name + "\"");
+    const std::string where = partName("camera", static_cast<std::size_t>(index), camera.name);
     Qn::GroupBuilder geometry;
     const auto check = [&](bool good, const std::string& what, double value, const char* needed) {
         if (!good) {

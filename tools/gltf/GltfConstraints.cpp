@@ -14,11 +14,6 @@ namespace Gltf {
 
 namespace {
 
-std::string nodeName(const tinygltf::Model& model, int index) {
-    const std::string& name = model.nodes[static_cast<std::size_t>(index)].name;
-    return "node " + std::to_string(index) + (name.empty() ? std::string() : " \"" + name + "\"");
-}
-
 // The location at or above `path` that is constrained, or empty.
 std::string constrainedAtOrAbove(std::string path, const std::map<std::string, std::size_t>& constrained) {
     while (!path.empty()) {
@@ -42,11 +37,13 @@ std::vector<Qn::GroupAttribute> nodeConstraints(const tinygltf::Model& model, in
     if (node.extras_json_string.empty()) {
         return {};
     }
+    const std::string where = partName("node", static_cast<std::size_t>(index), node.name);
     nlohmann::ordered_json extras;
     try {
         extras = parseJsonDocument(node.extras_json_string);
     } catch (const JsonSyntaxError& error) {
-        throw GltfFormatError(nodeName(model, index) + ": extras: " + error.what());
+        throw GltfFormatError(partName("node", static_cast<std::size_t>(index), node.name) +
+                              ": extras: " + error.what());
     }
     const auto found = extras.is_object() ? extras.find(kConstraintsKey) : extras.end();
     if (!extras.is_object() || found == extras.end()) {
@@ -54,7 +51,7 @@ std::vector<Qn::GroupAttribute> nodeConstraints(const tinygltf::Model& model, in
     }
     JsonPath path{{"extras", 0, false}, {kConstraintsKey, 0, false}};
     if (!found->is_array()) {
-        throw GltfFormatError(nodeName(model, index) + ": extras." + kConstraintsKey +
+        throw GltfFormatError(where + ": extras." + kConstraintsKey +
                               " must be an array of constraint groups");
     }
     std::vector<Qn::GroupAttribute> groups;
@@ -64,8 +61,7 @@ std::vector<Qn::GroupAttribute> nodeConstraints(const tinygltf::Model& model, in
             groups.push_back(decodeAttributeGroup((*found)[i], path));
         }
     } catch (const SceneFormatError& error) {
-        throw GltfFormatError(nodeName(model, index) + ": " + formatJsonPath(error.path()) + ": " +
-                              error.what());
+        throw GltfFormatError(where + ": " + formatJsonPath(error.path()) + ": " + error.what());
     }
     return groups;
 }

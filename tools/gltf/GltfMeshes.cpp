@@ -58,8 +58,7 @@ void checkStatedBounds(const tinygltf::Model& model, int index, const std::vecto
 
 MeshAttributes meshAttributes(const tinygltf::Model& model, int index) {
     const tinygltf::Mesh& mesh = model.meshes[static_cast<std::size_t>(index)];
-    const std::string where =
-        "mesh " + std::to_string(index) + (mesh.name.empty() ? std::string() : " \"" + mesh.name + "\"");
+    const std::string where = partName("mesh", static_cast<std::size_t>(index), mesh.name);
     std::vector<float> points;
     std::vector<int32_t> vertices;
     for (std::size_t p = 0; p < mesh.primitives.size(); ++p) {

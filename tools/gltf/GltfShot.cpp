@@ -20,8 +20,8 @@ namespace Gltf {
 namespace {
 
 std::string nodeName(const tinygltf::Model& model, int index) {
-    const std::string& name = model.nodes[static_cast<std::size_t>(index)].name;
-    return "node " + std::to_string(index) + (name.empty() ? std::string() : " \"" + name + "\"");
+    return partName("node", static_cast<std::size_t>(index),
+                    model.nodes[static_cast<std::size_t>(index)].name);
 }
 
 void checkNumbers(const tinygltf::Model& model, int index, const std::vector<double>& values,

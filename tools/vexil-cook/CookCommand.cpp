@@ -93,7 +93,12 @@ public:
             frames.emplace_back(m_options.frame);
         }
         const bool range = m_options.frames.has_value();
-        const FrameSharing sharing = shareThreads(frames.size(), m_threads);
+        // An op that asks to be cooked one at a time would meet itself in two frames cooked at once.
+        bool serialOp = false;
+        for (const OpDescription& op : m_source.ops()) {
+            serialOp = serialOp || m_registry.threadingMode(op.type) == 1;
+        }
+        const FrameSharing sharing = shareThreads(serialOp ? 1 : frames.size(), m_threads);
         std::vector<FrameOutcome> outcomes(frames.size());
         std::atomic<int64_t> cooked{0};
         const std::string label = range ? "vexil-cook: cooking frames" : "vexil-cook: cooking";

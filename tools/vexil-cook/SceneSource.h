@@ -25,6 +25,9 @@ public:
     /// The scene to cook for `frame`.
     SceneFile sceneAt(std::optional<double> frame) const;
 
+    /// The op chain of every frame's scene.
+    const std::vector<OpDescription>& ops() const { return m_shot ? m_shot->ops() : m_scene.ops; }
+
     /// The glTF shot, or null for a scene file.
     const Gltf::GltfShot* shot() const { return m_shot.get(); }
 

@@ -103,128 +103,144 @@ Qn::GroupAttribute withXform(const Qn::GroupAttribute& attrs, const Qn::Attribut
     return builder.build();
 }
 
+// A node's attributes other than `xform`: type, then geometry (a mesh's, a camera's), then bound.
+Qn::GroupAttribute stillAttributes(const tinygltf::Model& model, int index, bool animated,
+                                   std::map<int, MeshAttributes>& meshes) {
+    const tinygltf::Node& node = model.nodes[static_cast<std::size_t>(index)];
+    checkTransform(model, index);
+    if (animated && !node.matrix.empty()) {
+        throw GltfFormatError(
+            nodeName(model, index) +
+            ": animated, but holds a matrix (an animated node has translation, rotation and scale)");
+    }
+    std::string type = "group";
+    Qn::GroupBuilder geometry(QN_GROUP_BUILDER_MODE_LITERAL);
+    Qn::Attribute bound;
+    if (node.mesh >= 0) {
+        if (static_cast<std::size_t>(node.mesh) >= model.meshes.size()) {
+            throw GltfFormatError(nodeName(model, index) + ": mesh " + std::to_string(node.mesh) +
+                                  " does not exist");
+        }
+        auto found = meshes.find(node.mesh);
+        if (found == meshes.end()) {
+            found = meshes.emplace(node.mesh, meshAttributes(model, node.mesh)).first;
+        }
+        if (found->second.geometry.isValid()) {
+            type = "polymesh";
+            geometry.update(found->second.geometry);
+        }
+        bound = found->second.bound;
+    }
+    if (node.camera >= 0) {
+        if (static_cast<std::size_t>(node.camera) >= model.cameras.size()) {
+            throw GltfFormatError(nodeName(model, index) + ": camera " + std::to_string(node.camera) +
+                                  " does not exist");
+        }
+        type = "camera";
+        geometry.update(cameraGeometry(model, node.camera));
+    }
+    const Qn::GroupAttribute geometryGroup = geometry.build();
+    Qn::GroupBuilder attrs(QN_GROUP_BUILDER_MODE_LITERAL);
+    attrs.set("type", Qn::StringAttribute(type));
+    if (geometryGroup.getNumberOfChildren() > 0) {
+        attrs.set("geometry", geometryGroup);
+    }
+    if (bound.isValid()) {
+        attrs.set("bound", bound);
+    }
+    return attrs.build();
+}
+
 } // namespace
 
 GltfShot::GltfShot(const std::string& path, std::uint64_t maxBytes)
     : m_model(readGltfModel(path, maxBytes)), m_folder(std::filesystem::path(path).parent_path().string()) {
     try {
         m_curves = readNodeCurves(m_model);
-        const int sceneIndex =
-            m_model.defaultScene >= 0 ? m_model.defaultScene : (m_model.scenes.empty() ? -1 : 0);
-        if (sceneIndex >= static_cast<int>(m_model.scenes.size())) {
-            throw GltfFormatError("the default scene " + std::to_string(sceneIndex) + " does not exist");
-        }
-        const std::size_t nodeCount = m_model.nodes.size();
-        std::vector<int> placeOf(nodeCount, -1); // the node's entry in m_nodes
-        // Depth first, parents before children, without recursion: (node, parent entry, depth).
-        struct Pending {
-            int node;
-            int parent;
-            std::size_t depth;
-            std::string name;
-        };
-        std::vector<Pending> pending;
-        const auto pushChildren = [&](const std::vector<int>& children, int parent, std::size_t depth,
-                                      const std::string& owner) {
-            std::vector<std::string> written;
-            for (const int child : children) {
-                if (child < 0 || static_cast<std::size_t>(child) >= nodeCount) {
-                    throw GltfFormatError(owner + ": node " + std::to_string(child) +
-                                          " does not exist (the file has " + std::to_string(nodeCount) +
-                                          " nodes)");
-                }
-                written.push_back(m_model.nodes[static_cast<std::size_t>(child)].name);
-            }
-            const std::vector<std::string> names = siblingLocationNames(written, children);
-            for (std::size_t i = children.size(); i-- > 0;) {
-                pending.push_back({children[i], parent, depth, names[i]});
-            }
-        };
-        if (sceneIndex >= 0) {
-            pushChildren(m_model.scenes[static_cast<std::size_t>(sceneIndex)].nodes, -1, 1,
-                         "scene " + std::to_string(sceneIndex));
-        }
-        std::vector<LocationConstraints> constraints;
-        while (!pending.empty()) {
-            const Pending next = pending.back();
-            pending.pop_back();
-            if (placeOf[static_cast<std::size_t>(next.node)] >= 0) {
-                throw GltfFormatError(
-                    nodeName(m_model, next.node) +
-                    ": reached twice in the default scene (a node has one parent, and nodes make no cycle)");
-            }
-            if (next.depth > kMaxNodeDepth) {
-                throw GltfFormatError(nodeName(m_model, next.node) + ": nodes nest deeper than " +
-                                      std::to_string(kMaxNodeDepth) + " levels");
-            }
-            const int entry = static_cast<int>(m_nodes.size());
-            placeOf[static_cast<std::size_t>(next.node)] = entry;
-            const std::string parentPath = next.parent < 0
-                                               ? std::string("/root/world")
-                                               : m_nodes[static_cast<std::size_t>(next.parent)].path;
-            m_nodes.push_back({next.node, parentPath + "/" + next.name, next.parent});
-            m_names.push_back(next.name);
-            pushChildren(m_model.nodes[static_cast<std::size_t>(next.node)].children, entry, next.depth + 1,
-                         nodeName(m_model, next.node));
-            if (std::vector<Qn::GroupAttribute> groups = nodeConstraints(m_model, next.node);
-                !groups.empty()) {
-                constraints.push_back({m_nodes.back().path, std::move(groups)});
-            }
-        }
-        m_children.assign(m_nodes.size() + 1, {});
-        for (std::size_t i = 0; i < m_nodes.size(); ++i) {
-            const int parent = m_nodes[i].parent;
-            m_children[parent < 0 ? m_nodes.size() : static_cast<std::size_t>(parent)].push_back(i);
-        }
+        const std::vector<LocationConstraints> constraints = readNodeTree();
+        std::map<int, MeshAttributes> meshes; // a mesh several nodes show is read once
         for (const ShotNode& shotNode : m_nodes) {
             const int index = shotNode.node;
-            const tinygltf::Node& node = m_model.nodes[static_cast<std::size_t>(index)];
-            checkTransform(m_model, index);
             const bool animated = m_curves.count(index) != 0;
-            if (animated && !node.matrix.empty()) {
-                throw GltfFormatError(nodeName(m_model, index) +
-                                      ": animated, but holds a matrix (an animated node has translation, "
-                                      "rotation and scale)");
-            }
-            Qn::GroupBuilder attrs(QN_GROUP_BUILDER_MODE_LITERAL);
-            std::string type = "group";
-            Qn::GroupBuilder geometry(QN_GROUP_BUILDER_MODE_LITERAL);
-            if (node.mesh >= 0) {
-                if (static_cast<std::size_t>(node.mesh) >= m_model.meshes.size()) {
-                    throw GltfFormatError(nodeName(m_model, index) + ": mesh " + std::to_string(node.mesh) +
-                                          " does not exist");
-                }
-                const MeshAttributes mesh = meshAttributes(m_model, node.mesh);
-                if (mesh.geometry.isValid()) {
-                    type = "polymesh";
-                    geometry.update(mesh.geometry);
-                }
-                if (mesh.bound.isValid()) {
-                    attrs.set("bound", mesh.bound);
-                }
-            }
-            if (node.camera >= 0) {
-                if (static_cast<std::size_t>(node.camera) >= m_model.cameras.size()) {
-                    throw GltfFormatError(nodeName(m_model, index) + ": camera " +
-                                          std::to_string(node.camera) + " does not exist");
-                }
-                type = "camera";
-                geometry.update(cameraGeometry(m_model, node.camera));
-            }
-            const Qn::GroupAttribute geometryGroup = geometry.build();
-            Qn::GroupBuilder ordered(QN_GROUP_BUILDER_MODE_LITERAL);
-            ordered.set("type", Qn::StringAttribute(type));
-            if (geometryGroup.getNumberOfChildren() > 0) {
-                ordered.set("geometry", geometryGroup);
-            }
-            ordered.update(attrs.build());
-            const Qn::GroupAttribute still = ordered.build();
-            m_attrs.push_back(animated ? still : withXform(still, stillXform(node)));
+            const Qn::GroupAttribute still = stillAttributes(m_model, index, animated, meshes);
+            m_attrs.push_back(
+                animated ? still
+                         : withXform(still, stillXform(m_model.nodes[static_cast<std::size_t>(index)])));
         }
         m_ops = constraintOps(constraints);
     } catch (const GltfFormatError& error) {
         throw SceneFileError(path + ": " + error.what());
     }
+}
+
+std::vector<LocationConstraints> GltfShot::readNodeTree() {
+    const int sceneIndex =
+        m_model.defaultScene >= 0 ? m_model.defaultScene : (m_model.scenes.empty() ? -1 : 0);
+    if (sceneIndex >= static_cast<int>(m_model.scenes.size())) {
+        throw GltfFormatError("the default scene " + std::to_string(sceneIndex) + " does not exist");
+    }
+    const std::size_t nodeCount = m_model.nodes.size();
+    std::vector<int> placeOf(nodeCount, -1); // the node's entry in m_nodes
+    // Depth first, parents before children, without recursion.
+    struct Pending {
+        int node;
+        int parent; // entry in m_nodes
+        std::size_t depth;
+        std::string name;
+    };
+    std::vector<Pending> pending;
+    const auto pushChildren = [&](const std::vector<int>& children, int parent, std::size_t depth,
+                                  const std::string& owner) {
+        std::vector<std::string> written;
+        for (const int child : children) {
+            if (child < 0 || static_cast<std::size_t>(child) >= nodeCount) {
+                throw GltfFormatError(owner + ": node " + std::to_string(child) +
+                                      " does not exist (the file has " + std::to_string(nodeCount) +
+                                      " nodes)");
+            }
+            written.push_back(m_model.nodes[static_cast<std::size_t>(child)].name);
+        }
+        const std::vector<std::string> names = siblingLocationNames(written, children);
+        for (std::size_t i = children.size(); i-- > 0;) {
+            pending.push_back({children[i], parent, depth, names[i]});
+        }
+    };
+    if (sceneIndex >= 0) {
+        pushChildren(m_model.scenes[static_cast<std::size_t>(sceneIndex)].nodes, -1, 1,
+                     "scene " + std::to_string(sceneIndex));
+    }
+    std::vector<LocationConstraints> constraints;
+    while (!pending.empty()) {
+        const Pending next = pending.back();
+        pending.pop_back();
+        if (placeOf[static_cast<std::size_t>(next.node)] >= 0) {
+            throw GltfFormatError(
+                nodeName(m_model, next.node) +
+                ": reached twice in the default scene (a node has one parent, and nodes make no "
+                "cycle)");
+        }
+        if (next.depth > kMaxNodeDepth) {
+            throw GltfFormatError(nodeName(m_model, next.node) + ": nodes nest deeper than " +
+                                  std::to_string(kMaxNodeDepth) + " levels");
+        }
+        const int entry = static_cast<int>(m_nodes.size());
+        placeOf[static_cast<std::size_t>(next.node)] = entry;
+        const std::string parentPath = next.parent < 0 ? std::string("/root/world")
+                                                       : m_nodes[static_cast<std::size_t>(next.parent)].path;
+        m_nodes.push_back({next.node, parentPath + "/" + next.name, next.parent});
+        m_names.push_back(next.name);
+        pushChildren(m_model.nodes[static_cast<std::size_t>(next.node)].children, entry, next.depth + 1,
+                     nodeName(m_model, next.node));
+        if (std::vector<Qn::GroupAttribute> groups = nodeConstraints(m_model, next.node); !groups.empty()) {
+            constraints.push_back({m_nodes.back().path, std::move(groups)});
+        }
+    }
+    m_children.assign(m_nodes.size() + 1, {});
+    for (std::size_t i = 0; i < m_nodes.size(); ++i) {
+        const int parent = m_nodes[i].parent;
+        m_children[parent < 0 ? m_nodes.size() : static_cast<std::size_t>(parent)].push_back(i);
+    }
+    return constraints;
 }
 
 Qn::Attribute GltfShot::animatedXform(std::size_t index, const TimeSlice& time, double fps) const {

@@ -5,6 +5,7 @@
 
 #include "host/scene/SceneTypes.h"
 #include "tools/gltf/GltfAnimation.h"
+#include "tools/gltf/GltfConstraints.h"
 
 #include <tiny_gltf.h>
 
@@ -54,6 +55,8 @@ public:
     static constexpr std::size_t kMaxNodeDepth = 2000;
 
 private:
+    // Reads the default scene's node tree into m_nodes, m_names and m_children; the nodes' constraints.
+    std::vector<LocationConstraints> readNodeTree();
     SceneLocation location(std::size_t index, const TimeSlice& time, double fps) const;
     Qn::Attribute animatedXform(std::size_t index, const TimeSlice& time, double fps) const;
 

@@ -7,7 +7,8 @@ const std::string kRootPath = "/root";
 }
 
 bool isLocationName(const std::string& name) {
-    return !name.empty() && name.find('/') == std::string::npos;
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+           name.find('\0') == std::string::npos;
 }
 
 bool isLocationPath(const std::string& path) {
@@ -24,7 +25,7 @@ bool isLocationPath(const std::string& path) {
     while (true) {
         const size_t slash = path.find('/', start);
         const size_t end = slash == std::string::npos ? path.size() : slash;
-        if (end == start) {
+        if (!isLocationName(path.substr(start, end - start))) {
             return false;
         }
         if (slash == std::string::npos) {

@@ -2,12 +2,12 @@
 // target paths, constraint descriptions and the progress line.
 #include "host/loader/OpRegistry.h"
 #include "hostapi/attribute/DataAttribute.h"
-#include "tools/vexil-cook/ConstraintDescription.h"
-#include "tools/vexil-cook/ExplainReport.h"
-#include "tools/vexil-cook/PictureRenderer.h"
-#include "tools/vexil-cook/ProgressDisplay.h"
-#include "tools/vexil-cook/SvgCanvas.h"
-#include "tools/vexil-cook/ViewProjection.h"
+#include "tools/views/ConstraintDescription.h"
+#include "tools/views/ExplainReport.h"
+#include "tools/views/PictureRenderer.h"
+#include "tools/views/ProgressDisplay.h"
+#include "tools/views/SvgCanvas.h"
+#include "tools/views/ViewProjection.h"
 
 #include <Imath/ImathMatrix.h>
 #include <gtest/gtest.h>

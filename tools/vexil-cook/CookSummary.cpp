@@ -28,7 +28,8 @@ std::string stringAttr(const SceneLocation& location, const char* name, bool& pr
 
 } // namespace
 
-CookCounts reportCookProblems(const SceneLocation& root, const std::string& rootPath, std::ostream& err) {
+CookCounts reportCookProblems(const SceneLocation& root, const std::string& rootPath, std::ostream& err,
+                              const std::string& prefix) {
     CookCounts counts;
     // Depth first in tree order, without recursion so that deep scenes cannot exhaust the stack.
     std::vector<std::pair<const SceneLocation*, std::string>> pending{{&root, rootPath}};
@@ -43,7 +44,7 @@ CookCounts reportCookProblems(const SceneLocation& root, const std::string& root
         const std::string error = stringAttr(*location, "errorMessage", hasError);
         const std::string warning = stringAttr(*location, "warningMessage", hasWarning);
         if (isError || hasWarning) {
-            err << "vexil-cook: " << path << ": ";
+            err << "vexil-cook: " << prefix << path << ": ";
             if (isError) {
                 err << "error: " << (hasError ? oneLine(error) : std::string("(no errorMessage)"));
                 ++counts.errors;
@@ -61,8 +62,8 @@ CookCounts reportCookProblems(const SceneLocation& root, const std::string& root
     return counts;
 }
 
-std::string countsLine(const CookCounts& counts) {
-    return "vexil-cook: " + std::to_string(counts.locations) +
+std::string countsLine(const CookCounts& counts, const std::string& prefix) {
+    return "vexil-cook: " + prefix + std::to_string(counts.locations) +
            (counts.locations == 1 ? " location" : " locations") + " cooked, " +
            std::to_string(counts.errors) + " with errors, " + std::to_string(counts.warnings) +
            " with warnings";

@@ -19,12 +19,15 @@ struct CookCounts {
 
 /// Writes, in tree order, one line per location of the tree below `root` (whose path is `rootPath`)
 /// that has "type" "error" or a "warningMessage":
-/// "vexil-cook: <path>: error: <errorMessage>", "vexil-cook: <path>: warning: <warningMessage>", or
-/// "vexil-cook: <path>: error: <errorMessage> | warning: <warningMessage>"; line feeds inside a
-/// message become "; ". Returns the counts.
-CookCounts reportCookProblems(const SceneLocation& root, const std::string& rootPath, std::ostream& err);
+/// "vexil-cook: <prefix><path>: error: <errorMessage>", "vexil-cook: <prefix><path>: warning:
+/// <warningMessage>", or "vexil-cook: <prefix><path>: error: <errorMessage> | warning:
+/// <warningMessage>"; line feeds inside a message become "; ". `prefix` is empty, or "frame <F>: "
+/// for a frame of a range. Returns the counts.
+CookCounts reportCookProblems(const SceneLocation& root, const std::string& rootPath, std::ostream& err,
+                              const std::string& prefix = std::string());
 
-/// "vexil-cook: <n> locations cooked, <e> with errors, <w> with warnings" ("1 location" for one).
-std::string countsLine(const CookCounts& counts);
+/// "vexil-cook: <prefix><n> locations cooked, <e> with errors, <w> with warnings" ("1 location" for
+/// one).
+std::string countsLine(const CookCounts& counts, const std::string& prefix = std::string());
 
 } // namespace VexilHost

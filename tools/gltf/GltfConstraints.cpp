@@ -1,5 +1,6 @@
 #include "tools/gltf/GltfConstraints.h"
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "host/scene/AttributeDecoder.h"
 #include "host/scene/JsonDocument.h"
 #include "host/scene/SceneFormatError.h"
@@ -82,7 +83,7 @@ std::vector<OpDescription> constraintOps(const std::vector<LocationConstraints>&
         std::vector<std::string> needed{constrainedAtOrAbove(base.substr(0, base.rfind('/')), byPath)};
         for (const Qn::GroupAttribute& group : constraints[i].groups) {
             for (const std::string& target : targetsOf(group)) {
-                needed.push_back(constrainedAtOrAbove(absoluteTargetPath(target, base), byPath));
+                needed.push_back(constrainedAtOrAbove(Qn::PathUtils::normalisedPath(base, target), byPath));
             }
         }
         for (const std::string& path : needed) {

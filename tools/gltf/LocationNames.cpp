@@ -46,32 +46,5 @@ std::vector<std::string> siblingLocationNames(const std::vector<std::string>& na
     return unique;
 }
 
-std::string absoluteTargetPath(const std::string& target, const std::string& base) {
-    if (target.empty()) {
-        return std::string();
-    }
-    const std::string whole = !target.empty() && target[0] == '/' ? target : base + "/" + target;
-    std::vector<std::string> parts;
-    std::size_t start = 0;
-    while (start <= whole.size()) {
-        const std::size_t slash = std::min(whole.find('/', start), whole.size());
-        const std::string part = whole.substr(start, slash - start);
-        if (part == "..") {
-            if (parts.empty()) {
-                return std::string();
-            }
-            parts.pop_back();
-        } else if (!part.empty() && part != ".") {
-            parts.push_back(part);
-        }
-        start = slash + 1;
-    }
-    std::string path;
-    for (const std::string& part : parts) {
-        path += "/" + part;
-    }
-    return path;
-}
-
 } // namespace Gltf
 } // namespace VexilHost

@@ -14,10 +14,5 @@ namespace Gltf {
 std::vector<std::string> siblingLocationNames(const std::vector<std::string>& names,
                                               const std::vector<int>& nodes);
 
-/// The absolute path `target` names from the location `base`: a path not starting with "/" is
-/// relative to `base`; empty components and "." are dropped, ".." removes the component before it,
-/// trailing slashes go. Empty when it climbs above the top or names nothing.
-std::string absoluteTargetPath(const std::string& target, const std::string& base);
-
 } // namespace Gltf
 } // namespace VexilHost

@@ -1,5 +1,6 @@
 #include "tools/vexil-cook/CommandLine.h"
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "host/scene/SceneFileError.h"
 
 #include <CLI/CLI.hpp>
@@ -238,6 +239,14 @@ int parseCommandLine(int argc, char** argv, Options& options) {
             return usageError(
                 "--frames: a range writes one JSON file per frame: give -o a name with # for the "
                 "frame number (such as -o cooked.####.json), or a .gltf or .glb file");
+        }
+    }
+    // Location paths are read by the one path rule ("/root/world/" is "/root/world"); one that names no
+    // location stays as written, for the error that says so.
+    for (std::string* path : {&options.location, &options.explainPath, &options.cameraPath}) {
+        const std::string named = Qn::PathUtils::normalisedPath(std::string_view(), *path);
+        if (!named.empty()) {
+            *path = named;
         }
     }
     if (options.outputFormat != OutputFormat::Json && options.location != "/root") {

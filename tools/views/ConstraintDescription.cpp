@@ -11,25 +11,6 @@ int readSwitch(const Qn::GroupAttribute& group, const char* name, int defaultVal
     return Qn::IntAttribute(AttributeEdit::childNamed(group, name)).getValue(defaultValue, false);
 }
 
-// Applies the components of `path` to `stack`; false when ".." climbs above the top.
-bool applyComponents(const std::string& path, std::vector<std::string>& stack) {
-    size_t start = 0;
-    while (start <= path.size()) {
-        const size_t end = std::min(path.find('/', start), path.size());
-        const std::string component = path.substr(start, end - start);
-        if (component == "..") {
-            if (stack.empty()) {
-                return false;
-            }
-            stack.pop_back();
-        } else if (!component.empty() && component != ".") {
-            stack.push_back(component);
-        }
-        start = end + 1;
-    }
-    return true;
-}
-
 } // namespace
 
 bool isConstraintName(const std::string& name) {
@@ -62,24 +43,6 @@ std::vector<ConstraintDescription> readConstraintDescriptions(const Qn::Attribut
         result.push_back(std::move(description));
     }
     return result;
-}
-
-std::string absoluteTargetPath(const std::string& basePath, const std::string& target) {
-    if (target.empty()) {
-        return std::string();
-    }
-    std::vector<std::string> stack;
-    if (target[0] != '/' && !applyComponents(basePath, stack)) {
-        return std::string();
-    }
-    if (!applyComponents(target, stack)) {
-        return std::string();
-    }
-    std::string result;
-    for (const std::string& component : stack) {
-        result += '/' + component;
-    }
-    return result.empty() ? std::string("/") : result;
 }
 
 } // namespace VexilHost

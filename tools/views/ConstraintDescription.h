@@ -33,9 +33,4 @@ bool isConstraintName(const std::string& name);
 /// The constraint descriptions in `xform` (a group, or anything else for none), in group order.
 std::vector<ConstraintDescription> readConstraintDescriptions(const Qn::Attribute& xform);
 
-/// The absolute form of target path `target` of the location at `basePath`: an absolute target as it
-/// is, any other relative to `basePath`; empty components and "." dropped, ".." removes the component
-/// before it, no trailing slash. Empty when the target is empty or ".." climbs above the top.
-std::string absoluteTargetPath(const std::string& basePath, const std::string& target);
-
 } // namespace VexilHost

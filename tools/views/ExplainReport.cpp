@@ -1,5 +1,6 @@
 #include "tools/views/ExplainReport.h"
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "host/engine/AttributeEdit.h"
 #include "host/scene/AttributeEncoder.h"
 #include "host/scene/NumberText.h"
@@ -121,7 +122,7 @@ void writeTargets(std::ostream& out, const std::string& path, const ConstraintDe
     }
     out << "       targets:\n";
     for (const std::string& target : constraint.targets) {
-        const std::string absolute = absoluteTargetPath(path, target);
+        const std::string absolute = Qn::PathUtils::normalisedPath(path, target);
         out << "         " << (absolute.empty() ? target : absolute);
         if (!absolute.empty() && absolute != target) {
             out << " (written " << target << ")";

@@ -1,5 +1,6 @@
 #include "tools/views/PictureModel.h"
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "host/engine/AttributeEdit.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "tools/views/ConstraintDescription.h"
@@ -146,7 +147,7 @@ PictureModel::PictureModel(const SceneLocation& input, const SceneLocation& befo
                        readConstraintDescriptions(AttributeEdit::childNamed(location.attrs, "xform"))) {
                       drawn.constrained = true;
                       for (const std::string& target : constraint.targets) {
-                          const std::string absolute = absoluteTargetPath(path, target);
+                          const std::string absolute = Qn::PathUtils::normalisedPath(path, target);
                           if (!absolute.empty() && seen.insert(absolute).second) {
                               drawn.targets.push_back(absolute);
                           }

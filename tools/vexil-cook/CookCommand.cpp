@@ -215,7 +215,8 @@ private:
                 outcome.beforeResolve = cookBeforeResolve(scene, threads);
             }
             std::ostringstream report;
-            outcome.counts = reportCookProblems(cooked, "/root", report, prefix);
+            outcome.counts =
+                reportCookProblems(cooked, "/root", report, prefix, resolveStartLocations(scene));
             outcome.report = report.str() + countsLine(outcome.counts, prefix) + "\n";
             if (first && !m_source.shot()) {
                 outcome.cooked = std::move(cooked);
@@ -252,7 +253,8 @@ private:
             }
         }
         std::ostringstream report;
-        outcome.counts = reportCookProblems(*printed, m_options.location, report, prefix);
+        outcome.counts =
+            reportCookProblems(*printed, m_options.location, report, prefix, resolveStartLocations(scene));
         outcome.report = report.str() + countsLine(outcome.counts, prefix) + "\n";
         return outcome;
     }

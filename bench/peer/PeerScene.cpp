@@ -54,13 +54,20 @@ Timing cookFrames(int n, bool constrained) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: vexil_bench_peer N" << std::endl;
+    // With "constrained" or "unconstrained" after N, only that scene is cooked, once per frame and with
+    // no warm-up: for counting instructions and calls per evaluation under a profiler.
+    const std::string only = argc == 3 ? argv[2] : "";
+    if (argc < 2 || argc > 3 || (argc == 3 && only != "constrained" && only != "unconstrained")) {
+        std::cerr << "usage: vexil_bench_peer N [constrained|unconstrained]" << std::endl;
         return 2;
     }
     try {
         const int n = std::stoi(argv[1]);
         VexilBench::pluginRegistry();
+        if (!only.empty()) {
+            cookFrames(n, only == "constrained");
+            return 0;
+        }
         cookFrames(n, true); // warm-up: libraries, allocator, caches
         const Timing constrained = cookFrames(n, true);
         const Timing unconstrained = cookFrames(n, false);

@@ -30,8 +30,6 @@ using SampleTimes = boost::container::flat_set<float>;
 using XformSamples = boost::container::flat_map<float, Imath::M44d>;
 /// One XformSamples per target, in target order.
 using XformSamplesList = std::vector<XformSamples>;
-/// The compute steps' output: 16 doubles (row by row) per sample time.
-using MatrixSamples = boost::container::flat_map<float, std::vector<double>>;
 /// Attributes to set on the constrained location, by name, in ascending name order.
 using OutputAttributes = std::map<std::string, Qn::Attribute>;
 using TargetPaths = std::vector<std::string>;
@@ -40,6 +38,16 @@ using TargetPaths = std::vector<std::string>;
 class ConstraintResolveError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+/// Thrown when the constraint list cannot order what a constraint needs resolved first (a needed
+/// location listed after the one that needs it, or a cycle). The framework catches it by its type: a
+/// location that fails this way fails every constraint that needs it in the same way.
+class ConstraintDependencyError : public ConstraintResolveError {
+public:
+    static constexpr const char* kMessage =
+        "Constraint list not sufficient to resolve constraint dependencies.";
+    ConstraintDependencyError() : ConstraintResolveError(kMessage) {}
 };
 
 } // namespace Private

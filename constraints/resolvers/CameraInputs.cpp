@@ -70,17 +70,5 @@ void addBoundSampleTimes(Qn::VexilCookInterface& cookInterface, const TargetPath
     }
 }
 
-void addResolverWarning(OutputAttributes& outputAttributes, const std::string& message) {
-    std::string text;
-    auto found = outputAttributes.find("warningMessage");
-    if (found != outputAttributes.end()) {
-        text = Qn::StringAttribute(found->second).getValue(std::string(), false);
-    }
-    if (!text.empty()) {
-        text += "\n";
-    }
-    outputAttributes["warningMessage"] = Qn::StringAttribute(text + message);
-}
-
 } // namespace Private
 } // namespace Vexil3Constraints

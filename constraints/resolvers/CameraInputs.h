@@ -1,5 +1,5 @@
 // Inputs shared by the camera resolvers: camera attributes as constraints resolved them, their
-// animation, target bounds carried to world space, and the warning text handed back to the framework.
+// animation, and target bounds carried to world space.
 #pragma once
 
 #include "constraints/resolve/ConstraintTypes.h"
@@ -49,10 +49,6 @@ std::array<Imath::V3d, 8> worldBoundCorners(Qn::VexilCookInterface& cookInterfac
 /// samples.
 void addBoundSampleTimes(Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                          int64_t minimumSamples, SampleTimes& sampleTimes);
-
-/// Adds a line to the warning text in outputAttributes["warningMessage"] (a string attribute), which
-/// the framework gathers with the location's other warnings.
-void addResolverWarning(OutputAttributes& outputAttributes, const std::string& message);
 
 } // namespace Private
 } // namespace Vexil3Constraints

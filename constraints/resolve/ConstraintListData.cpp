@@ -22,11 +22,12 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         if (path.size() < kLengthsKnown) {
             data->m_entryLengths.set(path.size());
         }
-        auto [found, added] = data->positions.try_emplace(path, i, i);
+        auto [found, added] = data->positions.try_emplace(path, Position{i, i, data->positions.size()});
         if (!added) {
-            found->second.second = i;
+            found->second.last = i;
             continue; // its ancestors are in already
         }
+        data->slotPaths.push_back(path);
         // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
         // entry, taken from the entry without its trailing slashes.
         std::string_view entry = path;
@@ -42,6 +43,7 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
             data->ancestorsOfListed.insert(entry.substr(0, 1));
         }
     }
+    data->memo = std::make_unique<ResolvedMemo>(data->positions.size());
     return data;
 }
 
@@ -88,13 +90,13 @@ bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPat
 }
 
 size_t ConstraintListData::firstIndexOf(std::string_view path) const {
-    const auto found = positions.find(path);
-    return found == positions.end() ? kNotListed : found->second.first;
+    const Position* position = find(path);
+    return position ? position->first : kNotListed;
 }
 
 size_t ConstraintListData::lastIndexOf(std::string_view path) const {
-    const auto found = positions.find(path);
-    return found == positions.end() ? kNotListed : found->second.second;
+    const Position* position = find(path);
+    return position ? position->last : kNotListed;
 }
 
 } // namespace Private

@@ -1,11 +1,13 @@
 // The constraint list as the ConstraintResolve traversal carries it below "/root/world".
 #pragma once
 
+#include "constraints/resolve/ResolvedMemo.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -18,7 +20,8 @@ namespace Vexil3Constraints {
 namespace Private {
 
 /// Private data of one ConstraintResolve child traversal: built once before the children are cooked,
-/// read-only afterwards (shared by every location below). Not copyable: `listed` views into `paths`.
+/// read-only afterwards (shared by every location below) but for `memo`, which collects the resolved
+/// listed locations of the traversal. Not copyable: the maps view into `paths`.
 struct ConstraintListData {
     ConstraintListData() = default;
     ConstraintListData(const ConstraintListData&) = delete;
@@ -28,12 +31,24 @@ struct ConstraintListData {
     /// scene's list, so the paths are not copied.
     std::vector<std::string_view> paths;
     Qn::StringAttribute list;
-    /// The first and last position in `paths` of every listed path, viewing into `paths`: membership
-    /// and order without a search, for the checks every constraint makes on its targets' ancestors.
-    std::unordered_map<std::string_view, std::pair<size_t, size_t>> positions;
+    /// Where a listed path stands in the list.
+    struct Position {
+        size_t first; ///< its first entry in `paths`
+        size_t last;  ///< its last entry in `paths`
+        size_t slot;  ///< its slot in `memo` (one per distinct path)
+    };
+    /// The position of every listed path, viewing into `paths`: membership and order without a search,
+    /// for the checks every constraint makes on its targets' ancestors.
+    std::unordered_map<std::string_view, Position> positions;
     /// Every strict ancestor of a listed path (trailing slashes of entries ignored), viewing into
     /// `paths`: the ancestor test of every location in one lookup.
     std::unordered_set<std::string_view> ancestorsOfListed;
+
+    /// The listed path of each memo slot.
+    std::vector<std::string_view> slotPaths;
+    std::string_view pathOfSlot(size_t slot) const { return slotPaths[slot]; }
+    /// The listed locations resolved so far in this traversal, one slot per distinct listed path.
+    std::unique_ptr<ResolvedMemo> memo;
 
     /// Builds the data from the list attribute's sample nearest to time 0.
     static ConstraintListData* build(const Qn::StringAttribute& list);
@@ -49,12 +64,20 @@ struct ConstraintListData {
         if (path.size() < kLengthsKnown && !m_entryLengths[path.size()]) {
             return false;
         }
-        return positions.count(path) != 0;
+        return find(path) != nullptr;
     }
     /// The position in `paths` of the first entry equal to `path`, or kNotListed.
     size_t firstIndexOf(std::string_view path) const;
     /// The position in `paths` of the last entry equal to `path`, or kNotListed.
     size_t lastIndexOf(std::string_view path) const;
+    /// The position of `path` in the list, or null when it is not listed.
+    const Position* find(std::string_view path) const {
+        if (path.size() < kLengthsKnown && !m_entryLengths[path.size()]) {
+            return nullptr;
+        }
+        const auto found = positions.find(path);
+        return found == positions.end() ? nullptr : &found->second;
+    }
 
     static constexpr size_t kNotListed = static_cast<size_t>(-1);
 

@@ -17,6 +17,7 @@
 #include <set>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -60,7 +61,7 @@ void addWarning(std::string& warnings, const std::string& warning) {
 
 /// Calls `visit` with "/root", "/root/world", "/root/world/a" for "/root/world/a": views into `path`, so
 /// that the checks every constraint makes on its targets' ancestors allocate nothing.
-template <typename Visit> void forEachAncestorOrSelf(const std::string& path, Visit&& visit) {
+template <typename Visit> void forEachAncestorOrSelf(std::string_view path, Visit&& visit) {
     const std::string_view whole(path);
     // Paths are short: a plain scan costs less than a search call per component.
     for (size_t slash = 1; slash < whole.size(); ++slash) {
@@ -85,13 +86,6 @@ Qn::GroupAttribute buildXform(const ChildNames& names, const ChildValues& values
     return builder.build();
 }
 
-/// A location after resolution of its constraints.
-struct ResolvedLocation {
-    OutputAttributes attributes;
-    Qn::GroupAttribute xform;
-    bool dependencyFailed = false; ///< some constraint failed because the list cannot order its needs
-};
-
 /// The constrained location's `xform` as the constraints before the current one left it. `asInput`
 /// when none of them changed it: the host then sees the location as it is and needs no override.
 struct PartialXform {
@@ -105,30 +99,68 @@ struct ConstraintOutcome {
     bool dependencyFailed = false;
 };
 
+/// One constraint child checked as far as it can be before anything it depends on is resolved: its
+/// kind, its kept targets, and the listed constrained locations it needs.
+struct PreparedConstraint {
+    size_t child = 0; ///< its position among the children of `xform`
+    std::string type;
+    /// Set when the constraint already failed: the text after "<type> Constraint Error: ".
+    std::optional<std::string> failure;
+    /// Warnings of the target checks, reported before anything the resolver says.
+    std::vector<std::string> warnings;
+    /// Every target was missing and that is allowed: the constraint stays as it is.
+    bool noValidTargets = false;
+    ConstraintResolverPtr resolver;
+    TargetPaths targets;
+    bool respectMotionBlur = true;
+    /// The memo slots of the listed constrained locations it needs, in the order of their first entries.
+    std::vector<size_t> needs;
+    /// Some need is not listed before the location that needs it.
+    bool needsOutOfOrder = false;
+};
+
+/// A location whose constraints are prepared, waiting for what they need.
+struct PreparedLocation {
+    std::string_view path;
+    Qn::GroupAttribute xform;
+    std::vector<PreparedConstraint> constraints;
+};
+
 class ConstraintFrame;
 
-/// All the resolution one cook does: the cooked location and, on demand, the constrained locations
-/// it depends on, each resolved once. Lives on the cook's stack.
+/// The resolution one cook does: the cooked location and, when it needs them, the listed constrained
+/// locations it depends on, which go into the traversal's memo so that each is resolved once for all
+/// cooks. What a location needs is found by a walk with its own stack, not by recursion: a chain of
+/// locations each following the one before is as deep as it is long. Lives on the cook's stack.
 class ResolveSession {
 public:
     ResolveSession(Qn::VexilCookInterface& cookInterface, const ConstraintListData* constraintList)
         : m_cookInterface(cookInterface), m_list(constraintList) {}
 
     ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
-        m_topPath = &path;
-        return resolveLocation(path, xform);
+        if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
+            // A listed location may have been resolved already, as what another location needed.
+            return resolveListed(listed->slot, path, xform);
+        }
+        std::vector<Pending> stack;
+        stack.push_back(Pending{kNoSlot, prepare(path, xform)});
+        if (m_list) {
+            walkNeeds(stack);
+        }
+        return resolveLocation(stack.back().location);
     }
 
-    const ResolvedLocation* findResolved(const std::string& path) const {
-        auto it = m_resolved.find(path);
-        return it == m_resolved.end() ? nullptr : &it->second;
+    /// The published resolution of a listed location, or null.
+    const ResolvedLocation* findResolved(std::string_view path) const {
+        const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr;
+        return listed ? m_list->memo->find(listed->slot) : nullptr;
     }
 
     /// The overrides that make the host see resolved transforms on the way down to `path`; the base is
     /// overridden by `partialXform` unless that is null.
-    Qn::GroupAttribute overridesFor(const std::string& path, const std::string& basePath,
+    Qn::GroupAttribute overridesFor(const std::string& path, std::string_view basePath,
                                     const Qn::GroupAttribute& partialXform) const {
-        if (!partialXform.isValid() && m_resolved.empty()) {
+        if (!partialXform.isValid() && !m_list) {
             return Qn::GroupAttribute(); // the usual case: the host's own view of every location
         }
         // Most queries need no override at all: the builder is made only for the first one.
@@ -144,67 +176,70 @@ public:
                 if (partialXform.isValid()) {
                     add(location, partialXform);
                 }
-            } else if (!m_resolved.empty()) {
-                if (const ResolvedLocation* resolved = findResolved(std::string(location))) {
-                    add(location, resolved->xform);
-                }
+            } else if (const ResolvedLocation* resolved = findResolved(location)) {
+                add(location, resolved->xform);
             }
         });
         return builder ? builder->build() : Qn::GroupAttribute();
     }
 
 private:
-    ResolvedLocation resolveLocation(const std::string& path, const Qn::GroupAttribute& xform);
-    ConstraintOutcome resolveConstraint(const std::string& path, const Qn::Attribute& child,
+    static constexpr size_t kNoSlot = static_cast<size_t>(-1);
+
+    /// A location on the walk's stack: prepared, some of its needs perhaps still to be resolved.
+    struct Pending {
+        size_t slot; ///< its memo slot, or kNoSlot for an unlisted cooked location
+        PreparedLocation location;
+        size_t constraint = 0; ///< the next constraint whose needs are looked at
+        size_t need = 0;       ///< the next need of that constraint
+    };
+
+    ResolvedLocation resolveListed(size_t slot, std::string_view path, const Qn::GroupAttribute& xform);
+    void walkNeeds(std::vector<Pending>& stack);
+    PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
+    PreparedConstraint prepareConstraint(std::string_view path, size_t child, const Qn::Attribute& value);
+    void findNeeds(std::string_view path, PreparedConstraint& constraint);
+    ResolvedLocation resolveLocation(const PreparedLocation& location);
+    ConstraintOutcome resolveConstraint(const PreparedLocation& location,
+                                        const PreparedConstraint& constraint,
                                         const PartialXform& partialXform, std::string& warnings,
                                         OutputAttributes& output);
-    ConstraintOutcome resolveWithTargets(const ConstraintResolverPtr& resolver, bool respectMotionBlur,
-                                         const std::string& path, const TargetPaths& targets,
+    ConstraintOutcome resolveWithTargets(std::string_view path, const PreparedConstraint& constraint,
                                          const PartialXform& partialXform, std::string& warnings,
                                          OutputAttributes& output);
-    void requireDependencies(const std::string& path, const TargetPaths& targets);
-    const ResolvedLocation& resolveDependency(const std::string& path);
 
-    bool isConstrained(const std::string& path) {
-        auto it = m_constrained.find(path);
-        if (it != m_constrained.end()) {
-            return it->second;
+    bool isConstrained(size_t slot, std::string_view path) {
+        const int known = m_list->memo->constrained(slot);
+        if (known >= 0) {
+            return known == 1;
         }
         bool constrained = false;
-        Qn::GroupAttribute xform = m_cookInterface.getAttr("xform", path);
+        const Qn::GroupAttribute xform = m_cookInterface.getAttr("xform", std::string(path));
         for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n && !constrained; ++i) {
             constrained = isConstraintChildName(xform.getChildNameView(i));
         }
-        m_constrained.emplace(path, constrained);
+        m_list->memo->setConstrained(slot, constrained);
         return constrained;
     }
 
-    // The list's sorted index answers these by binary search: a cook must not cost in proportion to
-    // the length of the whole scene's list.
-    bool isListed(std::string_view path) const { return m_list && m_list->contains(path); }
-
     /// Entries before this position may be resolved ahead of `path`: the last occurrence of the path in
     /// the list, or the whole list for an unlisted location.
-    size_t listLimit(const std::string& path) const {
-        const size_t last = m_list ? m_list->lastIndexOf(path) : ConstraintListData::kNotListed;
-        return last != ConstraintListData::kNotListed ? last : (m_list ? m_list->paths.size() : 0);
+    size_t listLimit(std::string_view path) const {
+        const size_t last = m_list->lastIndexOf(path);
+        return last != ConstraintListData::kNotListed ? last : m_list->paths.size();
     }
 
     Qn::VexilCookInterface& m_cookInterface;
     const ConstraintListData* m_list;
-    std::unordered_map<std::string, ResolvedLocation> m_resolved;
-    std::unordered_map<std::string, bool> m_constrained;
-    /// The cooked location, in progress all session long: kept apart from the dependencies in progress
-    /// so that a cook without dependencies copies no path.
-    const std::string* m_topPath = nullptr;
-    std::set<std::string> m_inProgress;
+    /// The memo slots on the walk's stack: a need among them closes a cycle.
+    std::unordered_set<size_t> m_inProgress;
 };
 
-/// What the resolvers of one constraint see: resolved attributes and transforms of the locations
-/// already resolved in this session, and the constrained location as it is before this constraint.
+/// What the resolvers of one constraint see: resolved attributes and transforms of the listed locations
+/// already resolved, and the constrained location as it is before this constraint.
 class ConstraintFrame : public ResolvedCache {
 public:
-    ConstraintFrame(const ResolveSession& session, const std::string& basePath,
+    ConstraintFrame(const ResolveSession& session, std::string_view basePath,
                     const PartialXform& partialXform, const OutputAttributes& baseOutput)
         : m_session(session), m_basePath(basePath), m_partialXform(partialXform.xform),
           m_baseOverride(partialXform.asInput ? Qn::GroupAttribute() : partialXform.xform),
@@ -297,68 +332,91 @@ public:
 
 private:
     const ResolveSession& m_session;
-    const std::string& m_basePath;
+    std::string_view m_basePath;
     Qn::GroupAttribute m_partialXform;
     Qn::GroupAttribute m_baseOverride; ///< null when the host's own view of the base is the partial xform
     const OutputAttributes& m_baseOutput;
 };
 
-ResolvedLocation ResolveSession::resolveLocation(const std::string& path, const Qn::GroupAttribute& xform) {
-    ResolvedLocation result;
-    std::string warnings;
-    const int64_t count = xform.getNumberOfChildren();
-    ChildNames names;
-    ChildValues values;
-    names.reserve(static_cast<size_t>(count));
-    values.reserve(static_cast<size_t>(count));
-    bool changed = false;
-    for (int64_t i = 0; i < count; ++i) {
-        names.emplace_back(xform.getChildNameView(i));
-        values.push_back(xform.getChildByIndex(i));
+ResolvedLocation ResolveSession::resolveListed(size_t slot, std::string_view path,
+                                               const Qn::GroupAttribute& xform) {
+    if (const ResolvedLocation* done = m_list->memo->find(slot)) {
+        return *done;
     }
-    for (int64_t i = 0; i < count; ++i) {
-        if (!isConstraintChildName(names[i])) {
-            continue;
-        }
-        // The base seen by this constraint: the ones before it resolved, the rest not yet. Until one is
-        // resolved that is the xform as it came, group and all.
-        const PartialXform partial =
-            changed ? PartialXform{buildXform(names, values), false} : PartialXform{xform, true};
-        ConstraintOutcome outcome = resolveConstraint(path, values[i], partial, warnings, result.attributes);
-        result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
-        if (outcome.resolved.isValid()) {
-            names[i].insert(0, "resolved");
-            values[i] = outcome.resolved;
-            changed = true;
-        }
-    }
-    result.xform = buildXform(names, values);
-    result.attributes["xform"] = result.xform;
-    if (!warnings.empty()) {
-        result.attributes["warningMessage"] = Qn::StringAttribute(warnings);
-    }
-    return result;
+    std::vector<Pending> stack;
+    stack.push_back(Pending{slot, prepare(path, xform)});
+    walkNeeds(stack);
+    return *m_list->memo->find(slot);
 }
 
-ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, const Qn::Attribute& child,
-                                                    const PartialXform& partialXform, std::string& warnings,
-                                                    OutputAttributes& output) {
-    const Qn::GroupAttribute group(child);
-    std::string type;
-    auto fail = [&](const std::string& what, bool dependencyFailed) {
-        const std::string text = type + " Constraint Error: " + what;
-        output["type"] = Qn::StringAttribute("error");
-        output["errorMessage"] = Qn::StringAttribute(text);
-        return ConstraintOutcome{errorGroup(text), dependencyFailed};
-    };
+void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
+    // Depth first, with the stack on the heap: a location is resolved once every location it needs is
+    // resolved, or is on the stack below it (a cycle, which fails the constraint that closes it). The
+    // stack's bottom entry is left for the caller when it belongs to no slot.
+    const ResolvedMemo& memo = *m_list->memo;
+    for (const Pending& pending : stack) {
+        if (pending.slot != kNoSlot) {
+            m_inProgress.insert(pending.slot);
+        }
+    }
+    while (!stack.empty()) {
+        Pending& top = stack.back();
+        std::optional<size_t> next;
+        std::vector<PreparedConstraint>& constraints = top.location.constraints;
+        while (!next && top.constraint < constraints.size()) {
+            const PreparedConstraint& constraint = constraints[top.constraint];
+            // A constraint whose needs are out of order fails before any of them is resolved.
+            if (constraint.failure || constraint.needsOutOfOrder || top.need >= constraint.needs.size()) {
+                ++top.constraint;
+                top.need = 0;
+                continue;
+            }
+            const size_t need = constraint.needs[top.need++];
+            if (!memo.find(need) && !m_inProgress.count(need)) {
+                next = need;
+            }
+        }
+        if (next) {
+            const std::string_view path = m_list->pathOfSlot(*next);
+            m_inProgress.insert(*next);
+            stack.push_back(
+                Pending{*next, prepare(path, m_cookInterface.getAttr("xform", std::string(path)))});
+            continue;
+        }
+        if (top.slot == kNoSlot) {
+            return; // the unlisted cooked location: the caller resolves it
+        }
+        const size_t slot = top.slot;
+        m_list->memo->resolveOnce(slot, [&] { return resolveLocation(top.location); });
+        m_inProgress.erase(slot);
+        stack.pop_back();
+    }
+}
+
+PreparedLocation ResolveSession::prepare(std::string_view path, const Qn::GroupAttribute& xform) {
+    PreparedLocation location{path, xform, {}};
+    for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
+        if (isConstraintChildName(xform.getChildNameView(i))) {
+            location.constraints.push_back(
+                prepareConstraint(path, static_cast<size_t>(i), xform.getChildByIndex(i)));
+        }
+    }
+    return location;
+}
+
+PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size_t child,
+                                                     const Qn::Attribute& value) {
+    PreparedConstraint constraint;
+    constraint.child = child;
+    const Qn::GroupAttribute group(value);
     try {
         const ConstraintDescription description = readConstraintDescription(group);
-        type = Qn::StringAttribute(description.type).getValue(std::string(), true);
-        ConstraintResolverCreator creator = findConstraintResolverCreator(type);
+        constraint.type = Qn::StringAttribute(description.type).getValue(std::string(), true);
+        ConstraintResolverCreator creator = findConstraintResolverCreator(constraint.type);
         if (!creator) {
-            throw std::runtime_error("'" + type + "' is an invalid constraint type.");
+            throw std::runtime_error("'" + constraint.type + "' is an invalid constraint type.");
         }
-        ConstraintResolverPtr resolver = creator(group);
+        constraint.resolver = creator(group);
 
         // The written paths are read in place: only the kept ones are copied.
         const Qn::StringAttribute targetAttribute(description.target);
@@ -368,8 +426,7 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
         }
         const bool allowMissingTargets = readSwitch(description.allowMissingTargets, 0) != 0;
         const bool requireTargetBounds = readSwitch(description.requireTargetBounds, 0) != 0;
-        TargetPaths targets;
-        targets.reserve(static_cast<size_t>(written.size));
+        constraint.targets.reserve(static_cast<size_t>(written.size));
         for (const char* target : written) {
             std::string targetPath = resolveTargetPath(path, target);
             if (targetPath.empty() || !m_cookInterface.doesLocationExist(targetPath)) {
@@ -381,44 +438,148 @@ ConstraintOutcome ResolveSession::resolveConstraint(const std::string& path, con
                 continue;
             }
             if (requireTargetBounds && !m_cookInterface.getAttr("bound", targetPath).isValid()) {
-                addWarning(warnings, "Constraint target (" + targetPath + ") was found but has no " +
-                                         "bound attribute and is therefore being " + "ignored.");
+                constraint.warnings.push_back("Constraint target (" + targetPath + ") was found but has no " +
+                                              "bound attribute and is therefore being " + "ignored.");
                 continue;
             }
-            targets.push_back(std::move(targetPath));
+            constraint.targets.push_back(std::move(targetPath));
         }
-        if (targets.empty()) {
+        if (constraint.targets.empty()) {
             if (allowMissingTargets) {
-                addWarning(warnings, type + " Constraint found " + "no valid targets.");
-                return ConstraintOutcome{};
+                constraint.noValidTargets = true;
+                return constraint;
             }
             throw std::runtime_error("No valid target found to resolve constraint.");
         }
-        return resolveWithTargets(resolver, readSwitch(description.respectMotionBlur, 1) != 0, path, targets,
-                                  partialXform, warnings, output);
-    } catch (const ConstraintResolveError& e) {
-        return fail(e.what(), std::string(e.what()) == kConstraintListNotSufficient);
+        constraint.respectMotionBlur = readSwitch(description.respectMotionBlur, 1) != 0;
+        findNeeds(path, constraint);
+    } catch (const std::exception& e) {
+        constraint.failure = e.what();
+    }
+    return constraint;
+}
+
+void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constraint) {
+    if (!m_list) {
+        return;
+    }
+    // A constraint needs the resolved transform of every listed constrained location at or above one
+    // of its targets, and of the constrained location's own listed constrained ancestors.
+    std::vector<std::pair<size_t, size_t>> needs; // (first entry, slot)
+    const size_t limit = listLimit(path);
+    auto consider = [&](std::string_view location) {
+        if (location == path) {
+            return;
+        }
+        const ConstraintListData::Position* listed = m_list->find(location);
+        if (listed && isConstrained(listed->slot, location)) {
+            needs.emplace_back(listed->first, listed->slot);
+            // What a location needs must be listed before it.
+            constraint.needsOutOfOrder = constraint.needsOutOfOrder || listed->first >= limit;
+        }
+    };
+    for (const std::string& target : constraint.targets) {
+        forEachAncestorOrSelf(target, consider);
+    }
+    forEachAncestorOrSelf(path, consider);
+    // They resolve in the order of their first entries, as a walk of the list would meet them.
+    std::sort(needs.begin(), needs.end());
+    needs.erase(std::unique(needs.begin(), needs.end()), needs.end());
+    constraint.needs.reserve(needs.size());
+    for (const auto& need : needs) {
+        constraint.needs.push_back(need.second);
+    }
+}
+
+ResolvedLocation ResolveSession::resolveLocation(const PreparedLocation& location) {
+    ResolvedLocation result;
+    std::string warnings;
+    const Qn::GroupAttribute& xform = location.xform;
+    const int64_t count = xform.getNumberOfChildren();
+    ChildNames names;
+    ChildValues values;
+    names.reserve(static_cast<size_t>(count));
+    values.reserve(static_cast<size_t>(count));
+    bool changed = false;
+    for (int64_t i = 0; i < count; ++i) {
+        names.emplace_back(xform.getChildNameView(i));
+        values.push_back(xform.getChildByIndex(i));
+    }
+    for (const PreparedConstraint& constraint : location.constraints) {
+        // The base seen by this constraint: the ones before it resolved, the rest not yet. Until one is
+        // resolved that is the xform as it came, group and all.
+        const PartialXform partial =
+            changed ? PartialXform{buildXform(names, values), false} : PartialXform{xform, true};
+        ConstraintOutcome outcome =
+            resolveConstraint(location, constraint, partial, warnings, result.attributes);
+        result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
+        if (outcome.resolved.isValid()) {
+            names[constraint.child].insert(0, "resolved");
+            values[constraint.child] = outcome.resolved;
+            changed = true;
+        }
+    }
+    result.xform = buildXform(names, values);
+    result.attributes["xform"] = result.xform;
+    if (!warnings.empty()) {
+        result.attributes["warningMessage"] = Qn::StringAttribute(warnings);
+    }
+    return result;
+}
+
+ConstraintOutcome ResolveSession::resolveConstraint(const PreparedLocation& location,
+                                                    const PreparedConstraint& constraint,
+                                                    const PartialXform& partialXform, std::string& warnings,
+                                                    OutputAttributes& output) {
+    auto fail = [&](const std::string& what, bool dependencyFailed) {
+        const std::string text = constraint.type + " Constraint Error: " + what;
+        output["type"] = Qn::StringAttribute("error");
+        output["errorMessage"] = Qn::StringAttribute(text);
+        return ConstraintOutcome{errorGroup(text), dependencyFailed};
+    };
+    for (const std::string& warning : constraint.warnings) {
+        addWarning(warnings, warning);
+    }
+    if (constraint.failure) {
+        return fail(*constraint.failure, false);
+    }
+    if (constraint.noValidTargets) {
+        addWarning(warnings, constraint.type + " Constraint found " + "no valid targets.");
+        return ConstraintOutcome{};
+    }
+    if (constraint.needsOutOfOrder) {
+        return fail(kConstraintListNotSufficient, true);
+    }
+    for (size_t need : constraint.needs) {
+        // A need still in progress closes a cycle; one that failed for its own needs fails this one too.
+        const ResolvedLocation* resolved = m_list->memo->find(need);
+        if (!resolved || resolved->dependencyFailed) {
+            return fail(kConstraintListNotSufficient, true);
+        }
+    }
+    try {
+        return resolveWithTargets(location.path, constraint, partialXform, warnings, output);
     } catch (const std::exception& e) {
         return fail(e.what(), false);
     }
 }
 
-ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr& resolver,
-                                                     bool respectMotionBlur, const std::string& path,
-                                                     const TargetPaths& targets,
+ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
+                                                     const PreparedConstraint& constraint,
                                                      const PartialXform& partialXform, std::string& warnings,
                                                      OutputAttributes& output) {
-    requireDependencies(path, targets);
+    const std::string base(path);
+    const TargetPaths& targets = constraint.targets;
     ConstraintFrame frame(*this, path, partialXform, output);
 
-    SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, path);
+    SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, base);
     for (const std::string& target : targets) {
         frame.addWorldXformSampleTimes(m_cookInterface, target, sampleTimes);
     }
-    resolver->addTimeSamples(m_cookInterface, path, targets, frame, sampleTimes);
-    mergeSampleTimes(sampleTimes, respectMotionBlur);
+    constraint.resolver->addTimeSamples(m_cookInterface, base, targets, frame, sampleTimes);
+    mergeSampleTimes(sampleTimes, constraint.respectMotionBlur);
 
-    const XformSamples baseSamples = frame.getWorldXform(m_cookInterface, path, sampleTimes);
+    const XformSamples baseSamples = frame.getWorldXform(m_cookInterface, base, sampleTimes);
     XformSamplesList targetSamples;
     targetSamples.reserve(targets.size());
     for (const std::string& target : targets) {
@@ -426,8 +587,8 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
     }
 
     OutputAttributes resolverOutput;
-    Qn::GroupAttribute resolved = resolver->resolve(sampleTimes, m_cookInterface, baseSamples, path,
-                                                    targetSamples, targets, frame, resolverOutput);
+    Qn::GroupAttribute resolved = constraint.resolver->resolve(
+        sampleTimes, m_cookInterface, baseSamples, base, targetSamples, targets, frame, resolverOutput);
     auto warning = resolverOutput.find("warningMessage");
     if (warning != resolverOutput.end()) {
         addWarning(warnings, Qn::StringAttribute(warning->second).getValue(std::string(), false));
@@ -443,58 +604,6 @@ ConstraintOutcome ResolveSession::resolveWithTargets(const ConstraintResolverPtr
         output[name] = attribute;
     }
     return ConstraintOutcome{resolved, false};
-}
-
-void ResolveSession::requireDependencies(const std::string& path, const TargetPaths& targets) {
-    // A constraint needs the resolved transform of every listed constrained location at or above one
-    // of its targets, and of the constrained location's own listed constrained ancestors.
-    std::set<std::string> required;
-    auto consider = [&](std::string_view location) {
-        if (location != path && isListed(location)) {
-            std::string listed(location);
-            if (isConstrained(listed)) {
-                required.insert(std::move(listed));
-            }
-        }
-    };
-    for (const std::string& target : targets) {
-        forEachAncestorOrSelf(target, consider);
-    }
-    forEachAncestorOrSelf(path, consider);
-    if (required.empty()) {
-        return;
-    }
-    // The list orders resolution: what a location needs must be listed before it, and it is resolved
-    // in the order of its first entries (what a walk of the list up to the limit would meet).
-    std::vector<std::pair<size_t, std::string>> order;
-    const size_t limit = listLimit(path);
-    for (const std::string& location : required) {
-        const size_t first = m_list->firstIndexOf(location);
-        if (first >= limit) {
-            throw ConstraintResolveError(kConstraintListNotSufficient);
-        }
-        order.emplace_back(first, location);
-    }
-    std::sort(order.begin(), order.end());
-    for (const auto& [position, location] : order) {
-        if (resolveDependency(location).dependencyFailed) {
-            throw ConstraintResolveError(kConstraintListNotSufficient);
-        }
-    }
-}
-
-const ResolvedLocation& ResolveSession::resolveDependency(const std::string& path) {
-    auto found = m_resolved.find(path);
-    if (found != m_resolved.end()) {
-        return found->second;
-    }
-    if ((m_topPath && path == *m_topPath) || m_inProgress.count(path)) {
-        throw ConstraintResolveError(kConstraintListNotSufficient);
-    }
-    m_inProgress.insert(path);
-    ResolvedLocation resolved = resolveLocation(path, m_cookInterface.getAttr("xform", path));
-    m_inProgress.erase(path);
-    return m_resolved.emplace(path, std::move(resolved)).first->second;
 }
 
 } // namespace

@@ -76,12 +76,12 @@ void checkAttribute(const Json& actual, const Json& expected, const std::string&
         return;
     }
     ASSERT_FALSE(actual.is_null()) << where << " is absent";
-    const bool textual = expected.is_string() || (expected.is_array() && !expected.empty() &&
-                                                  expected[0].is_string());
+    const bool textual =
+        expected.is_string() || (expected.is_array() && !expected.empty() && expected[0].is_string());
     if (textual) {
-        const std::vector<std::string> want =
-            expected.is_string() ? std::vector<std::string>{expected.get<std::string>()}
-                                 : expected.get<std::vector<std::string>>();
+        const std::vector<std::string> want = expected.is_string()
+                                                  ? std::vector<std::string>{expected.get<std::string>()}
+                                                  : expected.get<std::vector<std::string>>();
         EXPECT_EQ(stringValues(actual), want) << where;
         return;
     }

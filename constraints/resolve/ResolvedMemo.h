@@ -1,0 +1,95 @@
+// The resolved listed locations of one ConstraintResolve traversal: each resolved once, by whichever
+// cook needs it first, and read by every later cook that depends on it.
+#pragma once
+
+#include "constraints/resolve/ConstraintTypes.h"
+#include "hostapi/attribute/GroupAttribute.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// A location after resolution of its constraints. Immutable once published in a ResolvedMemo.
+struct ResolvedLocation {
+    OutputAttributes attributes;
+    Qn::GroupAttribute xform;
+    bool dependencyFailed = false; ///< some constraint failed because the list cannot order its needs
+};
+
+/// One slot per distinct listed path. A slot is claimed by the cook that resolves it; a cook that finds
+/// it claimed waits for the result. Waits cannot form a cycle: a cook claims a location only once every
+/// location it needs is published, so it never waits while holding a claim. A claim given up (the cook
+/// aborted or failed) lets the next cook try. Results are published once and never change.
+class ResolvedMemo {
+public:
+    explicit ResolvedMemo(size_t slots);
+    ~ResolvedMemo();
+    ResolvedMemo(const ResolvedMemo&) = delete;
+    ResolvedMemo& operator=(const ResolvedMemo&) = delete;
+
+    /// Whether the listed location of `slot` has constraint children in its input `xform`: -1 not known
+    /// yet, 0 no, 1 yes. A fact of the input, the same for every cook, so it is found out once.
+    int constrained(size_t slot) const { return m_slots[slot].constrained.load(std::memory_order_relaxed); }
+    void setConstrained(size_t slot, bool constrained) const {
+        m_slots[slot].constrained.store(constrained ? 1 : 0, std::memory_order_relaxed);
+    }
+
+    /// The published result of `slot`, or null.
+    const ResolvedLocation* find(size_t slot) const {
+        return m_slots[slot].result.load(std::memory_order_acquire);
+    }
+
+    /// Publishes what `resolve()` returns as the result of `slot`, unless another cook published it
+    /// first (then waits for it when it is in progress); returns the published result. What `resolve`
+    /// throws is rethrown, and the slot is free again.
+    template <class Resolve> const ResolvedLocation& resolveOnce(size_t slot, Resolve&& resolve) {
+        Slot& s = m_slots[slot];
+        for (;;) {
+            if (const ResolvedLocation* done = s.result.load(std::memory_order_acquire)) {
+                return *done;
+            }
+            bool expected = false;
+            if (s.claimed.compare_exchange_strong(expected, true, std::memory_order_acq_rel)) {
+                if (const ResolvedLocation* done = s.result.load(std::memory_order_acquire)) {
+                    release(s); // published between the look and the claim
+                    return *done;
+                }
+                break;
+            }
+            waitWhileClaimed(s);
+        }
+        try {
+            auto result = std::make_unique<const ResolvedLocation>(resolve());
+            s.result.store(result.release(), std::memory_order_release);
+        } catch (...) {
+            release(s);
+            throw;
+        }
+        release(s);
+        return *s.result.load(std::memory_order_acquire);
+    }
+
+private:
+    struct Slot {
+        std::atomic<const ResolvedLocation*> result{nullptr};
+        std::atomic<bool> claimed{false};
+        mutable std::atomic<signed char> constrained{-1};
+    };
+
+    void waitWhileClaimed(Slot& slot);
+    void release(Slot& slot);
+
+    std::unique_ptr<Slot[]> m_slots;
+    size_t m_count;
+    // Waiting is rare (two cooks needing one location at once): one lock for all slots.
+    std::mutex m_mutex;
+    std::condition_variable m_released;
+};
+
+} // namespace Private
+} // namespace Vexil3Constraints

@@ -25,8 +25,6 @@ ConstraintResolver::resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterfa
         {cookInterface, baseLocation, targetPaths, resolvedCache}, sampleTimes, baseSamples, targetSamples};
     try {
         return compute(inputs).apply(outputAttributes);
-    } catch (const ConstraintDependencyError&) {
-        throw;
     } catch (const std::exception& e) {
         return errorGroup(constraintErrorText(m_constraintGroup, e.what()));
     }

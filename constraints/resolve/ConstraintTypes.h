@@ -40,15 +40,5 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Thrown when the constraint list cannot order what a constraint needs resolved first (a needed
-/// location listed after the one that needs it, or a cycle). The framework catches it by its type: a
-/// location that fails this way fails every constraint that needs it in the same way.
-class ConstraintDependencyError : public ConstraintResolveError {
-public:
-    static constexpr const char* kMessage =
-        "Constraint list not sufficient to resolve constraint dependencies.";
-    ConstraintDependencyError() : ConstraintResolveError(kMessage) {}
-};
-
 } // namespace Private
 } // namespace Vexil3Constraints

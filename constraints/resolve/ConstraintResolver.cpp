@@ -24,7 +24,10 @@ ConstraintResolver::resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterfa
     const ConstraintInputs inputs{
         {cookInterface, baseLocation, targetPaths, resolvedCache}, sampleTimes, baseSamples, targetSamples};
     try {
-        return compute(inputs).apply(outputAttributes);
+        const ConstraintResult result = compute(inputs);
+        // Nothing that is not finite, or absurdly large, leaves a resolver, whatever the kind.
+        m_checks.requireUsable(result.problem(baseSamples), "result");
+        return result.apply(outputAttributes);
     } catch (const std::exception& e) {
         return errorGroup(constraintErrorText(m_constraintGroup, e.what()));
     }

@@ -52,8 +52,10 @@ public:
     /// The driver. Runs the kind's computation over `sampleTimes` (ascending) and returns the
     /// constraint's result group: `matrix` (16 doubles per sample time), `origin` then `matrix`, or an
     /// empty group with camera values and warnings added to `outputAttributes`. When the computation
-    /// throws a std::exception it returns a group holding only `errorMessage` ("<type> Constraint
-    /// Error: <what>") and adds nothing to `outputAttributes`: never a partial result.
+    /// throws a std::exception, or its result is not finite or places the location beyond the largest
+    /// constraint value (see ConstraintResult::problem), it returns a group holding only
+    /// `errorMessage` ("<type> Constraint Error: <what>") and adds nothing to `outputAttributes`: never
+    /// a partial result.
     /// `baseSamples` and `targetSamples` are world transforms at (at least) every sample time.
     Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
                                const XformSamples& baseSamples, const std::string& baseLocation,

@@ -2,6 +2,8 @@
 
 #include "hostapi/attribute/DataAttribute.h"
 
+#include <algorithm>
+
 namespace Vexil3Constraints {
 namespace Private {
 
@@ -46,6 +48,24 @@ void ConstraintResult::addWarning(const std::string& text) {
         m_warnings += "\n";
     }
     m_warnings += text;
+}
+
+ValueProblem ConstraintResult::problem(const XformSamples& baseSamples) const {
+    ValueProblem problem = ValueProblem::None;
+    for (size_t i = 0; i < m_times.size(); ++i) {
+        const double* values = m_values.data() + 16 * i;
+        if (valueProblem(values, 16) == ValueProblem::NotFinite) {
+            return ValueProblem::NotFinite;
+        }
+        // Only where the location ends up counts: a base scaled down to 1e-20 needs a large X.
+        const Imath::M44d* base = m_resetOrigin ? nullptr : findSample(baseSamples, m_times[i]);
+        const Imath::M44d x(reinterpret_cast<const double(*)[4]>(values));
+        problem = std::max(problem, valueProblem(base ? x * *base : x));
+    }
+    for (const auto& value : m_cameraValues) {
+        problem = std::max(problem, valueProblem(&value.second, 1));
+    }
+    return problem;
 }
 
 Qn::GroupAttribute ConstraintResult::apply(OutputAttributes& outputAttributes) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "constraints/resolve/ConstraintTypes.h"
+#include "constraints/resolve/ResolverChecks.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
 #include <Imath/ImathMatrix.h>
@@ -31,6 +32,11 @@ public:
     void setCameraValue(const char* name, double value);
     /// Adds a line to the warnings the framework reports with the location's others.
     void addWarning(const std::string& text);
+
+    /// The problem of the values a location would receive: each matrix (not finite), each new world
+    /// transform X · B with B the base's at that time from `baseSamples` (X alone after a reset or
+    /// when there is no B; beyond the largest constraint value), each camera value.
+    ValueProblem problem(const XformSamples& baseSamples) const;
 
     /// The constraint's result group (`origin` and `matrix`, `matrix`, or empty); camera values and
     /// warnings go into `outputAttributes`.

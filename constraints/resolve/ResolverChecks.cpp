@@ -2,10 +2,55 @@
 
 #include "constraints/resolve/ConstraintResolver.h"
 
+#include <cmath>
 #include <stdexcept>
 
 namespace Vexil3Constraints {
 namespace Private {
+
+namespace {
+
+template <typename T> ValueProblem problemOf(const T* values, size_t count) {
+    ValueProblem problem = ValueProblem::None;
+    for (size_t i = 0; i < count; ++i) {
+        const double value = static_cast<double>(values[i]);
+        if (!std::isfinite(value)) {
+            return ValueProblem::NotFinite;
+        }
+        if (std::fabs(value) > kLargestConstraintValue) {
+            problem = ValueProblem::TooLarge;
+        }
+    }
+    return problem;
+}
+
+} // namespace
+
+ValueProblem valueProblem(const double* values, size_t count) {
+    return problemOf(values, count);
+}
+
+ValueProblem valueProblem(const float* values, size_t count) {
+    return problemOf(values, count);
+}
+
+std::string_view describe(ValueProblem problem) {
+    switch (problem) {
+    case ValueProblem::NotFinite:
+        return "is not finite";
+    case ValueProblem::TooLarge:
+        return "has a value beyond 1e15";
+    case ValueProblem::None:
+        break;
+    }
+    return std::string_view();
+}
+
+void requireUsable(ValueProblem problem, std::string_view what) {
+    if (problem != ValueProblem::None) {
+        throw std::runtime_error(std::string(what) + " " + std::string(describe(problem)) + ".");
+    }
+}
 
 std::string ResolverChecks::text(std::string_view what) const {
     std::string result(m_kind);
@@ -22,12 +67,27 @@ void ResolverChecks::failEmptyArgument(std::string_view argumentName) const {
     fail("empty " + std::string(argumentName) + ".");
 }
 
+void ResolverChecks::requireUsable(ValueProblem problem, std::string_view what) const {
+    if (problem != ValueProblem::None) {
+        fail(std::string(what) + " " + std::string(describe(problem)) + ".");
+    }
+}
+
+const Imath::M44d& ResolverChecks::usableTransform(const Imath::M44d& matrix, const std::string& path) const {
+    const ValueProblem problem = valueProblem(matrix);
+    // The text is only built for a transform that fails.
+    if (problem != ValueProblem::None) {
+        requireUsable(problem, "transform of " + path);
+    }
+    return matrix;
+}
+
 const Imath::M44d& ResolverChecks::baseAt(const ConstraintInputs& inputs, float time) const {
     const Imath::M44d* base = findSample(inputs.baseSamples, time);
     if (!base) {
         fail("incorrect time samples for base xform");
     }
-    return *base;
+    return usableTransform(*base, inputs.baseLocation);
 }
 
 const XformSamples& ResolverChecks::firstTargetSamples(const ConstraintInputs& inputs) const {
@@ -43,7 +103,8 @@ const Imath::M44d& ResolverChecks::targetAt(const ConstraintInputs& inputs, size
     if (!target) {
         fail(whenMissing);
     }
-    return *target;
+    static const std::string kUnnamed;
+    return usableTransform(*target, index < inputs.targetPaths.size() ? inputs.targetPaths[index] : kUnnamed);
 }
 
 const std::string& ResolverChecks::firstTargetPath(const ConstraintInputs& inputs) const {

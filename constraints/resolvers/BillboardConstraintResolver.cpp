@@ -25,6 +25,8 @@ Imath::V3d localTargetPoint(Qn::VexilCookInterface& cookInterface, const std::st
     }
     const Imath::Box3d box = Qn::VexilCookInterfaceUtils::getBoundsAtTime(
         Qn::VexilCookInterfaceUtils::getBoundAttr(cookInterface, path), sampleTime);
+    const double values[6] = {box.min.x, box.min.y, box.min.z, box.max.x, box.max.y, box.max.z};
+    requireUsableBound(values, 6, path, "");
     return (box.min + box.max) * 0.5;
 }
 

@@ -37,6 +37,7 @@ private:
         if (!distanceAttr.isValid())
             checks().failEmptyArgument("args.distance");
         const float distance = distanceAttr.getValue();
+        checks().requireUsable(valueProblem(&distance, 1), "args.distance");
 
         const std::string planeType = Qn::StringAttribute(m_constraintGroup.getChildByName("args.planeType"))
                                           .getValue(std::string(), false);
@@ -59,6 +60,9 @@ private:
         for (size_t i = 0; i < kCameraNames.size(); ++i) {
             values[i] = attrs[i].getValue();
         }
+        for (size_t i = 0; i < kCameraNames.size(); ++i) {
+            usableCameraValue(values[i], kCameraNames[i].c_str(), cameraPath);
+        }
         ScreenWindow window;
         window.left = values[0];
         window.right = values[1];
@@ -69,11 +73,13 @@ private:
         const Imath::M44d* base = findSample(inputs.baseSamples, sampleTime);
         if (!base)
             kScaleWording.fail("incorrect time samples for base xform");
+        checks().usableTransform(*base, inputs.baseLocation);
         if (inputs.targetSamples.empty())
             kScaleWording.fail("no target xform");
         const Imath::M44d* camera = findSample(inputs.targetSamples[0], sampleTime);
         if (!camera)
             kScaleWording.fail("incorrect time samples for target xform");
+        checks().usableTransform(*camera, cameraPath);
 
         return cameraScreenWindowMatrix(*base, *camera, distance, window, fov, planeType == "XZ");
     }

@@ -52,6 +52,7 @@ private:
             checks().fail(std::string("no ") + name + ".");
         float value = 0.0f;
         pad.fillInterpolatedValues(&value, 1, sampleTime, 0.0f, false);
+        checks().requireUsable(valueProblem(&value, 1), name);
         return value;
     }
 

@@ -36,6 +36,10 @@ FrustumHalfAngles readHalfAngles(const Qn::GroupAttribute& constraintGroup,
         values[i] = windowAttrs[i].getValue();
     }
     const double fov = fovAttr.getValue();
+    for (size_t i = 0; i < kScreenWindowNames.size(); ++i) {
+        usableCameraValue(values[i], kScreenWindowNames[i], baseLocation);
+    }
+    usableCameraValue(fov, "geometry.fov", baseLocation);
     ScreenWindow window;
     window.left = values[0];
     window.right = values[1];
@@ -43,6 +47,7 @@ FrustumHalfAngles readHalfAngles(const Qn::GroupAttribute& constraintGroup,
     window.top = values[3];
     const float angleOffset =
         Qn::FloatAttribute(constraintGroup.getChildByName("args.angleOffset")).getValue(0.0f, false);
+    kChecks.requireUsable(valueProblem(&angleOffset, 1), "args.angleOffset");
     return dollyHalfAngles(window, fov, angleOffset);
 }
 

@@ -94,6 +94,7 @@ private:
         const BoundFit fit = readBoundFit(m_constraintGroup);
         const float angleOffset =
             Qn::FloatAttribute(m_constraintGroup.getChildByName("args.angleOffset")).getValue(0.0f, false);
+        checks().requireUsable(valueProblem(&angleOffset, 1), "args.angleOffset");
 
         double tangent = 0.0;
         for (float sampleTime : inputs.sampleTimes) {

@@ -108,7 +108,8 @@ private:
         const std::string& orientation = m_orientation.get();
         Imath::V3d targetAngles;
         if (orientation == "object") {
-            const std::optional<ScaleShearRotation> targetParts = decomposeScaleShearRotation(*target);
+            const std::optional<ScaleShearRotation> targetParts =
+                decomposeScaleShearRotation(checks().usableTransform(*target, inputs.targetPaths.front()));
             if (!targetParts)
                 checks().fail("Imath detected zero scale in target matrix row");
             targetAngles = targetParts->rotation;

@@ -50,6 +50,12 @@ std::vector<Imath::V3d> patchPlanePoints(Qn::VexilCookInterface& cookInterface, 
     if (!controlPlanePoints(values, tupleSize, points)) {
         kChecks.fail("control point weight is zero (" + path + ").");
     }
+    for (const Imath::V3d& point : points) {
+        const ValueProblem problem = valueProblem(&point.x, 3);
+        if (problem != ValueProblem::None) {
+            kChecks.requireUsable(problem, "a control point of " + path);
+        }
+    }
     return points;
 }
 

@@ -48,7 +48,7 @@ private:
                 getResolvedDoubleAttr(inputs.resolvedCache, inputs.cookInterface, cameraPath, "geometry.fov");
             if (!fov.isValid())
                 checks().fail("cannot get fov attribute on target.");
-            mapping.fovDegrees = valueAtTime(fov, sampleTime);
+            mapping.fovDegrees = usableCameraValue(valueAtTime(fov, sampleTime), "geometry.fov", cameraPath);
         }
         mapping.keepAspectRatio =
             Qn::IntAttribute(m_constraintGroup.getChildByName("args.keepAspectRatio")).getValue(1, false) !=

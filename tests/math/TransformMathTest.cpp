@@ -288,6 +288,8 @@ TEST(OrientConstraintMath, MixEulerAngles) {
 TEST(OrientConstraintMath, FaceFrames) {
     // The unit triangle in xy: e1 = +x, n = +z, m = e1 x n = -y: a turn of -90 degrees about z.
     const M44d unitFrame(0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+    const double kHalfRoot = std::sqrt(0.5);
+    const double kFifthRoot = std::sqrt(0.2);
     struct Case {
         const char* what;
         std::vector<V3d> points;
@@ -305,6 +307,16 @@ TEST(OrientConstraintMath, FaceFrames) {
         // Nearly but not exactly collinear: the cross product's squared length is a denormal, not 0.
         {"nearly collinear", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(1, 1e-160, 0)}, unitFrame},
         {"collinear face", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0)}, std::nullopt},
+        {"points on a diagonal", {V3d(0, 0, 0), V3d(1, 1, 0), V3d(2, 2, 0), V3d(3, 3, 0)}, std::nullopt},
+        // Unit edges (a, 2a, 0): their cross products are exactly zero though the a differ.
+        {"points on a steep line", {V3d(0, 0, 0), V3d(1, 2, 0), V3d(3, 6, 0), V3d(7, 14, 0)}, std::nullopt},
+        // (0,1,4) qualifies in both: e1 = (1,1,0)/sqrt(2) or (1,2,0)/sqrt(5), e2 = +z, n = e1 x e2, m = -z.
+        {"a diagonal, then a point off it",
+         {V3d(0, 0, 0), V3d(1, 1, 0), V3d(2, 2, 0), V3d(3, 3, 0), V3d(0, 0, 1)},
+         M44d(0, 0, -1, 0, kHalfRoot, kHalfRoot, 0, 0, kHalfRoot, -kHalfRoot, 0, 0, 0, 0, 0, 1)},
+        {"a steep line, then a point off it",
+         {V3d(0, 0, 0), V3d(1, 2, 0), V3d(3, 6, 0), V3d(7, 14, 0), V3d(0, 0, 1)},
+         M44d(0, 0, -1, 0, kFifthRoot, 2 * kFifthRoot, 0, 0, 2 * kFifthRoot, -kFifthRoot, 0, 0, 0, 0, 0, 1)},
         {"all points equal", {V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1)}, std::nullopt},
         {"two points", {V3d(0, 0, 0), V3d(1, 0, 0)}, std::nullopt},
         {"no points", {}, std::nullopt},

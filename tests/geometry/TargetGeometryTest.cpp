@@ -312,6 +312,14 @@ TEST_F(TargetGeometryTest, FaceIteratorFailures) {
         {"face runs past the list", meshOf({0, 5}, {0, 1, 2}), kMesh, badVertex},
         {"point number past the points", meshOf({0, 3}, {0, 1, 3}), kMesh, badPoint},
         {"negative point number", meshOf({0, 3}, {0, -1, 2}), kMesh, badPoint},
+        // Eight values: point 2 would need a ninth, one past the end.
+        {"points not whole",
+         [&](FakeCook& c) {
+             c.addMesh(kMesh, threePoints, {0, 3}, {0, 1, 2});
+             c.input[kMesh]["geometry.point.P"] =
+                 Qn::FloatAttribute(std::vector<float>{0, 0, 0, 1, 0, 0, 0, 1});
+         },
+         kMesh, badPoint},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

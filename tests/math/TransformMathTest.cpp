@@ -276,6 +276,12 @@ TEST(OrientConstraintMath, NormalizeEulerAnglesPicksShorterEquivalent) {
     }
 }
 
+TEST(OrientConstraintMath, NormalizeEulerAnglesKeepsTheFirstTripleOnATie) {
+    // (-pi/2, pi/2, -pi/2) and its equivalent (pi/2, pi/2, pi/2) are exactly as long.
+    const V3d angles(-M_PI / 2, M_PI / 2, -M_PI / 2);
+    EXPECT_EQ(angles, normalizeEulerAngles(angles));
+}
+
 TEST(OrientConstraintMath, MixEulerAngles) {
     const V3d base(1, 2, 3), target(-1, -2, -3);
     expectVecNear(V3d(-1, -2, -3), mixEulerAngles(base, target, true, true, true), 0);

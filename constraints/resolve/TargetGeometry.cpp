@@ -261,17 +261,12 @@ std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, cons
     const std::string value =
         Qn::StringAttribute(constraintGroup.getChildByName(argumentName)).getValue(std::string(), false);
     if (value.empty())
-        throw std::runtime_error(resolverType + " constraint resolver: empty " + argumentName + ".");
+        ResolverChecks(resolverType).failEmptyArgument(argumentName);
     return value;
 }
 
 std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
     static const std::string kName("args.targetOrigin");
-    return getRequiredStringArg(constraintGroup, resolverType, kName);
-}
-
-std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    static const std::string kName("args.baseOrigin");
     return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 

@@ -92,8 +92,5 @@ std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, cons
 /// getRequiredStringArg of "args.targetOrigin".
 std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
 
-/// getRequiredStringArg of "args.baseOrigin".
-std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
-
 } // namespace Private
 } // namespace Vexil3Constraints

@@ -304,6 +304,10 @@ TEST(OrientConstraintMath, FaceFrames) {
     const Case cases[] = {
         {"unit triangle", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0)}, unitFrame},
         {"moved and scaled triangle", {V3d(5, 5, 5), V3d(9, 5, 5), V3d(5, 7, 5)}, unitFrame},
+        // (0,1,2) comes before (0,1,4), although 3 goes the way of 1 and 4 spans a plane with it too.
+        {"the nearest later point",
+         {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(2, 0, 0), V3d(0, 0, 1)},
+         unitFrame},
         // First triple collinear: (0,1,3) qualifies, with e2 = +z, n = -y, m = -z.
         {"collinear start",
          {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0), V3d(0, 0, 1)},

@@ -30,7 +30,10 @@ void ConstraintListEditOp::cook(Qn::VexilCookInterface& cookInterface) {
     }
     const std::string modeValue = mode.getValue(std::string(), true);
     if (modeValue == "add") {
-        appendToConstraintList(cookInterface, locationPaths);
+        // Paths are listed as the locations they name; written so already, the argument goes as it is.
+        const std::vector<std::string> written = locationPaths.getNearestSampleStrings(0.0f);
+        const std::vector<std::string> named = listedPaths(written);
+        appendToConstraintList(cookInterface, named == written ? locationPaths : Qn::StringAttribute(named));
     } else if (modeValue == "remove") {
         removeFromConstraintList(cookInterface, locationPaths.getNearestSampleStrings(0.0f));
     }

@@ -3,6 +3,7 @@
 // gets them without another source file.
 #pragma once
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 
 #include <algorithm>
@@ -19,6 +20,25 @@ inline const char* const kWorldLocationPath = "/root/world";
 /// The name of the constraint list attribute on "/root/world".
 inline const char* const kConstraintListAttr = "globals.constraintList";
 
+/// The location a list entry names, by the one path rule; an entry that names none is kept as written.
+inline std::string listedPath(const std::string& written) {
+    if (Qn::PathUtils::isNormalisedPath(written)) {
+        return written;
+    }
+    std::string named = Qn::PathUtils::normalisedPath(std::string_view(), written);
+    return named.empty() ? written : named;
+}
+
+/// The entries of `paths` as the locations they name.
+inline std::vector<std::string> listedPaths(const std::vector<std::string>& paths) {
+    std::vector<std::string> named;
+    named.reserve(paths.size());
+    for (const std::string& path : paths) {
+        named.push_back(listedPath(path));
+    }
+    return named;
+}
+
 /// Appends `paths` to "globals.constraintList" of the cooked location (created when absent), after the
 /// existing entries and in their order; duplicates are kept. May abort.
 inline void appendToConstraintList(const Qn::VexilCookInterface& cookInterface,
@@ -26,15 +46,17 @@ inline void appendToConstraintList(const Qn::VexilCookInterface& cookInterface,
     cookInterface.extendAttr(kConstraintListAttr, paths, std::string(), false, std::string(), -1);
 }
 
-/// Removes from `list` the last occurrence of each distinct path of `requested`, keeping the order of
-/// the rest; returns whether anything was removed.
+/// Removes from `list` the last occurrence of each distinct location of `requested`, keeping the order of
+/// the rest; returns whether anything was removed. Entries and requests are compared as the locations
+/// they name: "/root/world/a/" removes "/root/world/a".
 inline bool removeLastOccurrences(std::vector<std::string>& list, const std::vector<std::string>& requested) {
     // Walking from the end makes each requested path take its last occurrence, once.
-    std::set<std::string> toRemove(requested.begin(), requested.end());
+    const std::vector<std::string> named = listedPaths(requested);
+    std::set<std::string> toRemove(named.begin(), named.end());
     std::vector<std::string> kept;
     bool dropped = false;
     for (auto it = list.rbegin(); it != list.rend(); ++it) {
-        auto found = toRemove.find(*it);
+        auto found = toRemove.find(listedPath(*it));
         if (found != toRemove.end()) {
             toRemove.erase(found);
             dropped = true;

@@ -2,8 +2,10 @@
 
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 #include "constraints/ops/ConstraintListRules.h"
+#include "constraints/ops/ConstraintSetupIndex.h"
 #include "constraints/resolve/ConstraintNaming.h"
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,10 +15,6 @@ namespace Private {
 namespace {
 
 const char* const kWorldPath = "/root/world";
-
-std::string baseLocationPath(const Qn::GroupAttribute& entry) {
-    return Qn::StringAttribute(entry.getChildByName("baseLocationPath")).getValue(std::string(), false);
-}
 
 // An absent or non-integer field takes its default; a present integer without a value is an error
 // for the switches that change what is written, and counts as off for setRelativeTargets.
@@ -58,7 +56,7 @@ void extendConstraintList(const Qn::VexilCookInterface& cookInterface,
         if (!entry.isValid()) {
             continue;
         }
-        const std::string base = baseLocationPath(entry);
+        const std::string base = ConstraintSetupIndex::basePathOf(entry);
         if (!base.empty() && addToConstraintList(entry)) {
             paths.push_back(base);
         }
@@ -66,6 +64,54 @@ void extendConstraintList(const Qn::VexilCookInterface& cookInterface,
     if (!paths.empty()) {
         appendToConstraintList(cookInterface, Qn::StringAttribute(paths));
     }
+}
+
+/// Installs the constraints of the entries at `positions` (ascending) into the location's `xform`: each
+/// under a fresh name, before or after what is there. Returns the new `xform`, or null when none was
+/// installed. Built once, whatever the number of entries: the order is that of installing them one by
+/// one (the later of two prepended entries first, the appended ones after the existing children).
+Qn::GroupAttribute installConstraints(const Qn::VexilCookInterface& cookInterface,
+                                      const Qn::GroupAttribute& constraints,
+                                      const std::vector<int64_t>& positions, const std::string& outputPath) {
+    std::vector<std::pair<std::string, Qn::GroupAttribute>> prepended;
+    std::vector<std::pair<std::string, Qn::GroupAttribute>> appended;
+    Qn::GroupAttribute existing;
+    std::set<std::string> taken;
+    int counter = 0; // names are only ever taken, so the first free one never moves back
+    for (int64_t position : positions) {
+        const Qn::GroupAttribute entry(constraints.getChildByIndex(position));
+        Qn::GroupAttribute constraintGroup(entry.getChildByName("constraintGroup"));
+        if (!constraintGroup.isValid()) {
+            continue;
+        }
+        if (intField(entry, "setRelativeTargets", 0, false) != 0) {
+            constraintGroup = withRelativeTargets(constraintGroup, outputPath);
+        }
+        if (prepended.empty() && appended.empty()) {
+            existing = Qn::GroupAttribute(cookInterface.getAttr("xform"));
+            for (int64_t i = 0, n = existing.isValid() ? existing.getNumberOfChildren() : 0; i < n; ++i) {
+                taken.insert(existing.getChildName(i));
+            }
+        }
+        std::string name = freshConstraintName(taken, counter);
+        const bool prepend = intField(entry, "prependConstraint", 0, true) != 0;
+        taken.insert(name);
+        (prepend ? prepended : appended).emplace_back(std::move(name), constraintGroup);
+    }
+    if (prepended.empty() && appended.empty()) {
+        return Qn::GroupAttribute();
+    }
+    Qn::GroupBuilder builder;
+    for (auto it = prepended.rbegin(); it != prepended.rend(); ++it) {
+        builder.set(it->first, it->second);
+    }
+    if (existing.isValid()) {
+        builder.update(existing);
+    }
+    for (const auto& [name, group] : appended) {
+        builder.set(name, group);
+    }
+    return builder.build();
 }
 
 } // namespace
@@ -84,53 +130,20 @@ void ConstraintSetupOp::cook(Qn::VexilCookInterface& cookInterface) {
         return;
     }
 
-    Qn::GroupAttribute newXform;
-    bool aboveSomeBase = false;
-    for (int64_t i = 0; i < n; ++i) {
-        const Qn::GroupAttribute entry(constraints.getChildByIndex(i));
-        if (!entry.isValid()) {
-            continue;
-        }
-        const std::string base = baseLocationPath(entry);
-        if (base.empty()) {
-            continue;
-        }
-        if (base != outputPath) {
-            if (Qn::PathUtils::isStrictAncestor(outputPath, base)) {
-                aboveSomeBase = true;
-            }
-            continue;
-        }
-
-        Qn::GroupAttribute constraintGroup(entry.getChildByName("constraintGroup"));
-        if (!constraintGroup.isValid()) {
-            continue;
-        }
-        if (intField(entry, "setRelativeTargets", 0, false) != 0) {
-            constraintGroup = withRelativeTargets(constraintGroup, outputPath);
-        }
-        const Qn::GroupAttribute existing =
-            newXform.isValid() ? newXform : Qn::GroupAttribute(cookInterface.getAttr("xform"));
-        const std::string name = freshConstraintName(existing);
-
-        Qn::GroupBuilder builder;
-        if (intField(entry, "prependConstraint", 0, true) != 0) {
-            builder.set(name, constraintGroup);
-            if (existing.isValid()) {
-                builder.update(existing);
-            }
-        } else {
-            if (existing.isValid()) {
-                builder.update(existing);
-            }
-            builder.set(name, constraintGroup);
-        }
-        const Qn::GroupAttribute built = builder.build();
-        if (built.isValid()) {
-            newXform = built;
-        }
+    // The entries are indexed once, where the traversal starts, and the index travels down with it: a
+    // location looks up its own entries instead of walking all of them.
+    const auto* index = static_cast<const ConstraintSetupIndex*>(cookInterface.getPrivateData());
+    if (!index) {
+        auto* made = new ConstraintSetupIndex(constraints);
+        cookInterface.replaceChildTraversalOp("ConstraintSetup",
+                                              Qn::GroupAttribute(cookInterface.getOpArg("")), made,
+                                              &ConstraintSetupIndex::destroy);
+        index = made;
     }
-
+    const Qn::GroupAttribute newXform =
+        installConstraints(cookInterface, constraints, index->entriesAt(outputPath), outputPath);
+    // Read before the traversal may be stopped: stopping lets the host free the index it was handed.
+    const bool aboveSomeBase = index->isAboveSomeBase(outputPath);
     if (newXform.isValid()) {
         cookInterface.setAttr("xform", newXform);
     }

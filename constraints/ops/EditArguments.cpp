@@ -49,10 +49,11 @@ CheckedArgument checkLocationPathArg(const Qn::Attribute& arg, const std::string
     if (!firstString(arg, path)) {
         return failed(opType, "a 'locationPath' argument must be given.");
     }
-    if (path[0] != '/') {
+    const std::string named = path[0] == '/' ? Qn::PathUtils::normalisedPath(std::string_view(), path) : "";
+    if (named.empty()) {
         return failed(opType, "'locationPath' must be an absolute location path, not '" + path + "'.");
     }
-    return CheckedArgument{Qn::PathUtils::stripTrailingSlashes(path), std::string()};
+    return CheckedArgument{named, std::string()};
 }
 
 CheckedArgument checkConstraintTypeArg(const Qn::Attribute& arg, const std::string& opType) {

@@ -13,7 +13,15 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     const Qn::SampleView<const char*> entries = list.getNearestSample(0.0f);
     data->paths.reserve(static_cast<size_t>(entries.size));
     for (const char* entry : entries) {
-        data->paths.emplace_back(entry);
+        const std::string_view written(entry);
+        const std::string named = Qn::PathUtils::isNormalisedPath(written)
+                                      ? std::string()
+                                      : Qn::PathUtils::normalisedPath(std::string_view(), written);
+        if (named.empty()) {
+            data->paths.push_back(written); // in normal form, or naming no location at all
+        } else {
+            data->paths.push_back(data->rewritten.emplace_back(named));
+        }
     }
     const std::vector<std::string_view>& paths = data->paths;
     data->positions.reserve(paths.size());
@@ -28,6 +36,7 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
             continue; // its ancestors are in already
         }
         data->slotPaths.push_back(path);
+        data->slotFirst.push_back(i);
         // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
         // entry, taken from the entry without its trailing slashes.
         std::string_view entry = path;
@@ -43,8 +52,27 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
             data->ancestorsOfListed.insert(entry.substr(0, 1));
         }
     }
+    data->slotAbove.reserve(data->slotPaths.size());
+    for (std::string_view path : data->slotPaths) {
+        data->slotAbove.push_back(data->nearestListed(path, false));
+    }
     data->memo = std::make_unique<ResolvedMemo>(data->positions.size());
     return data;
+}
+
+size_t ConstraintListData::nearestListed(std::string_view path, bool withSelf) const {
+    if (withSelf) {
+        if (const Position* listed = find(path)) {
+            return listed->slot;
+        }
+    }
+    for (size_t slash = path.rfind('/'); slash != std::string_view::npos && slash > 0;
+         slash = path.rfind('/', slash - 1)) {
+        if (const Position* listed = find(path.substr(0, slash))) {
+            return listed->slot;
+        }
+    }
+    return kNoSlot;
 }
 
 const std::vector<int32_t>& ConstraintListData::sortedOrder() const {

@@ -7,6 +7,7 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -27,9 +28,11 @@ struct ConstraintListData {
     ConstraintListData(const ConstraintListData&) = delete;
     ConstraintListData& operator=(const ConstraintListData&) = delete;
 
-    /// The list entries, in list order, viewing into `list`: a cook builds this for every entry of the
-    /// scene's list, so the paths are not copied.
+    /// The list entries, in list order, each as the location it names (trailing, doubled and "."
+    /// components gone: the one path rule), viewing into `list` or, for the few entries not written in
+    /// that form, into `rewritten`: the paths are not copied for every cook.
     std::vector<std::string_view> paths;
+    std::deque<std::string> rewritten;
     Qn::StringAttribute list;
     /// Where a listed path stands in the list.
     struct Position {
@@ -44,8 +47,14 @@ struct ConstraintListData {
     /// `paths`: the ancestor test of every location in one lookup.
     std::unordered_set<std::string_view> ancestorsOfListed;
 
-    /// The listed path of each memo slot.
+    /// The listed path of each memo slot, and its first entry in `paths`.
     std::vector<std::string_view> slotPaths;
+    std::vector<size_t> slotFirst;
+    /// The slot of the nearest listed strict ancestor of each slot's path, or kNoSlot: the listed
+    /// ancestors of a location are found by following these, not by looking up every prefix of a path
+    /// (which costs the square of its depth).
+    std::vector<size_t> slotAbove;
+    static constexpr size_t kNoSlot = static_cast<size_t>(-1);
     std::string_view pathOfSlot(size_t slot) const { return slotPaths[slot]; }
     /// The listed locations resolved so far in this traversal, one slot per distinct listed path.
     std::unique_ptr<ResolvedMemo> memo;
@@ -70,6 +79,10 @@ struct ConstraintListData {
     size_t firstIndexOf(std::string_view path) const;
     /// The position in `paths` of the last entry equal to `path`, or kNotListed.
     size_t lastIndexOf(std::string_view path) const;
+    /// The slot of the nearest listed location at or above `path` (strictly above when `withSelf` is
+    /// false), or kNoSlot.
+    size_t nearestListed(std::string_view path, bool withSelf) const;
+
     /// The position of `path` in the list, or null when it is not listed.
     const Position* find(std::string_view path) const {
         if (path.size() < kLengthsKnown && !m_entryLengths[path.size()]) {

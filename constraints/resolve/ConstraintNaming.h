@@ -17,16 +17,24 @@ inline bool isConstraintChildName(std::string_view name) {
     return name.substr(0, 10) == "constraint";
 }
 
-/// The first of "constraint", "constraint1", "constraint2", ... such that neither it nor "resolved"
-/// followed by it is in `taken` (a resolved constraint keeps its name reserved).
-inline std::string freshConstraintName(const std::set<std::string>& taken) {
-    std::string candidate = "constraint";
-    int counter = 0;
-    while (taken.count(candidate) || taken.count("resolved" + candidate)) {
-        ++counter;
-        candidate = "constraint" + std::to_string(counter);
+/// The first of "constraint", "constraint1", "constraint2", ... from number `counter` on such that
+/// neither it nor "resolved" followed by it is in `taken` (a resolved constraint keeps its name
+/// reserved); `counter` is left at its number. Names are only ever added to `taken`, so a caller naming
+/// several new children keeps `counter` and never looks at a taken name twice.
+inline std::string freshConstraintName(const std::set<std::string>& taken, int& counter) {
+    for (;; ++counter) {
+        std::string candidate =
+            counter == 0 ? std::string("constraint") : "constraint" + std::to_string(counter);
+        if (!taken.count(candidate) && !taken.count("resolved" + candidate)) {
+            return candidate;
+        }
     }
-    return candidate;
+}
+
+/// The first free constraint name in `taken`, as above from "constraint" on.
+inline std::string freshConstraintName(const std::set<std::string>& taken) {
+    int counter = 0;
+    return freshConstraintName(taken, counter);
 }
 
 /// The fresh constraint name for a new child of the group `xform` (an invalid group has no children).

@@ -7,7 +7,7 @@
 #include "constraints/resolve/ConstraintNaming.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/ConstraintResolverRegistry.h"
-#include "constraints/resolve/TargetPaths.h"
+#include "constraints/resolve/ResolvedWorlds.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -29,17 +29,19 @@ void mergeSampleTimes(SampleTimes& sampleTimes, bool respectMotionBlur) {
     if (!respectMotionBlur) {
         sampleTimes.clear();
     } else if (!sampleTimes.empty()) {
-        auto it = sampleTimes.begin();
-        float lastKept = *it++;
-        while (it != sampleTimes.end()) {
-            // Compared with the last kept time, not the previous one: a chain of close times
-            // collapses onto its earliest member.
-            if (std::fabs(*it - lastKept) < 0.001f) {
-                it = sampleTimes.erase(it);
-            } else {
-                lastKept = *it++;
+        // Kept times are moved to the front in one pass: erasing one by one would cost the square of the
+        // number of close times.
+        SampleTimes::sequence_type times = sampleTimes.extract_sequence();
+        size_t kept = 1;
+        for (size_t i = 1; i < times.size(); ++i) {
+            // Compared with the last kept time, not the previous one: a chain of close times collapses
+            // onto its earliest member.
+            if (!(std::fabs(times[i] - times[kept - 1]) < 0.001f)) {
+                times[kept++] = times[i];
             }
         }
+        times.resize(kept);
+        sampleTimes.adopt_sequence(boost::container::ordered_unique_range, std::move(times));
     }
     if (sampleTimes.empty()) {
         sampleTimes = SampleTimes{0.0f};
@@ -135,7 +137,15 @@ class ConstraintFrame;
 class ResolveSession {
 public:
     ResolveSession(Qn::VexilCookInterface& cookInterface, const ConstraintListData* constraintList)
-        : m_cookInterface(cookInterface), m_list(constraintList) {}
+        : m_cookInterface(cookInterface), m_list(constraintList) {
+        if (m_list && ResolvedWorlds::available()) {
+            m_worlds.emplace(cookInterface, *m_list);
+        }
+    }
+
+    /// The worlds of resolved locations, when the host can continue from them; null otherwise.
+    ResolvedWorlds* worlds() const { return m_worlds ? &*m_worlds : nullptr; }
+    const ConstraintListData* list() const { return m_list; }
 
     ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
         if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
@@ -197,7 +207,8 @@ private:
     ResolvedLocation resolveListed(size_t slot, std::string_view path, const Qn::GroupAttribute& xform);
     void walkNeeds(std::vector<Pending>& stack);
     PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
-    PreparedConstraint prepareConstraint(std::string_view path, size_t child, const Qn::Attribute& value);
+    PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
+                                         const Qn::Attribute& value);
     void findNeeds(std::string_view path, PreparedConstraint& constraint);
     ResolvedLocation resolveLocation(const PreparedLocation& location);
     ConstraintOutcome resolveConstraint(const PreparedLocation& location,
@@ -231,6 +242,7 @@ private:
 
     Qn::VexilCookInterface& m_cookInterface;
     const ConstraintListData* m_list;
+    mutable std::optional<ResolvedWorlds> m_worlds;
     /// The memo slots on the walk's stack: a need among them closes a cycle.
     std::unordered_set<size_t> m_inProgress;
 };
@@ -277,10 +289,28 @@ public:
             values = onHeap.data();
         }
         XformSamples samples;
-        if (!Qn::VexilPluginHost::copyWorldXformAtTimes(
-                cookInterface, locationPath, times.empty() ? nullptr : &*times.begin(),
-                static_cast<int64_t>(times.size()), values,
-                m_session.overridesFor(locationPath, m_basePath, m_baseOverride))) {
+        const float* timeArray = times.empty() ? nullptr : &*times.begin();
+        const int64_t count = static_cast<int64_t>(times.size());
+        if (const std::optional<size_t> from = continuableFrom(locationPath)) {
+            if (count == 0) {
+                return samples;
+            }
+            ResolvedWorlds& worlds = *m_session.worlds();
+            const std::string_view top = m_session.list()->pathOfSlot(*from);
+            if (top.size() == locationPath.size()) {
+                worlds.worldsAt(*from, timeArray, times.size(), values);
+            } else {
+                std::vector<double> above(16 * times.size());
+                worlds.worldsAt(*from, timeArray, times.size(), above.data());
+                if (!Qn::VexilPluginHost::copyWorldXformAtTimesBelow(cookInterface, locationPath, top.size(),
+                                                                     timeArray, count, above.data(), values,
+                                                                     baseOverrideFor(locationPath))) {
+                    return samples;
+                }
+            }
+        } else if (!Qn::VexilPluginHost::copyWorldXformAtTimes(
+                       cookInterface, locationPath, timeArray, count, values,
+                       m_session.overridesFor(locationPath, m_basePath, m_baseOverride))) {
             return samples;
         }
         samples.reserve(times.size());
@@ -306,6 +336,32 @@ public:
     /// whose times join the base's without a set of their own.
     void addWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                                   SampleTimes& sampleTimes) const {
+        if (const std::optional<size_t> from = continuableFrom(locationPath)) {
+            std::vector<float> times = m_session.worlds()->sampleTimes(*from);
+            const std::string_view top = m_session.list()->pathOfSlot(*from);
+            if (top.size() != locationPath.size()) {
+                const Qn::GroupAttribute overrides = baseOverrideFor(locationPath);
+                std::vector<float> below(4);
+                int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
+                    cookInterface, locationPath, top.size(), below.data(), 4, overrides);
+                if (count > 4) {
+                    below.resize(static_cast<size_t>(count));
+                    count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
+                        cookInterface, locationPath, top.size(), below.data(), count, overrides);
+                }
+                below.resize(
+                    static_cast<size_t>(std::max<int64_t>(0, std::min<int64_t>(count, below.size()))));
+                std::vector<float> merged;
+                std::set_union(times.begin(), times.end(), below.begin(), below.end(),
+                               std::back_inserter(merged));
+                times.swap(merged);
+            }
+            if (times.empty()) {
+                times.push_back(0.0f); // a chain none of whose operations is sampled has the one time 0
+            }
+            sampleTimes.insert(times.begin(), times.end());
+            return;
+        }
         const Qn::GroupAttribute overrides = m_session.overridesFor(locationPath, m_basePath, m_baseOverride);
         float onStack[4];
         int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimes(cookInterface, locationPath, onStack,
@@ -331,6 +387,38 @@ public:
     }
 
 private:
+    /// The memo slot of the resolved location whose world `locationPath`'s can be continued from, or none:
+    /// there is none, the host cannot continue, or the base lies above it (the memo's worlds see the base
+    /// as it came, where this constraint must see it as the constraints before it left it).
+    std::optional<size_t> continuableFrom(const std::string& locationPath) const {
+        ResolvedWorlds* worlds = m_session.worlds();
+        if (!worlds) {
+            return std::nullopt;
+        }
+        const std::optional<size_t> slot = worlds->nearestResolved(locationPath);
+        if (!slot) {
+            return std::nullopt;
+        }
+        const std::string_view top = m_session.list()->pathOfSlot(*slot);
+        const bool baseAbove = m_basePath.size() < top.size() &&
+                               top.compare(0, m_basePath.size(), m_basePath) == 0 &&
+                               top[m_basePath.size()] == '/';
+        return baseAbove ? std::nullopt : slot;
+    }
+
+    /// The override of the base by the partial xform, when the base is `locationPath` or above it.
+    Qn::GroupAttribute baseOverrideFor(std::string_view locationPath) const {
+        const bool baseAtOrAbove =
+            locationPath.compare(0, m_basePath.size(), m_basePath) == 0 &&
+            (locationPath.size() == m_basePath.size() || locationPath[m_basePath.size()] == '/');
+        if (!m_baseOverride.isValid() || !baseAtOrAbove) {
+            return Qn::GroupAttribute();
+        }
+        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+        builder.set(std::string(m_basePath), m_baseOverride);
+        return builder.build();
+    }
+
     const ResolveSession& m_session;
     std::string_view m_basePath;
     Qn::GroupAttribute m_partialXform;
@@ -397,20 +485,28 @@ PreparedLocation ResolveSession::prepare(std::string_view path, const Qn::GroupA
     PreparedLocation location{path, xform, {}};
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
         if (isConstraintChildName(xform.getChildNameView(i))) {
-            location.constraints.push_back(
-                prepareConstraint(path, static_cast<size_t>(i), xform.getChildByIndex(i)));
+            location.constraints.push_back(prepareConstraint(
+                path, static_cast<size_t>(i), xform.getChildNameView(i), xform.getChildByIndex(i)));
         }
     }
     return location;
 }
 
 PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size_t child,
-                                                     const Qn::Attribute& value) {
+                                                     std::string_view name, const Qn::Attribute& value) {
     PreparedConstraint constraint;
     constraint.child = child;
     const Qn::GroupAttribute group(value);
     try {
         const ConstraintDescription description = readConstraintDescription(group);
+        if (!Qn::StringAttribute(description.type).isValid()) {
+            // The error itself only says that no string could be read; the warning says where and why.
+            constraint.warnings.push_back(
+                group.isValid() ? "The constraint '" + std::string(name) + "' of " + std::string(path) +
+                                      " has no 'type': it needs a string naming its kind, such as \"Point\"."
+                                : "The child '" + std::string(name) + "' of xform at " + std::string(path) +
+                                      " is not a group, so it is no constraint description.");
+        }
         constraint.type = Qn::StringAttribute(description.type).getValue(std::string(), true);
         ConstraintResolverCreator creator = findConstraintResolverCreator(constraint.type);
         if (!creator) {
@@ -428,7 +524,7 @@ PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size
         const bool requireTargetBounds = readSwitch(description.requireTargetBounds, 0) != 0;
         constraint.targets.reserve(static_cast<size_t>(written.size));
         for (const char* target : written) {
-            std::string targetPath = resolveTargetPath(path, target);
+            std::string targetPath = Qn::PathUtils::normalisedPath(path, target);
             if (targetPath.empty() || !m_cookInterface.doesLocationExist(targetPath)) {
                 if (!allowMissingTargets) {
                     throw std::runtime_error("Constraint target (" +
@@ -467,21 +563,27 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
     // of its targets, and of the constrained location's own listed constrained ancestors.
     std::vector<std::pair<size_t, size_t>> needs; // (first entry, slot)
     const size_t limit = listLimit(path);
-    auto consider = [&](std::string_view location) {
-        if (location == path) {
+    auto consider = [&](size_t slot) {
+        const std::string_view location = m_list->pathOfSlot(slot);
+        if (location == path || !isConstrained(slot, location)) {
             return;
         }
-        const ConstraintListData::Position* listed = m_list->find(location);
-        if (listed && isConstrained(listed->slot, location)) {
-            needs.emplace_back(listed->first, listed->slot);
-            // What a location needs must be listed before it.
-            constraint.needsOutOfOrder = constraint.needsOutOfOrder || listed->first >= limit;
+        const size_t first = m_list->slotFirst[slot];
+        needs.emplace_back(first, slot);
+        // What a location needs must be listed before it.
+        constraint.needsOutOfOrder = constraint.needsOutOfOrder || first >= limit;
+    };
+    // The listed locations at or above a path: its nearest, then each one's nearest listed ancestor.
+    auto considerListedAtOrAbove = [&](std::string_view location) {
+        for (size_t slot = m_list->nearestListed(location, true); slot != ConstraintListData::kNoSlot;
+             slot = m_list->slotAbove[slot]) {
+            consider(slot);
         }
     };
     for (const std::string& target : constraint.targets) {
-        forEachAncestorOrSelf(target, consider);
+        considerListedAtOrAbove(target);
     }
-    forEachAncestorOrSelf(path, consider);
+    considerListedAtOrAbove(path);
     // They resolve in the order of their first entries, as a walk of the list would meet them.
     std::sort(needs.begin(), needs.end());
     needs.erase(std::unique(needs.begin(), needs.end()), needs.end());

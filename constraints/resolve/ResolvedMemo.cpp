@@ -8,7 +8,21 @@ ResolvedMemo::ResolvedMemo(size_t slots) : m_slots(std::make_unique<Slot[]>(slot
 ResolvedMemo::~ResolvedMemo() {
     for (size_t i = 0; i < m_count; ++i) {
         delete m_slots[i].result.load(std::memory_order_relaxed);
+        delete m_slots[i].world.load(std::memory_order_relaxed);
     }
+}
+
+ResolvedWorld& ResolvedMemo::world(size_t slot) const {
+    std::atomic<ResolvedWorld*>& world = m_slots[slot].world;
+    if (ResolvedWorld* made = world.load(std::memory_order_acquire)) {
+        return *made;
+    }
+    auto fresh = std::make_unique<ResolvedWorld>();
+    ResolvedWorld* expected = nullptr;
+    if (world.compare_exchange_strong(expected, fresh.get(), std::memory_order_acq_rel)) {
+        return *fresh.release();
+    }
+    return *expected; // another cook made it first
 }
 
 void ResolvedMemo::waitWhileClaimed(Slot& slot) {

@@ -5,11 +5,16 @@
 #include "constraints/resolve/ConstraintTypes.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
+#include <boost/container/flat_map.hpp>
+
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <vector>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -19,6 +24,21 @@ struct ResolvedLocation {
     OutputAttributes attributes;
     Qn::GroupAttribute xform;
     bool dependencyFailed = false; ///< some constraint failed because the list cannot order its needs
+};
+
+/// What the locations below a resolved listed location need of it: its world transform with its
+/// resolution applied, kept as it is asked for so that no chain is recomputed from "/root" for each
+/// location below. Every value is a function of the input and the resolutions, whichever cook adds it.
+struct ResolvedWorld {
+    static constexpr int64_t kUnknown = -2;
+    static constexpr int64_t kNone = -1;
+    /// The slot of the nearest resolved listed strict ancestor, kNone, or kUnknown until found.
+    std::atomic<int64_t> above{kUnknown};
+    std::mutex mutex; ///< guards what follows
+    /// The sample times of every operation of its chain, its resolution applied (may be empty).
+    std::optional<std::vector<float>> times;
+    /// Its world transform at the times asked for so far.
+    boost::container::flat_map<float, Imath::M44d> matrices;
 };
 
 /// One slot per distinct listed path. A slot is claimed by the cook that resolves it; a cook that finds
@@ -38,6 +58,9 @@ public:
     void setConstrained(size_t slot, bool constrained) const {
         m_slots[slot].constrained.store(constrained ? 1 : 0, std::memory_order_relaxed);
     }
+
+    /// The world cache of `slot`, made on first use.
+    ResolvedWorld& world(size_t slot) const;
 
     /// The published result of `slot`, or null.
     const ResolvedLocation* find(size_t slot) const {
@@ -79,6 +102,7 @@ private:
         std::atomic<const ResolvedLocation*> result{nullptr};
         std::atomic<bool> claimed{false};
         mutable std::atomic<signed char> constrained{-1};
+        mutable std::atomic<ResolvedWorld*> world{nullptr};
     };
 
     void waitWhileClaimed(Slot& slot);

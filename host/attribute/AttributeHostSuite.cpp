@@ -1,14 +1,16 @@
 // The C entry points of the AttributeHost suite and the exported service table. Every entry is
 // safe on a null handle and never lets an exception out.
+#include "host/attribute/CaughtException.h"
 #include "host/attribute/DataValue.h"
 #include "host/attribute/GroupBuilderState.h"
 #include "host/attribute/GroupValue.h"
 #include "host/attribute/Serialiser.h"
+#include "hostapi/attribute/SampleSearch.h"
 
 #include <algorithm>
 #include <cstring>
+#include <iostream>
 #include <new>
-#include <stdexcept>
 
 namespace VexilHost {
 namespace {
@@ -23,7 +25,14 @@ GroupBuilderState* builderOf(QnGroupBuilderHandle h) {
     return reinterpret_cast<GroupBuilderState*>(h);
 }
 
-/// A string attribute holding `text`, or null when even that cannot be made.
+/// Reports the exception being handled, caught by the entry `entry`, as one line on standard error:
+/// this library has no location to mark, and a failure must not pass unseen. Never throws.
+void reportFailure(const char* entry) noexcept {
+    std::cerr << "QnAttributeHost: " << entry << " failed: " << caughtExceptionText() << '\n';
+}
+
+/// A string attribute holding `text`, or null when even that cannot be made (then `text` goes to
+/// standard error, so that the error is not lost).
 QnAttributeHandle errorText(const std::string& text) {
     try {
         return handleOf(StringValue::create(1, 1, 1, [&text](float* times, std::string* values) {
@@ -31,6 +40,8 @@ QnAttributeHandle errorText(const std::string& text) {
             values[0] = text;
         }));
     } catch (...) {
+        std::cerr << "QnAttributeHost: an error attribute failed: " << caughtExceptionText()
+                  << "; the error was: " << text << '\n';
         return nullptr;
     }
 }
@@ -136,13 +147,8 @@ void getHash(QnAttributeHandle attr, uint64_t hashOut[2]) {
     if (!hashOut)
         return;
     hashOut[0] = hashOut[1] = 0;
-    if (!attr)
-        return;
-    try {
-        val(attr)->hash(hashOut);
-    } catch (...) {
-        hashOut[0] = hashOut[1] = 0;
-    }
+    if (attr)
+        val(attr)->hash(hashOut); // allocates nothing and cannot fail
 }
 
 int64_t getNumberOfTimeSamples(QnAttributeHandle attr) {
@@ -171,7 +177,7 @@ int64_t getNumberOfChildren(QnAttributeHandle group) {
 void getBoundingSampleTimes(QnAttributeHandle attr, float time, float* left, float* right) {
     float l = 0.0f, r = 0.0f;
     withData<int>(attr, 0, [&](const auto& d) {
-        boundingSampleTimes(d.times(), d.numSamples(), time, l, r);
+        Qn::boundingSampleTimes(d.times(), d.numSamples(), time, l, r);
         return 0;
     });
     if (left)
@@ -180,43 +186,45 @@ void getBoundingSampleTimes(QnAttributeHandle attr, float time, float* left, flo
         *right = r;
 }
 
+/// A new data attribute of the caller's samples, or null for invalid input (see validSampleLayout;
+/// a null string gives no value either) or a failure, which is reported as entry `entry`'s.
 template <typename T, typename In>
-QnAttributeHandle createSamples(const float* times, int64_t numSamples, const In* const* values,
-                                int64_t valuesPerSample, int64_t tupleSize) {
+QnAttributeHandle createSamples(const char* entry, const float* times, int64_t numSamples,
+                                const In* const* values, int64_t valuesPerSample, int64_t tupleSize) {
     if (!validSampleLayout(times, numSamples, reinterpret_cast<const void* const*>(values), valuesPerSample,
                            tupleSize))
         return nullptr;
+    if constexpr (std::is_same_v<T, std::string>) {
+        for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i)
+            if (std::find(values[i], values[i] + valuesPerSample, nullptr) != values[i] + valuesPerSample)
+                return nullptr;
+    }
     try {
-        // Straight from the caller's arrays into the value's own block; a null string gives no value.
+        // Straight from the caller's arrays into the value's own block.
         return handleOf(DataValue<T>::create(numSamples, valuesPerSample, tupleSize, [&](float* t, T* v) {
             std::copy(times, times + numSamples, t);
-            for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i) {
-                if constexpr (std::is_same_v<T, std::string>) {
-                    if (std::find(values[i], values[i] + valuesPerSample, nullptr) !=
-                        values[i] + valuesPerSample)
-                        throw std::invalid_argument("null string");
-                }
+            for (int64_t i = 0; i < numSamples && valuesPerSample > 0; ++i)
                 v = std::copy(values[i], values[i] + valuesPerSample, v);
-            }
         }));
     } catch (...) {
+        reportFailure(entry);
         return nullptr;
     }
 }
 
 QnAttributeHandle createIntSamples(const float* t, int64_t n, const int32_t* const* v, int64_t c, int64_t s) {
-    return createSamples<int32_t>(t, n, v, c, s);
+    return createSamples<int32_t>("createIntSamples", t, n, v, c, s);
 }
 QnAttributeHandle createFloatSamples(const float* t, int64_t n, const float* const* v, int64_t c, int64_t s) {
-    return createSamples<float>(t, n, v, c, s);
+    return createSamples<float>("createFloatSamples", t, n, v, c, s);
 }
 QnAttributeHandle createDoubleSamples(const float* t, int64_t n, const double* const* v, int64_t c,
                                       int64_t s) {
-    return createSamples<double>(t, n, v, c, s);
+    return createSamples<double>("createDoubleSamples", t, n, v, c, s);
 }
 QnAttributeHandle createStringSamples(const float* t, int64_t n, const char* const* const* v, int64_t c,
                                       int64_t s) {
-    return createSamples<std::string>(t, n, v, c, s);
+    return createSamples<std::string>("createStringSamples", t, n, v, c, s);
 }
 
 uint8_t isEqual(QnAttributeHandle a, QnAttributeHandle b) {
@@ -238,7 +246,7 @@ QnAttributeHandle createString(const char* text) {
         return nullptr;
     const float time = 0.0f;
     const char* const* values = &text;
-    return createStringSamples(&time, 1, &values, 1, 1);
+    return createSamples<std::string>("createString", &time, 1, &values, 1, 1);
 }
 
 QnAttributeHandle getChildByIndex(QnAttributeHandle group, int64_t index) {
@@ -261,33 +269,34 @@ QnAttributeHandle getChildByName(QnAttributeHandle group, const char* name, int3
     return handleOf(c);
 }
 
-template <typename T> QnAttributeHandle createOne(T value) {
+template <typename T> QnAttributeHandle createOne(const char* entry, T value) {
     const float time = 0.0f;
     const T* values = &value;
-    return createSamples<T>(&time, 1, &values, 1, 1);
+    return createSamples<T>(entry, &time, 1, &values, 1, 1);
 }
 QnAttributeHandle createInt(int32_t value) {
-    return createOne(value);
+    return createOne("createInt", value);
 }
 QnAttributeHandle createFloat(float value) {
-    return createOne(value);
+    return createOne("createFloat", value);
 }
 QnAttributeHandle createDouble(double value) {
-    return createOne(value);
+    return createOne("createDouble", value);
 }
 
-QnGroupBuilderHandle createBuilder(bool literal) {
+QnGroupBuilderHandle createBuilder(const char* entry, bool literal) {
     try {
         return reinterpret_cast<QnGroupBuilderHandle>(new GroupBuilderState(literal));
     } catch (...) {
+        reportFailure(entry);
         return nullptr;
     }
 }
 QnGroupBuilderHandle createGroupBuilder() {
-    return createBuilder(false);
+    return createBuilder("createGroupBuilder", false);
 }
 QnGroupBuilderHandle createGroupBuilderWithMode(uint8_t mode) {
-    return createBuilder(mode == QN_GROUP_BUILDER_MODE_LITERAL);
+    return createBuilder("createGroupBuilderWithMode", mode == QN_GROUP_BUILDER_MODE_LITERAL);
 }
 
 void releaseGroupBuilder(QnGroupBuilderHandle builder) {
@@ -300,7 +309,7 @@ void groupBuilderSet(QnGroupBuilderHandle builder, const char* name, int32_t len
     try {
         builderOf(builder)->set(nameOf(name, length), val(attr));
     } catch (...) {
-        // out of memory: the builder keeps what it had
+        reportFailure("groupBuilderSet"); // the builder keeps what it had
     }
 }
 
@@ -310,6 +319,7 @@ void groupBuilderDelete(QnGroupBuilderHandle builder, const char* name, int32_t 
     try {
         builderOf(builder)->remove(nameOf(name, length));
     } catch (...) {
+        reportFailure("groupBuilderDelete");
     }
 }
 
@@ -320,6 +330,7 @@ void groupBuilderUpdate(QnGroupBuilderHandle builder, QnAttributeHandle group) {
     try {
         builderOf(builder)->update(*g);
     } catch (...) {
+        reportFailure("groupBuilderUpdate");
     }
 }
 
@@ -332,6 +343,7 @@ QnAttributeHandle groupBuilderBuild(QnGroupBuilderHandle builder, uint8_t flag) 
             builderOf(builder)->clear();
         return handleOf(g);
     } catch (...) {
+        reportFailure("groupBuilderBuild");
         return nullptr;
     }
 }
@@ -339,7 +351,7 @@ QnAttributeHandle groupBuilderBuild(QnGroupBuilderHandle builder, uint8_t flag) 
 template <typename T>
 const typename DataValue<T>::Element* nearestSample(QnAttributeHandle attr, float time, int64_t* countOut) {
     const DataValue<T>* d = asData<T>(attr);
-    const int64_t index = d ? nearestSampleIndex(d->times(), d->numSamples(), time) : -1;
+    const int64_t index = d ? Qn::nearestSampleIndex(d->times(), d->numSamples(), time) : -1;
     const auto* values = d ? d->sampleValues(index) : nullptr;
     if (countOut)
         *countOut = values ? d->valuesPerSample() : 0;
@@ -367,6 +379,7 @@ const QnSampleAccessor* getSampleAccessor(QnAttributeHandle attr, int32_t typeCo
         if (typeCode == QN_ATTRIBUTE_TYPE_DOUBLE)
             return asData<double>(attr)->accessor();
     } catch (...) {
+        reportFailure("getSampleAccessor");
     }
     return nullptr;
 }

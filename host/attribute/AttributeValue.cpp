@@ -1,8 +1,8 @@
 #include "host/attribute/AttributeValue.h"
 
+// The state's layout, so that it can live on the stack rather than in an allocation that may fail.
+#define XXH_STATIC_LINKING_ONLY
 #include <xxhash.h>
-
-#include <memory>
 
 namespace VexilHost {
 
@@ -11,19 +11,16 @@ ShardedCounter LiveCounts::builders;
 
 namespace {
 
-/// Streams bytes into an XXH3 128-bit state through a small buffer.
+/// Streams bytes into an XXH3 128-bit state through a small buffer; allocates nothing, so hashing
+/// cannot fail.
 class HashSink : public ByteSink {
 public:
-    HashSink() : m_state(XXH3_createState(), &XXH3_freeState) {
-        if (!m_state)
-            throw std::bad_alloc();
-        XXH3_128bits_reset(m_state.get());
-    }
+    HashSink() { XXH3_128bits_reset(&m_state); }
     void write(const void* bytes, size_t length) override {
         if (m_used + length > sizeof(m_buffer)) {
             flush();
             if (length > sizeof(m_buffer)) {
-                XXH3_128bits_update(m_state.get(), bytes, length);
+                XXH3_128bits_update(&m_state, bytes, length);
                 return;
             }
         }
@@ -32,16 +29,16 @@ public:
     }
     XXH128_hash_t digest() {
         flush();
-        return XXH3_128bits_digest(m_state.get());
+        return XXH3_128bits_digest(&m_state);
     }
 
 private:
     void flush() {
         if (m_used)
-            XXH3_128bits_update(m_state.get(), m_buffer, m_used);
+            XXH3_128bits_update(&m_state, m_buffer, m_used);
         m_used = 0;
     }
-    std::unique_ptr<XXH3_state_t, XXH_errorcode (*)(XXH3_state_t*)> m_state;
+    XXH3_state_t m_state;
     unsigned char m_buffer[4096];
     size_t m_used = 0;
 };

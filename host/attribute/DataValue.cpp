@@ -13,7 +13,6 @@ namespace {
 struct AllocatedAccessor {
     QnSampleAccessor record;
     const AttributeValue* owner;
-    const void** pointers;
 };
 static_assert(std::is_standard_layout_v<AllocatedAccessor>);
 
@@ -41,43 +40,6 @@ constexpr size_t alignUp(size_t offset, size_t alignment) {
 }
 
 } // namespace
-
-int64_t nearestSampleIndex(const float* times, int64_t numSamples, float time) {
-    if (numSamples <= 0)
-        return -1;
-    int64_t best = 0;
-    float bestDiff = std::fabs(times[0] - time);
-    for (int64_t i = 1; i < numSamples; ++i) {
-        const float diff = std::fabs(times[i] - time);
-        if (diff < bestDiff) { // strictly smaller: the earliest sample wins a tie
-            best = i;
-            bestDiff = diff;
-        }
-    }
-    return best;
-}
-
-void boundingSampleTimes(const float* times, int64_t numSamples, float time, float& left, float& right) {
-    if (numSamples <= 0) {
-        left = right = 0.0f;
-        return;
-    }
-    const float first = times[0];
-    const float last = times[numSamples - 1];
-    if (!(time > first)) { // also catches NaN
-        left = right = first;
-        return;
-    }
-    if (time >= last) {
-        left = right = last;
-        return;
-    }
-    int64_t i = 0;
-    while (times[i + 1] <= time)
-        ++i;
-    left = times[i];
-    right = times[i] == time ? times[i] : times[i + 1];
-}
 
 bool validSampleLayout(const float* times, int64_t numSamples, const void* const* values,
                        int64_t valuesPerSample, int64_t tupleSize) {
@@ -147,6 +109,7 @@ DataValue<T>::DataValue(int64_t numSamples, int64_t valuesPerSample, int64_t tup
 template <typename T> DataValue<T>::~DataValue() {
     if constexpr (kIsString)
         std::destroy_n(m_values, static_cast<size_t>(numValues()));
+    delete[] m_samplePointers.load(std::memory_order_acquire);
 }
 
 template <typename T> void DataValue<T>::finish() {
@@ -168,15 +131,22 @@ template <typename T> auto DataValue<T>::sampleValues(int64_t index) const -> co
 template <typename T> const QnSampleAccessor* DataValue<T>::accessor() const {
     if (numSamples() == 1)
         return &m_embedded;
+    const void** pointers = m_samplePointers.load(std::memory_order_acquire);
+    if (!pointers) {
+        // Made once per attribute: a copy per record would make every lookup through a record cost
+        // as much as the number of samples. Two threads may race; the first array is kept.
+        std::unique_ptr<const void*[]> made(new const void*[static_cast<size_t>(numSamples())]);
+        for (int64_t i = 0; i < numSamples(); ++i)
+            made[static_cast<size_t>(i)] = m_values + i * m_valuesPerSample;
+        if (m_samplePointers.compare_exchange_strong(pointers, made.get(), std::memory_order_acq_rel))
+            pointers = made.release();
+    }
     auto* allocated = new AllocatedAccessor{};
-    allocated->pointers = new const void*[static_cast<size_t>(numSamples())];
-    for (int64_t i = 0; i < numSamples(); ++i)
-        allocated->pointers[i] = m_values + i * m_valuesPerSample;
     allocated->record.flags = QN_SAMPLE_ACCESSOR_HAND_BACK;
     allocated->record.numSamples = numSamples();
     allocated->record.valuesPerSample = m_valuesPerSample;
     allocated->record.times = m_times;
-    allocated->record.values = allocated->pointers;
+    allocated->record.values = pointers;
     allocated->owner = this;
     retain();
     return &allocated->record;
@@ -205,7 +175,6 @@ void releaseAccessor(const QnSampleAccessor* record) {
         return;
     const auto* allocated = reinterpret_cast<const AllocatedAccessor*>(record);
     const AttributeValue* owner = allocated->owner;
-    delete[] allocated->pointers;
     delete allocated;
     owner->release();
 }

@@ -4,20 +4,13 @@
 
 #include "host/attribute/AttributeValue.h"
 
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <string>
 #include <type_traits>
 
 namespace VexilHost {
-
-/// The index of the sample whose time is nearest to `time`, differences taken in single precision;
-/// the earliest sample wins a tie. -1 when there are no samples.
-int64_t nearestSampleIndex(const float* times, int64_t numSamples, float time);
-
-/// The two sample times that bracket `time`; both the same when `time` falls on a sample or outside
-/// the sampled range (then the nearer end's time).
-void boundingSampleTimes(const float* times, int64_t numSamples, float time, float& left, float& right);
 
 /// True when the arguments of a creation entry describe a valid attribute: at least one sample,
 /// strictly ascending finite times, a positive tuple size dividing the values per sample, and a value
@@ -49,7 +42,9 @@ public:
     const Element* sampleValues(int64_t index) const;
 
     /// The record of the sample accessor entry: embedded for a single sample (contiguous, not handed
-    /// back), allocated for several (one pointer per sample, handed back, holding a reference).
+    /// back), allocated for several (one pointer per sample, handed back, holding a reference). The
+    /// array of pointers is made on first use and shared by every record, so each costs the same
+    /// whatever the number of samples.
     const QnSampleAccessor* accessor() const;
 
     void encodeForHash(ByteSink& sink) const override { encode(sink); }
@@ -81,6 +76,8 @@ private:
     const char** m_cstrings; ///< null unless T is std::string
     float* m_times;
     QnSampleAccessor m_embedded{};
+    /// The first value of each sample, made by the first accessor() of several samples.
+    mutable std::atomic<const void**> m_samplePointers{nullptr};
 };
 
 template <typename T>

@@ -34,27 +34,45 @@ GroupBuilderState::Entry* GroupBuilderState::Node::find(std::string_view name) {
 }
 
 void GroupBuilderState::Node::append(Entry entry) {
-    entries.push_back(std::move(entry));
-    if (entries.size() < kIndexedEntries)
-        return;
-    if (index.empty()) {
-        for (size_t i = 0; i < entries.size(); ++i)
-            index.emplace(entries[i].name, i);
-    } else {
-        index.emplace(entries.back().name, entries.size() - 1);
+    // Out of memory part way, the node is left as it was and the entry's reference is dropped.
+    const AttributeValue* leaf = entry.leaf;
+    bool appended = false;
+    try {
+        entries.push_back(std::move(entry));
+        appended = true;
+        if (entries.size() < kIndexedEntries)
+            return;
+        if (index.empty()) {
+            std::unordered_map<std::string, size_t> built;
+            for (size_t i = 0; i < entries.size(); ++i)
+                built.emplace(entries[i].name, i);
+            index.swap(built);
+        } else {
+            index.emplace(entries.back().name, entries.size() - 1);
+        }
+    } catch (...) {
+        if (appended)
+            entries.pop_back();
+        if (leaf)
+            leaf->release();
+        throw;
     }
 }
 
 void GroupBuilderState::Node::setLeaf(std::string_view name, const AttributeValue* value) {
-    value->retain();
-    if (Entry* e = find(name)) {
-        if (e->leaf)
-            e->leaf->release();
-        e->leaf = value;
-        e->node.reset();
+    Entry* e = find(name);
+    if (!e) {
+        Entry entry{std::string(name), nullptr, nullptr}; // allocated before the reference is taken
+        value->retain();
+        entry.leaf = value;
+        append(std::move(entry));
         return;
     }
-    append(Entry{std::string(name), value, nullptr});
+    value->retain();
+    if (e->leaf)
+        e->leaf->release();
+    e->leaf = value;
+    e->node.reset();
 }
 
 bool GroupBuilderState::Node::open(Entry& entry) {
@@ -95,13 +113,16 @@ void GroupBuilderState::Node::remove(std::string_view name) {
     if (!found)
         return;
     const size_t pos = static_cast<size_t>(found - entries.data());
+    // The new index first: if it cannot be made, nothing has changed.
+    std::unordered_map<std::string, size_t> rebuilt;
+    if (entries.size() - 1 >= kIndexedEntries)
+        for (size_t i = 0; i < entries.size(); ++i)
+            if (i != pos)
+                rebuilt.emplace(entries[i].name, i < pos ? i : i - 1);
     if (entries[pos].leaf)
         entries[pos].leaf->release();
     entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(pos));
-    index.clear();
-    if (entries.size() >= kIndexedEntries)
-        for (size_t i = 0; i < entries.size(); ++i)
-            index.emplace(entries[i].name, i);
+    index.swap(rebuilt);
 }
 
 const GroupValue* GroupBuilderState::Node::build() const {

@@ -1,6 +1,7 @@
 #include "host/engine/CookContext.h"
 
 #include "host/engine/AttributeEdit.h"
+#include "host/services/EntryFailure.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <tbb/task_arena.h>
@@ -78,6 +79,7 @@ QnAttributeHandle getOpArg(VexilCookHandle h, const char* name, int32_t nameLeng
     try {
         return give(ctx(h).opArg(view(name, nameLength)));
     } catch (...) {
+        reportEntryFailure("getOpArg", h);
         return nullptr;
     }
 }
@@ -90,6 +92,7 @@ void prefetch(VexilCookHandle h, const char* path, int32_t pathLength, int32_t i
     try {
         ctx(h).prefetch(text(path, pathLength), inputIndex);
     } catch (...) {
+        reportEntryFailure("prefetch", h);
     }
 }
 
@@ -102,6 +105,7 @@ QnAttributeHandle getAttr(VexilCookHandle h, const char* name, int32_t nameLengt
         }
         return give(AttributeEdit::getDotted(node.attrs(), view(name, nameLength)));
     } catch (...) {
+        reportEntryFailure("getAttr", h);
         return nullptr;
     }
 }
@@ -112,6 +116,7 @@ uint8_t doesLocationExist(VexilCookHandle h, const char* path, int32_t pathLengt
         Node node;
         return ctx(h).queryNode(path, pathLength, inputIndex, abort, node) && node.exists() ? 1 : 0;
     } catch (...) {
+        reportEntryFailure("doesLocationExist", h);
         return 0;
     }
 }
@@ -129,6 +134,7 @@ QnAttributeHandle getPotentialChildren(VexilCookHandle h, const char* path, int3
         }
         return give(Qn::StringAttribute(names));
     } catch (...) {
+        reportEntryFailure("getPotentialChildren", h);
         return nullptr;
     }
 }
@@ -141,6 +147,7 @@ void createChild(VexilCookHandle h, const char* name, int32_t nameLength, const 
                            Qn::GroupAttribute(Qn::Attribute::share(opArgs)), resetRecursive, privateData,
                            deleter);
     } catch (...) {
+        reportEntryFailure("createChild", h);
     }
 }
 
@@ -153,6 +160,7 @@ QnAttributeHandle getAllAttrs(VexilCookHandle h, const char* path, int32_t pathL
         }
         return give(node.attrs());
     } catch (...) {
+        reportEntryFailure("getAllAttrs", h);
         return nullptr;
     }
 }
@@ -182,6 +190,7 @@ QnAttributeHandle getAttrWithFallback(VexilCookHandle h, const char* path, int32
         }
         return nullptr;
     } catch (...) {
+        reportEntryFailure("getAttrWithFallback", h);
         return nullptr;
     }
 }
@@ -190,6 +199,7 @@ void setAttr(VexilCookHandle h, const char* name, int32_t nameLength, QnAttribut
     try {
         ctx(h).setAttr(text(name, nameLength), Qn::Attribute::share(attr));
     } catch (...) {
+        reportEntryFailure("setAttr", h);
     }
 }
 
@@ -197,6 +207,7 @@ void deleteAttr(VexilCookHandle h, const char* name, int32_t nameLength) {
     try {
         ctx(h).deleteAttr(text(name, nameLength));
     } catch (...) {
+        reportEntryFailure("deleteAttr", h);
     }
 }
 
@@ -206,6 +217,7 @@ void replaceChildTraversalOp(VexilCookHandle h, const char* opType, int32_t opTy
         ctx(h).replaceChildTraversal(text(opType, opTypeLength),
                                      Qn::GroupAttribute(Qn::Attribute::share(opArgs)), privateData, deleter);
     } catch (...) {
+        reportEntryFailure("replaceChildTraversalOp", h);
     }
 }
 
@@ -218,6 +230,7 @@ QnAttributeHandle getLocationType(VexilCookHandle h, const char* path, int32_t p
         }
         return give(AttributeEdit::childNamed(node.attrs(), "type"));
     } catch (...) {
+        reportEntryFailure("getLocationType", h);
         return nullptr;
     }
 }
@@ -246,6 +259,7 @@ void setAttrsAt(VexilCookHandle h, const char* path, int32_t pathLength, QnAttri
             }
         }
     } catch (...) {
+        reportEntryFailure("setAttrsAt", h);
     }
 }
 
@@ -269,6 +283,7 @@ void copyAttr(VexilCookHandle h, const char* destName, int32_t destLength, const
             c.deleteAttr(dest);
         }
     } catch (...) {
+        reportEntryFailure("copyAttr", h);
     }
 }
 
@@ -279,6 +294,7 @@ void extendAttr(VexilCookHandle h, const char* name, int32_t nameLength, QnAttri
         ctx(h).extendAttr(text(name, nameLength), Qn::Attribute::share(attr), text(srcName, srcNameLength),
                           inputPath, inputPathLength, inputIndex, abort);
     } catch (...) {
+        reportEntryFailure("extendAttr", h);
     }
 }
 
@@ -379,9 +395,14 @@ void CookContext::finish(CookedLocation& out) {
     if (m_ownChildNames) {
         out.childNames = std::move(m_childNames);
     } else {
-        // Unchanged children are not copied: the record reads them from its input.
+        // Unchanged children are not copied: the record reads them where its input reads them, from the
+        // record that made them or the input scene, never back through every op that kept them.
         out.namesOfInput = m_input.input;
         out.namesOfCooked = m_input.cooked;
+        if (m_input.cooked != nullptr && !m_input.cooked->ownNames) {
+            out.namesOfInput = m_input.cooked->namesOfInput;
+            out.namesOfCooked = m_input.cooked->namesOfCooked;
+        }
     }
     out.childOp = m_childOp;
     out.ownChildOp = std::move(m_ownChildOp);

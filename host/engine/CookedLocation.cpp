@@ -73,14 +73,14 @@ size_t CookedLocation::numChildren() const {
     if (namesOfInput != nullptr) {
         return namesOfInput->children.size();
     }
-    return namesOfCooked != nullptr ? namesOfCooked->numChildren() : 0;
+    return namesOfCooked != nullptr ? namesOfCooked->childNames.size() : 0;
 }
 
 const std::string& CookedLocation::childName(size_t index) const {
     if (ownNames) {
         return childNames[index];
     }
-    return namesOfInput != nullptr ? namesOfInput->children[index].name : namesOfCooked->childName(index);
+    return namesOfInput != nullptr ? namesOfInput->children[index].name : namesOfCooked->childNames[index];
 }
 
 size_t Node::numChildren() const {

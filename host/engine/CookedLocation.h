@@ -44,7 +44,8 @@ struct CookedLocation {
     Qn::GroupAttribute attrs;
     /// The children after the cook when a cook created some: the input's, then created ones, in
     /// order. Empty otherwise: the children are then the input's, read through `namesOfInput` or
-    /// `namesOfCooked` (both null when there was no input), which stay put until the graph is cleared.
+    /// `namesOfCooked` (both null when there was no input), which stay put until the graph is cleared;
+    /// `namesOfCooked` is always a record that owns its names, however many ops kept them since.
     std::vector<std::string> childNames;
     bool ownNames = false;
     const SceneLocation* namesOfInput = nullptr;

@@ -42,10 +42,10 @@ template <class Cook> void runWithWorkerStack(Cook&& cook) {
 }
 
 /// Fills `out` with the location whose nodes on every step are `column`, and everything below it.
-void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std::string& path,
-                  SceneLocation& out, std::atomic<int64_t>* locationsCooked) {
+void buildSubtree(StageGraph& graph, const Column& column, const std::string& path, SceneLocation& out,
+                  std::atomic<int64_t>* locationsCooked) {
     const int last = graph.lastStage();
-    const Node& node = column[static_cast<size_t>(last)];
+    const Node& node = nodeAt(column, last);
     out.attrs = node.attrs();
     if (locationsCooked) {
         locationsCooked->fetch_add(1, std::memory_order_relaxed);
@@ -60,7 +60,7 @@ void buildSubtree(StageGraph& graph, const std::vector<Node>& column, const std:
         std::string childPath;
         childPath.reserve(path.size() + 1 + name.size());
         childPath.append(path).append(1, '/').append(name);
-        const std::vector<Node> childColumn = graph.childColumn(column, childPath, last, i);
+        const Column childColumn = graph.childColumn(column, childPath, last, i);
         buildSubtree(graph, childColumn, childPath, out.children[i], locationsCooked);
     };
     if (count == 1) {
@@ -102,7 +102,7 @@ SceneLocation Engine::cook(const std::string& path) {
     auto cookAll = [&] {
         tbb::task_arena arena(threads);
         arena.execute([&] {
-            const std::vector<Node> column = graph.columnOf(graph.lastStage(), where);
+            const Column column = graph.columnOf(graph.lastStage(), where);
             if (column.empty()) {
                 return;
             }

@@ -131,7 +131,25 @@ StageGraph::StageGraph(const SceneFile& scene, const OpRegistry& registry, bool 
         m_stages.push_back(std::move(stage));
         m_stages.back()->rootInstance =
             makeInstance(static_cast<int>(i) + 1, op.type, op.args, m_stages.back()->root, nullptr, nullptr);
+        m_stagesByRoot[m_stages.back()->root].push_back(static_cast<int>(i) + 1);
     }
+}
+
+const Node& nodeAt(const Column& column, int stage) {
+    static const Node kNone;
+    // Columns are short (one entry per step that changed the location): searched from the end.
+    for (auto it = column.rbegin(); it != column.rend(); ++it) {
+        if (it->stage <= stage) {
+            return *it;
+        }
+    }
+    return kNone;
+}
+
+const std::vector<int>& StageGraph::stagesRootedAt(std::string_view path) const {
+    static const std::vector<int> kNone;
+    const auto found = m_stagesByRoot.find(path);
+    return found == m_stagesByRoot.end() ? kNone : found->second;
 }
 
 StageGraph::~StageGraph() {
@@ -177,13 +195,12 @@ Imath::M44d StageGraph::worldAt(WorldMemo& memo, float time) {
         return memo.atTimes[static_cast<size_t>(known - memo.times.begin())];
     }
     std::lock_guard<std::mutex> lock(memo.mutex);
-    for (const auto& [t, matrix] : memo.matrices) {
-        if (t == time) {
-            return matrix;
-        }
+    const auto asked = memo.matrices.find(time);
+    if (asked != memo.matrices.end()) {
+        return asked->second;
     }
     const Imath::M44d matrix = XformModel::worldAt(memo.chain, time);
-    memo.matrices.emplace_back(time, matrix);
+    memo.matrices.emplace(time, matrix);
     return matrix;
 }
 
@@ -294,24 +311,39 @@ void StageGraph::cookInto(CookedLocation& record, int stage, const std::string& 
     }
 }
 
-bool StageGraph::rootColumn(int stage, Mode mode, std::vector<Node>& out) {
+namespace {
+
+/// Makes `node` the location's node from step `stage` on, unless it is the node it already has.
+void changeAt(Column& column, int stage, Node node) {
+    const Node& current = column.back();
+    if (node.input == current.input && node.cooked == current.cooked) {
+        return; // passed through, or absent as before
+    }
+    node.stage = node.exists() ? node.stage : stage;
+    column.push_back(node);
+}
+
+} // namespace
+
+bool StageGraph::rootColumn(int stage, Mode mode, Column& out) {
     static const std::string kRoot = "/root";
-    out.assign(static_cast<size_t>(stage) + 1, Node());
-    out[0].input = &m_scene.root;
-    for (int k = 1; k <= stage; ++k) {
-        const Stage& s = *m_stages[static_cast<size_t>(k)];
-        const Node& below = out[static_cast<size_t>(k) - 1];
-        if (relation(kRoot, s.root) != 1) {
-            out[static_cast<size_t>(k)] = below;
-            continue;
+    out.assign(1, Node{&m_scene.root, nullptr, 0});
+    // "/root" changes only on the steps whose op starts at it; every other step passes it through.
+    for (int k : stagesRootedAt(kRoot)) {
+        if (k > stage) {
+            break;
         }
+        const Node below = out.back();
         if (!below.exists()) {
             continue;
         }
+        const Stage& s = *m_stages[static_cast<size_t>(k)];
         const Traversal traversal{s.rootInstance.get(), s.rootInstance.get(), true};
-        if (!cookedRoot(k, kRoot, traversal, below, mode, out[static_cast<size_t>(k)])) {
+        Node cookedNode;
+        if (!cookedRoot(k, kRoot, traversal, below, mode, cookedNode)) {
             return false;
         }
+        changeAt(out, k, cookedNode);
     }
     return true;
 }
@@ -348,59 +380,70 @@ const SceneLocation* StageGraph::inputChild(const SceneLocation& parent, std::st
     return found == index->positions.end() ? nullptr : &children[found->second];
 }
 
-bool StageGraph::column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
-                        std::vector<Node>& out, size_t childIndex) {
-    out.assign(static_cast<size_t>(stage) + 1, Node());
+bool StageGraph::column(const Column& parent, const std::string& childPath, int stage, Mode mode, Column& out,
+                        size_t childIndex) {
     const std::string_view name = std::string_view(childPath).substr(childPath.rfind('/') + 1);
-    if (parent[0].input != nullptr) {
-        out[0].input = inputChild(*parent[0].input, name, childIndex);
-    }
-    for (int k = 1; k <= stage; ++k) {
-        const size_t ks = static_cast<size_t>(k);
-        const Node& up = parent[ks];
-        const Node& below = out[ks - 1];
+    const Node& parentInput = parent.front();
+    out.assign(1,
+               Node{parentInput.input != nullptr ? inputChild(*parentInput.input, name, childIndex) : nullptr,
+                    nullptr, 0});
+    // The child can change only on a step where its parent changed (was cooked, or went away) or whose
+    // op starts at the child: the two lists of steps are walked together, so that a location no op
+    // touches costs nothing however long the chain is.
+    const std::vector<int>& rooted = stagesRootedAt(childPath);
+    size_t p = 1; // parent[0] is the input scene
+    size_t r = 0;
+    for (;;) {
+        const int fromParent = p < parent.size() ? parent[p].stage : stage + 1;
+        const int fromRoot = r < rooted.size() ? rooted[r] : stage + 1;
+        const int k = std::min(fromParent, fromRoot);
+        if (k > stage) {
+            return true;
+        }
+        p += fromParent == k ? 1 : 0;
+        r += fromRoot == k ? 1 : 0;
+        const Node& up = parent[p - 1]; // the parent's node on step k: its last change not after k
+        const Node below = out.back();
         if (!up.exists()) {
+            changeAt(out, k, Node());
             continue;
         }
-        const Stage& s = *m_stages[ks];
-        const int where = relation(childPath, s.root);
-        if (where == 0) {
-            out[ks] = below;
-            continue;
-        }
-        if (where == 1) {
+        const Stage& s = *m_stages[static_cast<size_t>(k)];
+        if (fromRoot == k) {
             if (!below.exists()) {
                 continue;
             }
             const Traversal traversal{s.rootInstance.get(), s.rootInstance.get(), true};
-            if (!cookedRoot(k, childPath, traversal, below, mode, out[ks])) {
+            Node cookedNode;
+            if (!cookedRoot(k, childPath, traversal, below, mode, cookedNode)) {
                 return false;
             }
+            changeAt(out, k, cookedNode);
             continue;
         }
         if (up.cooked == nullptr || up.stage != k) {
-            out[ks] = below; // the parent passes through on this step, and so does all below it
-            continue;
+            continue; // the parent passes through on this step, and so does all below it
         }
         // The cooked parent's children are its input's plus the ones it created.
         Traversal traversal;
         if (!up.cooked->childTraversal(name, below.exists(), traversal)) {
+            changeAt(out, k, Node());
             continue;
         }
         if (!traversal.op) {
-            out[ks] = below;
-            continue;
+            continue; // passed through unchanged
         }
-        const size_t position = childPosition(*up.cooked, name, parent[0], out[0], childIndex);
+        const size_t position = childPosition(*up.cooked, name, parentInput, out.front(), childIndex);
         CookSlot* slots = up.cooked->childSlots(mode == Mode::Cook);
         if (slots == nullptr || position == kNoIndex) {
             return false; // in a probe: not cooked yet (a child that exists always has a position)
         }
-        if (!cooked(k, childPath, traversal, below, mode, slots[position], out[ks])) {
+        Node cookedNode;
+        if (!cooked(k, childPath, traversal, below, mode, slots[position], cookedNode)) {
             return false;
         }
+        changeAt(out, k, cookedNode);
     }
-    return true;
 }
 
 bool StageGraph::walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain,
@@ -435,15 +478,15 @@ bool StageGraph::walkFromRoot(int stage, const std::string& path, Mode mode, Nod
     if (!componentsBelowRoot(path, parts)) {
         return true;
     }
-    std::vector<Node> current;
+    Column current;
     if (!rootColumn(stage, mode, current)) {
         return false;
     }
-    visited.push_back(current.back());
+    visited.push_back(nodeAt(current, stage));
     std::string currentPath = "/root";
-    std::vector<Node> next;
+    Column next;
     for (const std::string& part : parts) {
-        if (!current.back().exists()) {
+        if (!nodeAt(current, stage).exists()) {
             return true;
         }
         currentPath += "/";
@@ -452,9 +495,9 @@ bool StageGraph::walkFromRoot(int stage, const std::string& path, Mode mode, Nod
             return false;
         }
         current.swap(next);
-        visited.push_back(current.back());
+        visited.push_back(nodeAt(current, stage));
     }
-    out = current.back();
+    out = nodeAt(current, stage);
     return true;
 }
 
@@ -475,23 +518,23 @@ std::vector<Node> StageGraph::locateChain(int stage, const std::string& path, bo
     return chain;
 }
 
-std::vector<Node> StageGraph::childColumn(const std::vector<Node>& parent, const std::string& childPath,
-                                          int stage, size_t childIndex) {
-    std::vector<Node> out;
+Column StageGraph::childColumn(const Column& parent, const std::string& childPath, int stage,
+                               size_t childIndex) {
+    Column out;
     column(parent, childPath, stage, Mode::Cook, out, childIndex);
     return out;
 }
 
-std::vector<Node> StageGraph::columnOf(int stage, const std::string& path) {
+Column StageGraph::columnOf(int stage, const std::string& path) {
     std::vector<std::string> parts;
-    std::vector<Node> current;
+    Column current;
     if (!componentsBelowRoot(path, parts) || !rootColumn(stage, Mode::Cook, current)) {
         return {};
     }
     std::string currentPath = "/root";
-    std::vector<Node> next;
+    Column next;
     for (const std::string& part : parts) {
-        if (!current.back().exists()) {
+        if (!nodeAt(current, stage).exists()) {
             return {};
         }
         currentPath += "/";
@@ -499,7 +542,7 @@ std::vector<Node> StageGraph::columnOf(int stage, const std::string& path) {
         column(current, currentPath, stage, Mode::Cook, next);
         current.swap(next);
     }
-    if (!current.back().exists()) {
+    if (!nodeAt(current, stage).exists()) {
         return {};
     }
     return current;

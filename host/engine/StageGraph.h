@@ -41,6 +41,14 @@ struct PathHash {
     size_t operator()(std::string_view path) const { return std::hash<std::string_view>()(path); }
 };
 
+/// The nodes of one location on the steps of the op chain, kept only where they change: each entry holds
+/// from its `stage` on (a node that does not exist holds the step from which the location is absent).
+/// Ascending by stage, the first at step 0. A location no op touches has one entry however long the chain.
+using Column = std::vector<Node>;
+
+/// The node of `column` on `stage`: the last entry whose stage is not after it.
+const Node& nodeAt(const Column& column, int stage);
+
 /// A location that a query needed but that was not cooked yet (abort mode).
 struct PendingLocation {
     int stage = 0;
@@ -73,16 +81,16 @@ public:
     /// such as a cook's own location).
     std::vector<Node> locateChain(int stage, const std::string& path, bool remember = true);
 
-    /// The node of child `name` (path `childPath`) on every step up to `stage`, given the same for
-    /// its parent. Cooks as needed. `childIndex`, when known, is the child's position among the
-    /// parent's children on `stage`: a hint that spares a search of the input parent's children.
-    std::vector<Node> childColumn(const std::vector<Node>& parent, const std::string& childPath, int stage,
-                                  size_t childIndex = kNoIndex);
+    /// The column of child `name` (path `childPath`) up to `stage`, given the same for its parent.
+    /// Cooks as needed. `childIndex`, when known, is the child's position among the parent's children on
+    /// `stage`: a hint that spares a search of the input parent's children.
+    Column childColumn(const Column& parent, const std::string& childPath, int stage,
+                       size_t childIndex = kNoIndex);
     /// No position known.
     static constexpr size_t kNoIndex = static_cast<size_t>(-1);
-    /// The nodes of the location at `path` on every step up to `stage`; empty when the path is
-    /// malformed or the location does not exist on `stage`.
-    std::vector<Node> columnOf(int stage, const std::string& path);
+    /// The column of the location at `path` up to `stage`; empty when the path is malformed or the
+    /// location does not exist on `stage`.
+    Column columnOf(int stage, const std::string& path);
 
     /// A new op instance cooking on `stage` (arguments get the system.* groups added).
     OpInstancePtr makeInstance(int stage, const std::string& type, const Qn::GroupAttribute& args,
@@ -103,7 +111,9 @@ public:
         /// The world matrix at each of `times`, made with the memo: read by every cook without a lock.
         std::vector<Imath::M44d> atTimes;
         std::mutex mutex;
-        std::vector<std::pair<float, Imath::M44d>> matrices; ///< other times asked for; guarded by `mutex`
+        /// Other times asked for; guarded by `mutex`. Hashed: a location below a target with a long baked
+        /// animation is asked for at every one of its times.
+        std::unordered_map<float, Imath::M44d> matrices;
     };
     /// The memo of the location at `path` on `stage`, or null when none was made yet.
     WorldMemo* findWorldMemo(int stage, std::string_view path);
@@ -126,12 +136,14 @@ private:
     struct Stage;
     enum class Mode { Cook, Probe };
 
-    bool column(const std::vector<Node>& parent, const std::string& childPath, int stage, Mode mode,
-                std::vector<Node>& out, size_t childIndex = kNoIndex);
+    bool column(const Column& parent, const std::string& childPath, int stage, Mode mode, Column& out,
+                size_t childIndex = kNoIndex);
     /// The input-scene child `name` of `parent` (the first of that name), or null; `hint` is tried first.
     const SceneLocation* inputChild(const SceneLocation& parent, std::string_view name, size_t hint);
     struct ChildIndex;
-    bool rootColumn(int stage, Mode mode, std::vector<Node>& out);
+    bool rootColumn(int stage, Mode mode, Column& out);
+    /// The steps (ascending) whose op starts at `path`; empty for most paths.
+    const std::vector<int>& stagesRootedAt(std::string_view path) const;
     bool walk(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>* chain,
               bool remember = true);
     bool walkFromRoot(int stage, const std::string& path, Mode mode, Node& out, std::vector<Node>& visited);
@@ -156,6 +168,8 @@ private:
     tbb::concurrent_unordered_map<const SceneLocation*, std::unique_ptr<ChildIndex>, RecordHash>
         m_childIndexes;
     std::vector<std::unique_ptr<Stage>> m_stages; // [0] is the input scene
+    /// The steps whose op starts at each op location, ascending.
+    std::map<std::string, std::vector<int>, std::less<>> m_stagesByRoot;
     std::map<std::string, std::unique_ptr<std::mutex>> m_serialLocks;
     std::mutex m_serialLocksMutex;
     // Keyed by the node's record (a SceneLocation or CookedLocation), which stays put until clear().

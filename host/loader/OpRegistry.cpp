@@ -1,5 +1,7 @@
 #include "host/loader/OpRegistry.h"
 
+#include "host/loader/LibraryFileCheck.h"
+
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -34,15 +36,15 @@ std::string dlText() {
     return text != nullptr ? text : "unknown loader error";
 }
 
-/// The *.so files of one folder, sorted by name so that loading does not depend on the file system.
+/// The entries named *.so of one folder, whatever they are (each is checked before it is opened),
+/// sorted by name so that loading does not depend on the file system.
 std::vector<std::string> librariesIn(const std::string& folder) {
     std::vector<std::string> found;
     std::error_code error;
     for (std::filesystem::directory_iterator it(folder, error), end; !error && it != end;
          it.increment(error)) {
         const std::filesystem::path& path = it->path();
-        std::error_code typeError;
-        if (path.extension() == ".so" && !it->is_directory(typeError)) {
+        if (path.extension() == ".so") {
             found.push_back(path.string());
         }
     }
@@ -74,6 +76,12 @@ struct OpRegistry::Impl {
 
 void OpRegistry::Impl::loadLibrary(const std::string& path, std::ostream& diagnostics) {
     const std::string prefix = "plug-in " + path + ": ";
+    // The loader would block on a FIFO and die of a file shorter than its headers: neither may reach it.
+    const std::string problem = libraryFileProblem(path);
+    if (!problem.empty()) {
+        diagnostics << prefix << problem << "; skipped\n";
+        return;
+    }
     dlerror();
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {

@@ -20,8 +20,9 @@ public:
     OpRegistry(OpRegistry&&) noexcept;
     OpRegistry& operator=(OpRegistry&&) noexcept;
 
-    /// Opens every shared library in each folder of `searchPath`, in order, and registers the ops
-    /// of records of API "VexilOp" version 1. Unusable libraries and records are reported on
+    /// Opens every `*.so` entry of each folder of `searchPath`, in order, and registers the ops of
+    /// records of API "VexilOp" version 1. Entries the dynamic loader would block or die on (not a
+    /// regular file, a truncated ELF file), unusable libraries and unusable records are reported on
     /// `diagnostics` (one line each) and skipped; an op name seen twice keeps its first library.
     static OpRegistry load(const std::vector<std::string>& searchPath, std::ostream& diagnostics);
 

@@ -103,6 +103,11 @@ template <> float valueOf<float>(const Json& value, const char* kind, const Json
 
 template <> std::string valueOf<std::string>(const Json& value, const char* kind, const JsonPath& path) {
     if (value.is_string()) {
+        // Strings cross the host contract NUL-terminated: one with a NUL inside would be cut short.
+        if (value.get_ref<const std::string&>().find('\0') != std::string::npos) {
+            throw SceneFormatError(path, std::string("\"") + kind + "\" value " + shown(value) +
+                                             " holds a NUL character, which a string attribute cannot keep");
+        }
         return value.get<std::string>();
     }
     throw SceneFormatError(path, std::string("\"") + kind + "\" value " + shown(value) + " is not a string");
@@ -141,9 +146,8 @@ template <typename T> Samples<T> samplesOf(const Json& encoded, const char* kind
     }
     for (const auto& [timeText, sample] : encoded.items()) {
         float time = 0.0f;
-        if (!parseSampleTime(timeText, time)) {
-            throw SceneFormatError(path, "sample time \"" + timeText +
-                                             "\" is not a decimal number (such as \"0\" or \"-0.25\")");
+        if (const SampleTimeText read = parseSampleTime(timeText, time); read != SampleTimeText::Valid) {
+            throw SceneFormatError(path, sampleTimeError(timeText, read));
         }
         if (samples.byTime.count(time) != 0) {
             throw SceneFormatError(path, "sample times \"" + samples.timeText[time] + "\" and \"" + timeText +
@@ -248,6 +252,10 @@ Qn::GroupAttribute decodeGroupMembers(const Json& object, JsonPath& path) {
         const JsonPathScope step(path, name);
         if (name.empty()) {
             throw SceneFormatError(path, "an attribute name is empty");
+        }
+        if (name.find('\0') != std::string::npos) {
+            throw SceneFormatError(path,
+                                   "the attribute name " + shown(Json(name)) + " holds a NUL character");
         }
         builder.set(name, decodeAttribute(value, path));
     }

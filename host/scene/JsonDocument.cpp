@@ -328,7 +328,15 @@ std::string formatJsonPath(const JsonPath& path) {
             if (!text.empty()) {
                 text += '.';
             }
-            text += step.key;
+            // Control characters would break the one-line message: they are shown escaped.
+            for (const char c : step.key) {
+                if (static_cast<unsigned char>(c) < 0x20) {
+                    static const char kHex[] = "0123456789abcdef";
+                    text += std::string("\\u00") + kHex[(c >> 4) & 0xf] + kHex[c & 0xf];
+                } else {
+                    text += c;
+                }
+            }
         }
     }
     return text;

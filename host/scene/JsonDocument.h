@@ -38,7 +38,8 @@ private:
     JsonPath& m_path;
 };
 
-/// The dotted text of a path, indices in brackets: "scene.children.world.attrs", "ops[1].type".
+/// The dotted text of a path, indices in brackets: "scene.children.world.attrs", "ops[1].type";
+/// control characters in keys as \u00XX.
 std::string formatJsonPath(const JsonPath& path);
 
 /// Objects and arrays nest at most this deep in a document.

@@ -1,5 +1,6 @@
 #include "host/scene/NumberText.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -79,7 +80,7 @@ std::string formatSampleTime(float time) {
     return plainDecimal(time);
 }
 
-bool parseSampleTime(const std::string& text, float& time) {
+SampleTimeText parseSampleTime(const std::string& text, float& time) {
     size_t i = 0;
     if (i < text.size() && text[i] == '-') {
         ++i;
@@ -89,7 +90,7 @@ bool parseSampleTime(const std::string& text, float& time) {
         ++i;
     }
     if (i == digitsStart) {
-        return false;
+        return SampleTimeText::NotDecimal;
     }
     if (i < text.size() && text[i] == '.') {
         ++i;
@@ -98,20 +99,39 @@ bool parseSampleTime(const std::string& text, float& time) {
             ++i;
         }
         if (i == fractionStart) {
-            return false;
+            return SampleTimeText::NotDecimal;
         }
     }
     if (i != text.size()) {
-        return false;
+        return SampleTimeText::NotDecimal;
     }
     float value = 0.0f;
     const auto parsed =
         std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    if (parsed.ec == std::errc::result_out_of_range) {
+        // The text is all digits, so it is out of range at one end or the other: a whole part other
+        // than zero means too large.
+        const size_t wholeEnd = std::min(text.find('.'), text.size());
+        const bool wholeIsZero = text.find_first_not_of('0', digitsStart) >= wholeEnd;
+        return wholeIsZero ? SampleTimeText::TooSmall : SampleTimeText::TooLarge;
+    }
     if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size() || !std::isfinite(value)) {
-        return false;
+        return SampleTimeText::NotDecimal;
     }
     time = value == 0.0f ? 0.0f : value; // "-0" is time 0
-    return true;
+    return SampleTimeText::Valid;
+}
+
+std::string sampleTimeError(const std::string& text, SampleTimeText read) {
+    const std::string quoted = "sample time \"" + text + "\"";
+    switch (read) {
+    case SampleTimeText::TooSmall:
+        return quoted + " is too close to zero for a float time (floats reach down to about 1.4e-45)";
+    case SampleTimeText::TooLarge:
+        return quoted + " is outside the float range";
+    default:
+        return quoted + " is not a decimal number (such as \"0\" or \"-0.25\")";
+    }
 }
 
 } // namespace VexilHost

@@ -1,5 +1,7 @@
 #include "host/scene/ScenePaths.h"
 
+#include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
+
 namespace VexilHost {
 
 namespace {
@@ -7,31 +9,12 @@ const std::string kRootPath = "/root";
 }
 
 bool isLocationName(const std::string& name) {
-    return !name.empty() && name.find('/') == std::string::npos;
+    return Qn::PathUtils::isLocationName(name);
 }
 
 bool isLocationPath(const std::string& path) {
-    if (path.compare(0, kRootPath.size(), kRootPath) != 0) {
-        return false;
-    }
-    if (path.size() == kRootPath.size()) {
-        return true;
-    }
-    if (path[kRootPath.size()] != '/') {
-        return false;
-    }
-    size_t start = kRootPath.size() + 1;
-    while (true) {
-        const size_t slash = path.find('/', start);
-        const size_t end = slash == std::string::npos ? path.size() : slash;
-        if (end == start) {
-            return false;
-        }
-        if (slash == std::string::npos) {
-            return true;
-        }
-        start = slash + 1;
-    }
+    return (path == kRootPath || path.compare(0, kRootPath.size() + 1, kRootPath + "/") == 0) &&
+           Qn::PathUtils::isNormalisedPath(path);
 }
 
 const SceneLocation* findLocation(const SceneLocation& root, const std::string& path) {

@@ -7,11 +7,12 @@
 
 namespace VexilHost {
 
-/// True for "/root" and for "/root/" followed by names separated by single slashes, with no empty
-/// name and no trailing slash.
+/// True for "/root" and for "/root/" followed by location names (see isLocationName) separated by
+/// single slashes, with no trailing slash: a path in the form the one path rule gives.
 bool isLocationPath(const std::string& path);
 
-/// True for a name a location may have below "/root": not empty, no "/".
+/// True for a name a location may have below "/root": not empty, not "." or "..", and holding no "/"
+/// and no NUL (the path rule's own test).
 bool isLocationName(const std::string& name);
 
 /// The location at `path` in the tree whose root is "/root", or null when there is none (or when

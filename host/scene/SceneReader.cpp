@@ -1,19 +1,16 @@
 #include "host/scene/SceneReader.h"
 
 #include "host/scene/AttributeDecoder.h"
+#include "host/scene/InputFile.h"
 #include "host/scene/JsonDocument.h"
 #include "host/scene/SceneFormatError.h"
 #include "host/scene/ScenePaths.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <limits>
-#include <sstream>
+#include <new>
 
 namespace VexilHost {
 
@@ -100,6 +97,10 @@ std::vector<std::pair<std::string, std::string>> readVariables(const Json& value
         if (!v.is_string()) {
             throw SceneFormatError(child(path, name), "a variable's value must be a string");
         }
+        if (name.find('\0') != std::string::npos ||
+            v.get_ref<const std::string&>().find('\0') != std::string::npos) {
+            throw SceneFormatError(child(path, name), "a variable's name and value hold no NUL character");
+        }
         variables.emplace_back(name, v.get<std::string>());
     }
     return variables;
@@ -130,9 +131,10 @@ SceneLocation readLocation(const Json& value, const std::string& name, JsonPath&
         for (const auto& [childName, childValue] : children->items()) {
             const JsonPathScope childStep(path, childName);
             if (!isLocationName(childName)) {
-                throw SceneFormatError(path, "\"" + childName +
-                                                 "\" is not a location name (names are not empty and hold no "
-                                                 "\"/\")");
+                throw SceneFormatError(path,
+                                       Json(childName).dump(-1, ' ', false, Json::error_handler_t::replace) +
+                                           " is not a location name (a name is not empty, \".\" or "
+                                           "\"..\", and holds no \"/\" or NUL)");
             }
             location.children.push_back(readLocation(childValue, childName, path, emptyGroup));
         }
@@ -236,6 +238,9 @@ SceneFile readSceneText(const std::string& text, const std::string& nameForMessa
     } catch (const JsonSyntaxError& error) {
         throw SceneFileError(nameForMessages + ": line " + std::to_string(error.line()) + ", column " +
                              std::to_string(error.column()) + ": " + error.what());
+    } catch (const std::bad_alloc&) {
+        throw SceneFileError(nameForMessages + ": out of memory while parsing " +
+                             std::to_string(text.size()) + " bytes of JSON");
     }
     try {
         return readDocument(document, options);
@@ -248,24 +253,13 @@ SceneFile readSceneText(const std::string& text, const std::string& nameForMessa
             where += formatJsonPath(error.path()) + ": ";
         }
         throw SceneFileError(nameForMessages + ": " + where + error.what());
+    } catch (const std::bad_alloc&) {
+        throw SceneFileError(nameForMessages + ": out of memory while making the scene");
     }
 }
 
 SceneFile readSceneFile(const std::string& path, const SceneReadOptions& options) {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
-        throw SceneFileError(path + ": cannot read: it is a directory");
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        throw SceneFileError(path + ": cannot open: " + std::strerror(errno));
-    }
-    std::ostringstream content;
-    content << in.rdbuf();
-    if (in.bad()) {
-        throw SceneFileError(path + ": cannot read: " + std::strerror(errno));
-    }
-    return readSceneText(content.str(), path, options);
+    return readSceneText(readInputFile(path, options.maxInputBytes), inputName(path), options);
 }
 
 } // namespace VexilHost

@@ -2,33 +2,30 @@
 // and op chain).
 #pragma once
 
+#include "host/scene/SceneFileError.h"
 #include "host/scene/SceneTypes.h"
 
+#include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace VexilHost {
 
-/// An unreadable scene file. `what()` is "<file>: <where>: <what is wrong>", where <where> is
-/// "line L, column C" for malformed JSON, and "line L: <attribute path>" for bad content.
-class SceneFileError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
 /// Choices of the reader.
 struct SceneReadOptions {
     /// When set, every op's "type" must be one of these (a file naming another op is unreadable).
     std::optional<std::vector<std::string>> knownOpTypes;
+    /// A file larger than this is refused before it is parsed (see readInputFile).
+    std::uint64_t maxInputBytes = kDefaultMaxInputBytes;
 };
 
-/// Reads the scene file at `path`; throws SceneFileError when it cannot be opened or read.
+/// Reads the scene file at `path` ("-": standard input); throws SceneFileError when it cannot be
+/// opened or read, and InputTooLargeError when it holds more than `options.maxInputBytes`.
 SceneFile readSceneFile(const std::string& path, const SceneReadOptions& options = {});
 
 /// Reads scene-file text; `nameForMessages` stands for the file in error messages. Throws
-/// SceneFileError.
+/// SceneFileError, also when memory runs out while the text is parsed.
 SceneFile readSceneText(const std::string& text, const std::string& nameForMessages,
                         const SceneReadOptions& options = {});
 

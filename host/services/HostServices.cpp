@@ -20,9 +20,10 @@ const void* getSuite(const char* suiteName, unsigned int suiteVersion) {
         suiteVersion == QN_ATTRIBUTE_HOST_SUITE_VERSION) {
         return attributeSuite();
     }
-    // Version 2 only added entries at the end: a plug-in built for version 1 reads the same table.
-    if (std::strcmp(suiteName, VEXIL_XFORM_UTIL_SUITE_NAME) == 0 &&
-        (suiteVersion == 1 || suiteVersion == VEXIL_XFORM_UTIL_SUITE_VERSION)) {
+    // Later versions only added entries at the end: a plug-in built for an earlier one reads the same
+    // table.
+    if (std::strcmp(suiteName, VEXIL_XFORM_UTIL_SUITE_NAME) == 0 && suiteVersion >= 1 &&
+        suiteVersion <= VEXIL_XFORM_UTIL_SUITE_VERSION) {
         return xformUtilSuite();
     }
     if (std::strcmp(suiteName, VEXIL_COOK_UTILS_SUITE_NAME) == 0 &&

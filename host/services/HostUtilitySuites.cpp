@@ -2,6 +2,7 @@
 // on an op's input, following the transform model.
 #include "host/engine/AttributeEdit.h"
 #include "host/engine/CookContext.h"
+#include "host/services/EntryFailure.h"
 #include "host/services/HostServices.h"
 #include "host/xform/XformModel.h"
 #include "hostapi/attribute/DataAttribute.h"
@@ -27,30 +28,46 @@ struct XformChain {
     const std::vector<const XformModel::Operations*>& pointers() const { return chain; }
 };
 
+/// The position in the chain of `path` ("/root" first) of the location whose path is `key`, when that is
+/// `path` or one of its ancestors; otherwise -1. Keys are matched whole, never split at dots.
+int64_t chainIndexOf(std::string_view path, std::string_view key) {
+    if (key.size() > path.size() || path.compare(0, key.size(), key) != 0 ||
+        (key.size() < path.size() && path[key.size()] != '/') || key.size() < 2) {
+        return -1;
+    }
+    return static_cast<int64_t>(std::count(key.begin(), key.end(), '/')) - 1;
+}
+
 /// Fills `chain`; false when the query aborted.
 bool readChain(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
                QnAttributeHandle overrides, uint8_t* abort, XformChain& chain) {
     std::vector<Node> nodes;
-    std::vector<std::string> paths;
     CookContext& context = CookContext::from(h);
-    // The nodes' paths serve only to find overrides.
-    const Qn::GroupAttribute overrideGroup(Qn::Attribute::share(overrides));
-    const bool overridden = overrideGroup.isValid();
-    if (!context.queryChain(path, pathLength, inputIndex, abort, nodes, overridden ? &paths : nullptr)) {
+    if (!context.queryChain(path, pathLength, inputIndex, abort, nodes, nullptr)) {
         return false;
     }
-    chain.exists = !nodes.empty() && nodes.back().exists() && (!overridden || paths.size() == nodes.size());
+    const std::string_view queried = context.queriedPath(path, pathLength);
+    chain.exists = !nodes.empty() && nodes.back().exists();
     if (!chain.exists) {
         return true;
     }
+    // The overrides are few: each is placed in the chain by its key, rather than every location's path
+    // being made to look it up (which costs the square of the depth).
+    std::vector<Qn::Attribute> overridden(nodes.size());
+    const Qn::GroupAttribute overrideGroup(Qn::Attribute::share(overrides));
+    for (int64_t i = 0, n = overrideGroup.isValid() ? overrideGroup.getNumberOfChildren() : 0; i < n; ++i) {
+        const int64_t at = chainIndexOf(queried, overrideGroup.getChildNameView(i));
+        if (at >= 0 && static_cast<size_t>(at) < nodes.size() &&
+            !overridden[static_cast<size_t>(at)].isValid()) {
+            overridden[static_cast<size_t>(at)] = overrideGroup.getChildByIndex(i); // the first of a name
+        }
+    }
     // The cook's own location is kept by its context rather than by the graph: other cooks rarely ask
     // for it.
-    const bool own = context.queriedPath(path, pathLength) == context.path();
+    const bool own = queried == context.path();
     chain.chain.reserve(nodes.size());
     for (size_t i = 0; i < nodes.size(); ++i) {
-        // Location paths are keys of a literal group: they must be matched whole, never split at dots.
-        Qn::Attribute xform =
-            overridden ? AttributeEdit::childNamed(overrideGroup, paths[i]) : Qn::Attribute();
+        const Qn::Attribute& xform = overridden[i];
         if (!xform.isValid() && own && i + 1 == nodes.size()) {
             chain.chain.push_back(&context.ownXform());
         } else if (xform.isValid()) {
@@ -253,6 +270,7 @@ QnAttributeHandle getWorldXformSampleTimes(VexilCookHandle h, const char* path, 
                          });
         return result;
     } catch (...) {
+        reportEntryFailure("getWorldXformSampleTimes", h);
         return nullptr;
     }
 }
@@ -269,6 +287,7 @@ QnAttributeHandle getWorldXformAtTimes(VexilCookHandle h, const char* path, int3
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
+        reportEntryFailure("getWorldXformAtTimes", h);
         return nullptr;
     }
 }
@@ -287,6 +306,7 @@ int64_t copyWorldXformSampleTimes(VexilCookHandle h, const char* path, int32_t p
                          });
         return count;
     } catch (...) {
+        reportEntryFailure("copyWorldXformSampleTimes", h);
         return -1;
     }
 }
@@ -303,6 +323,90 @@ uint8_t copyWorldXformAtTimes(VexilCookHandle h, const char* path, int32_t pathL
                             })
                    ? 1
                    : 0;
+    } catch (...) {
+        reportEntryFailure("copyWorldXformAtTimes", h);
+        return 0;
+    }
+}
+
+/// The number of locations of the chain of `path` at or above its ancestor `path[0, ancestorLength)`
+/// ("/root" counts one): where the locations below it start. 0 for `ancestorLength` 0; -1 when the
+/// ancestor is not a strict ancestor of `path`.
+int64_t chainStartBelow(std::string_view path, int32_t ancestorLength) {
+    if (ancestorLength == 0) {
+        return 0;
+    }
+    if (ancestorLength < 0 || static_cast<size_t>(ancestorLength) >= path.size() ||
+        path[static_cast<size_t>(ancestorLength)] != '/' || path[0] != '/') {
+        return -1;
+    }
+    return static_cast<int64_t>(std::count(path.begin(), path.begin() + ancestorLength, '/'));
+}
+
+int64_t copyWorldXformSampleTimesBelow(VexilCookHandle h, const char* path, int32_t pathLength,
+                                       int32_t ancestorLength, int32_t inputIndex,
+                                       QnAttributeHandle overrides, float* timesOut, int64_t capacity,
+                                       uint8_t* abort) {
+    try {
+        const int64_t start =
+            chainStartBelow(CookContext::from(h).queriedPath(path, pathLength), ancestorLength);
+        XformChain chain;
+        if (start < 0 || !readChain(h, path, pathLength, inputIndex, overrides, abort, chain)) {
+            return -1;
+        }
+        QueryTimes times;
+        if (chain.exists) {
+            for (size_t i = static_cast<size_t>(start); i < chain.chain.size(); ++i) {
+                if (chain.chain[i] != nullptr) {
+                    XformModel::addSampleTimes(*chain.chain[i], times);
+                }
+            }
+        }
+        const int64_t count = static_cast<int64_t>(times.size());
+        if (timesOut != nullptr && capacity > 0) {
+            std::copy_n(times.begin(), std::min(count, capacity), timesOut);
+        }
+        return count;
+    } catch (...) {
+        return -1;
+    }
+}
+
+uint8_t copyWorldXformAtTimesBelow(VexilCookHandle h, const char* path, int32_t pathLength,
+                                   int32_t ancestorLength, int32_t inputIndex, const float* times,
+                                   int64_t numTimes, const double* ancestorWorlds,
+                                   QnAttributeHandle overrides, double* matricesOut, uint8_t* abort) {
+    try {
+        const int64_t start =
+            chainStartBelow(CookContext::from(h).queriedPath(path, pathLength), ancestorLength);
+        if (start < 0 || times == nullptr || matricesOut == nullptr || numTimes <= 0 ||
+            (start > 0 && ancestorWorlds == nullptr)) {
+            return 0;
+        }
+        XformChain chain;
+        if (!readChain(h, path, pathLength, inputIndex, overrides, abort, chain) || !chain.exists ||
+            static_cast<size_t>(start) > chain.chain.size()) {
+            return 0;
+        }
+        for (int64_t i = 0; i < numTimes; ++i) {
+            Imath::M44d world;
+            if (start > 0) {
+                const double* given = ancestorWorlds + 16 * i;
+                world = Imath::M44d(given[0], given[1], given[2], given[3], given[4], given[5], given[6],
+                                    given[7], given[8], given[9], given[10], given[11], given[12], given[13],
+                                    given[14], given[15]);
+            }
+            // As XformModel::worldAt does, from the given world on.
+            for (size_t k = static_cast<size_t>(start); k < chain.chain.size(); ++k) {
+                if (chain.chain[k] == nullptr) {
+                    continue;
+                }
+                const XformModel::Local local = XformModel::localAt(*chain.chain[k], times[i]);
+                world = local.resetsParent ? local.matrix : local.matrix * world;
+            }
+            std::copy_n(world.getValue(), 16, matricesOut + 16 * i);
+        }
+        return 1;
     } catch (...) {
         return 0;
     }
@@ -321,6 +425,7 @@ QnAttributeHandle getLocalXformAtTimes(QnAttributeHandle xformGroup, const float
         }
         return matrixSamples(sorted, matrices);
     } catch (...) {
+        reportEntryFailure("getLocalXformAtTimes", nullptr);
         return nullptr;
     }
 }
@@ -341,14 +446,9 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         if (!bound.isValid() || bound.getNumberOfValues() != 6) {
             return 0;
         }
-        XformModel::Operation samples;
-        samples.times = bound.getSampleTimes();
-        samples.count = 6;
-        for (float t : samples.times) {
-            auto view = bound.getNearestSample(t);
-            samples.values.insert(samples.values.end(), view.begin(), view.end());
-        }
-        const std::vector<double> b = XformModel::valuesAt(samples, time);
+        // Interpolated like an operation's values, reading only the two samples around the time.
+        double b[6];
+        bound.fillInterpolatedValues(b, 6, time, 0.0, false);
         const Imath::M44d world = XformModel::worldAt(chain.pointers(), time);
         Imath::V3d lo(std::numeric_limits<double>::max());
         Imath::V3d hi(-std::numeric_limits<double>::max());
@@ -367,13 +467,15 @@ uint8_t getWorldBound(VexilCookHandle h, const char* path, int32_t pathLength, i
         }
         return 1;
     } catch (...) {
+        reportEntryFailure("getWorldBound", h);
         return 0;
     }
 }
 
-const XFormUtilHostSuite kXformUtilSuite = {&getWorldXformSampleTimes, &getWorldXformAtTimes,
-                                            &getLocalXformAtTimes, &copyWorldXformSampleTimes,
-                                            &copyWorldXformAtTimes};
+const XFormUtilHostSuite kXformUtilSuite = {&getWorldXformSampleTimes,  &getWorldXformAtTimes,
+                                            &getLocalXformAtTimes,      &copyWorldXformSampleTimes,
+                                            &copyWorldXformAtTimes,     &copyWorldXformSampleTimesBelow,
+                                            &copyWorldXformAtTimesBelow};
 const VexilCookInterfaceUtilsHostSuite kCookUtilsSuite = {&getWorldBound};
 
 } // namespace

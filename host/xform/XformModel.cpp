@@ -142,7 +142,8 @@ void valuesInto(const Operation& operation, float time, double* out) {
     const auto& times = operation.times;
     const size_t count = operation.count;
     const double* only = nullptr;
-    if (time <= times.front()) {
+    // A NaN time has no bracket: like attribute interpolation, it takes the first sample.
+    if (!(time > times.front())) {
         only = operation.sample(0);
     } else if (time >= times.back()) {
         only = operation.sample(times.size() - 1);
@@ -169,14 +170,6 @@ void valuesInto(const Operation& operation, float time, double* out) {
 }
 
 } // namespace
-
-std::vector<double> valuesAt(const Operation& operation, float time) {
-    std::vector<double> out(operation.count);
-    if (!operation.times.empty() && operation.count > 0) {
-        valuesInto(operation, time, out.data());
-    }
-    return out;
-}
 
 Imath::M44d operationMatrix(const Operation& operation, float time) {
     if (operation.kind == Operation::Kind::Origin || operation.times.empty()) {
@@ -239,9 +232,10 @@ std::vector<float> worldSampleTimes(const std::vector<const Operations*>& chain)
     std::vector<float> times;
     for (const Operations* ops : chain) {
         if (ops != nullptr) {
-            addSampleTimes(*ops, times);
+            appendSampleTimes(*ops, times);
         }
     }
+    sortSampleTimes(times);
     return sampledOrCurrentTime(std::move(times));
 }
 

@@ -50,10 +50,6 @@ using Operations = std::vector<Operation>;
 /// null or non-group attribute yields no operations.
 Operations flatten(const Qn::Attribute& xform);
 
-/// The values of an operation at `time`: linear interpolation between the bracketing samples, the end
-/// sample outside the sampled range.
-std::vector<double> valuesAt(const Operation& operation, float time);
-
 /// The matrix of one operation at `time` (row vectors; rotation right-handed, angle in degrees; a zero
 /// rotation axis gives the identity; origin gives the identity).
 Imath::M44d operationMatrix(const Operation& operation, float time);
@@ -68,19 +64,36 @@ struct Local {
 /// The local transform of `operations` at `time`.
 Local localAt(const Operations& operations, float time);
 
-/// Adds the sample times of every operation to `times`, a vector of floats (sorted, unique).
-template <class Times> void addSampleTimes(const Operations& operations, Times& times) {
+/// Appends the sample times of every operation to `times`, a vector of floats, unsorted.
+template <class Times> void appendSampleTimes(const Operations& operations, Times& times) {
     for (const Operation& op : operations) {
         for (float t : op.times) {
-            const auto at = std::lower_bound(times.begin(), times.end(), t);
-            if (at == times.end() || *at != t) {
-                // Appended and rotated into place rather than inserted: the same order, without the
-                // spurious overflow warning the compiler gives for an insert into an inline vector.
-                const auto index = at - times.begin();
-                times.push_back(t);
-                std::rotate(times.begin() + index, times.end() - 1, times.end());
-            }
+            times.push_back(t);
         }
+    }
+}
+
+/// Sorts `times`, a vector of finite floats, and keeps one of each time. Of 0 and -0, which are one
+/// time, the first in `times` is kept, as an insertion of each time in turn would keep it.
+template <class Times> void sortSampleTimes(Times& times) {
+    // One sort for all the times: inserting each time in place shifts every later one, which costs the
+    // square of the number of samples when two sampled operations interleave.
+    const auto zero = std::find(times.begin(), times.end(), 0.0f);
+    const float firstZero = zero != times.end() ? *zero : 0.0f;
+    std::sort(times.begin(), times.end());
+    times.erase(std::unique(times.begin(), times.end()), times.end());
+    const auto kept = std::lower_bound(times.begin(), times.end(), 0.0f);
+    if (kept != times.end() && *kept == 0.0f) {
+        *kept = firstZero;
+    }
+}
+
+/// Adds the sample times of every operation to `times`, a vector of floats (sorted, unique).
+template <class Times> void addSampleTimes(const Operations& operations, Times& times) {
+    const size_t known = times.size();
+    appendSampleTimes(operations, times);
+    if (times.size() != known) {
+        sortSampleTimes(times);
     }
 }
 

@@ -1,7 +1,8 @@
 #include "hostapi/attribute/DataAttribute.h"
 
+#include "hostapi/attribute/SampleSearch.h"
+
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 
 namespace Qn {
@@ -55,17 +56,7 @@ template <typename T> const T* nearestInAccessor(const QnSampleAccessor* acc, fl
     count = 0;
     if (!acc || acc->numSamples <= 0)
         return nullptr;
-    int64_t best = 0;
-    if (acc->numSamples > 1) {
-        float bestDiff = std::fabs(acc->times[0] - time);
-        for (int64_t i = 1; i < acc->numSamples; ++i) {
-            const float diff = std::fabs(acc->times[i] - time);
-            if (diff < bestDiff) { // strictly smaller, so a tie keeps the earlier sample
-                best = i;
-                bestDiff = diff;
-            }
-        }
-    }
+    const int64_t best = nearestSampleIndex(acc->times, acc->numSamples, time);
     count = acc->valuesPerSample;
     if (acc->flags & QN_SAMPLE_ACCESSOR_CONTIGUOUS)
         return static_cast<const T*>(acc->values) + best * acc->valuesPerSample;

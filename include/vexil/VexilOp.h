@@ -151,14 +151,16 @@ typedef struct VexilOpSuite {
 /* ---- Host utility suites -------------------------------------------------------------------- */
 
 #define VEXIL_XFORM_UTIL_SUITE_NAME "XFormUtilHost"
-#define VEXIL_XFORM_UTIL_SUITE_VERSION 2
+#define VEXIL_XFORM_UTIL_SUITE_VERSION 3
 
 /** World transforms as the host computes them (row vectors, W = L * Wparent). `overrides` is null
  *  or a group built in literal mode whose children, keyed by absolute location path, replace that
  *  location's `xform` group in the computation (used to see resolved constraints). Version 2 adds
  *  entries 3 and 4, which answer entries 0 and 1 into buffers the caller owns (no attribute is made);
  *  entries 0-2 are unchanged, so a host offering version 2 may hand the same table to a request for
- *  version 1. */
+ *  version 1. Version 3 adds entries 5 and 6, which continue a world transform from one of the
+ *  location's ancestors whose world the caller already has (so that a caller keeping the worlds of the
+ *  locations it changed never recomputes a chain from "/root"); versions 1 and 2 read the same table. */
 typedef struct XFormUtilHostSuite {
     /** 0: the sorted union of the sample times of every transform operation of the location and its
      *  ancestors, as a float attribute (one sample, one value per time); never empty ({0}). */
@@ -188,6 +190,28 @@ typedef struct XFormUtilHostSuite {
     uint8_t (*copyWorldXformAtTimes)(VexilCookHandle h, const char* path, int32_t pathLength,
                                      int32_t inputIndex, const float* times, int64_t numTimes,
                                      QnAttributeHandle overrides, double* matricesOut, uint8_t* abort);
+    /** 5: the sample times of every transform operation of the locations strictly below the ancestor
+     *  `path[0, ancestorLength)` down to `path` itself (of the whole chain, "/root" included, when
+     *  `ancestorLength` is 0), sorted and each once, written to `timesOut` as entry 3 writes them. Unlike
+     *  entry 3 the count may be 0: no operation of those locations is sampled (the caller adds the
+     *  ancestor's own times, and {0} when there are none at all). Returns -1 as entry 3 does, and when
+     *  `ancestorLength` is neither 0 nor the length of a strict ancestor of `path` (a prefix that ends
+     *  before one of its slashes). */
+    int64_t (*copyWorldXformSampleTimesBelow)(VexilCookHandle h, const char* path, int32_t pathLength,
+                                              int32_t ancestorLength, int32_t inputIndex,
+                                              QnAttributeHandle overrides, float* timesOut, int64_t capacity,
+                                              uint8_t* abort);
+    /** 6: the world transform of `path` at each of `times`, given `ancestorWorlds`, the world transforms
+     *  (16 doubles per time, row by row) of its ancestor `path[0, ancestorLength)` at the same times: the
+     *  operations of the locations below the ancestor are applied to them in the order entry 4 applies
+     *  them, so that each result is bit for bit entry 4's when `ancestorWorlds` hold that ancestor's
+     *  world transforms. With `ancestorLength` 0 `ancestorWorlds` is not read and the whole chain is
+     *  applied (entry 4 itself). Returns 1, or 0 as entry 4 does and for an `ancestorLength` entry 5
+     *  refuses. */
+    uint8_t (*copyWorldXformAtTimesBelow)(VexilCookHandle h, const char* path, int32_t pathLength,
+                                          int32_t ancestorLength, int32_t inputIndex, const float* times,
+                                          int64_t numTimes, const double* ancestorWorlds,
+                                          QnAttributeHandle overrides, double* matricesOut, uint8_t* abort);
 } XFormUtilHostSuite;
 
 #define VEXIL_COOK_UTILS_SUITE_NAME "VexilCookInterfaceUtilsHost"

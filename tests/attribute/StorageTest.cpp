@@ -17,7 +17,8 @@ struct Layout {
 };
 
 // Odd counts of 4-byte values leave the times right after them at a 4-byte boundary only.
-const Layout kLayouts[] = {{1, 0, 1}, {3, 0, 1}, {1, 1, 1}, {3, 3, 3}, {5, 7, 7}, {2, 16, 16}, {1000, 3, 3}};
+const Layout kLayouts[] = {{1, 0, 1}, {3, 0, 1},   {1, 1, 1},     {3, 3, 3},
+                           {5, 7, 7}, {2, 16, 16}, {100000, 3, 3}};
 
 float timeOf(int64_t sample) {
     return 0.5f * static_cast<float>(sample) - 1.0f;

@@ -153,6 +153,18 @@ std::vector<Entry> framework() {
         {"UnknownType",
          {{"t", placed(1, 0, 0)}, {"subject", subject(constraint("Bogus", {kT}, pointArgs()))}},
          {error("Bogus Constraint Error: 'Bogus' is an invalid constraint type.")}},
+        // The text of an unreadable type keeps its form; a warning says where and what is wrong.
+        {"ConstraintWithoutType",
+         {{"subject", subject({{"target", {kT}}})}},
+         {error(" Constraint Error: Error getting string value from StringAttribute."),
+          warning(
+              "The constraint 'constraint' of /root/world/subject has no 'type': it needs a string naming "
+              "its kind, such as \"Point\".")}},
+        {"ConstraintNotAGroup",
+         {{"subject", subject("Point")}},
+         {error(" Constraint Error: Error getting string value from StringAttribute."),
+          warning("The child 'constraint' of xform at /root/world/subject is not a group, so it is no "
+                  "constraint description.")}},
         {"NoTargets",
          {{"subject", subject(constraint("Point", {}, pointArgs()))}},
          {error("Point Constraint Error: No constraint targets given.")}},

@@ -83,7 +83,8 @@ TEST(ConstraintListData, StrictAncestorsOfListedEntries) {
 
 TEST(ConstraintListData, MembershipOfPathsOfEveryLength) {
     // Entries of equal length that differ, an empty entry, the root, and one longer than any length the
-    // quick length check knows about: the long one and its near miss must still be told apart.
+    // quick length check knows about: the long one and its near miss must still be told apart. An entry
+    // with a trailing slash names the location without it.
     const std::string longPath = "/root/world/" + std::string(300, 'x');
     std::string longMiss = longPath;
     longMiss.back() = 'y';
@@ -94,8 +95,8 @@ TEST(ConstraintListData, MembershipOfPathsOfEveryLength) {
     } cases[] = {
         {"/root/world/ab", true},
         {"/root/world/ac", false},
-        {"/root/world/a", false},
-        {"/root/world/a/", true},
+        {"/root/world/a", true},
+        {"/root/world/a/", false},
         {"", true},
         {"/", true},
         {longPath, true},

@@ -3,7 +3,6 @@
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/LocationResolver.h"
-#include "constraints/resolve/TargetPaths.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
 #include <gtest/gtest.h>
@@ -38,24 +37,6 @@ TEST(MergeSampleTimes, ClustersKeepTheirEarliestMember) {
         SampleTimes times = c.input;
         mergeSampleTimes(times, c.respectMotionBlur);
         EXPECT_EQ(times, c.expected);
-    }
-}
-
-TEST(TargetPaths, RelativeAndAbsoluteTargetsNormalise) {
-    const std::vector<std::array<const char*, 3>> cases = {
-        {"/root/world/a", "/root/world/t", "/root/world/t"},
-        {"/root/world/a", "../t", "/root/world/t"},
-        {"/root/world/geo/a", "../b", "/root/world/geo/b"},
-        {"/root/world/a", "child", "/root/world/a/child"},
-        {"/root/world/a", "./x", "/root/world/a/x"},
-        {"/root/world/a", ".", "/root/world/a"},
-        {"/root/world/a", "../../world/./t/", "/root/world/t"},
-        {"/root/world/a", "/root//world/t/", "/root/world/t"},
-        {"/root/world/a", "../../../..", ""},
-        {"/root/world/a", "", ""},
-    };
-    for (const auto& [base, target, expected] : cases) {
-        EXPECT_EQ(resolveTargetPath(base, target), expected) << base << " + " << target;
     }
 }
 

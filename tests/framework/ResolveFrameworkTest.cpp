@@ -99,8 +99,6 @@ TEST(ResolveFramework, ExactMessagesOfTheFramework) {
          "Point Constraint Error: No valid target found to resolve constraint.",
          "Constraint target (/root/world/t) was found but has no bound attribute and is therefore being "
          "ignored."},
-        {"typeNotString", pointConstraint({"/root/world/t"}, {{"type", ints({3})}}),
-         " Constraint Error: Error getting string value from StringAttribute.", ""},
     };
     Json children = {{"t", located({1, 2, 3})}};
     for (const MessageCase& c : cases) {

@@ -277,6 +277,58 @@ TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
     }
 }
 
+TEST(HostUtilities, WorldsContinueFromAGivenAncestorWorld) {
+    DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1, "/root/world/probe");
+    const XFormUtilHostSuite* suite = xformUtilSuite();
+    const char* target = "/root/world/parent/target";
+    const int32_t length = static_cast<int32_t>(std::strlen(target));
+    // Times of the operations below an ancestor only: the parent's are at 0, the target's at 0.5; the world's
+    // 0 and 1 come in only with the whole chain. An ancestor must end before a slash of the path.
+    const struct {
+        int32_t ancestorLength;
+        int64_t count;
+        std::vector<float> times;
+    } timeCases[] = {
+        {0, 3, {0.0f, 0.5f, 1.0f}}, {11, 2, {0.0f, 0.5f}}, {18, 1, {0.5f}}, {9, -1, {}}, {length, -1, {}}};
+    for (const auto& c : timeCases) {
+        float buffer[4] = {kSentinel, kSentinel, kSentinel, kSentinel};
+        uint8_t abort = 0;
+        ASSERT_EQ(suite->copyWorldXformSampleTimesBelow(cook.context.handle(), target, length,
+                                                        c.ancestorLength, -1, nullptr, buffer, 4, &abort),
+                  c.count)
+            << c.ancestorLength;
+        EXPECT_EQ(std::vector<float>(buffer, buffer + std::max<int64_t>(c.count, 0)), c.times);
+    }
+    // From the parent's world at 0 and 1 as entry 4 gives it, the target's world is bit for bit entry 4's;
+    // from the identity, only the target's own (1,0,0) remains.
+    const float times[2] = {0.0f, 1.0f};
+    const Rows identity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    double whole[32];
+    double given[32];
+    uint8_t abort = 0;
+    ASSERT_EQ(suite->copyWorldXformAtTimes(cook.context.handle(), target, length, -1, times, 2, nullptr,
+                                           whole, &abort),
+              1);
+    ASSERT_EQ(
+        suite->copyWorldXformAtTimes(cook.context.handle(), target, 18, -1, times, 2, nullptr, given, &abort),
+        1);
+    double continued[32];
+    ASSERT_EQ(suite->copyWorldXformAtTimesBelow(cook.context.handle(), target, length, 18, -1, times, 2,
+                                                given, nullptr, continued, &abort),
+              1);
+    EXPECT_EQ(std::vector<double>(continued, continued + 32), std::vector<double>(whole, whole + 32));
+    std::vector<double> identities(identity.begin(), identity.end());
+    identities.insert(identities.end(), identity.begin(), identity.end());
+    ASSERT_EQ(suite->copyWorldXformAtTimesBelow(cook.context.handle(), target, length, 18, -1, times, 2,
+                                                identities.data(), nullptr, continued, &abort),
+              1);
+    EXPECT_EQ(continued[12], 1.0);
+    EXPECT_EQ(continued[13], 0.0);
+    EXPECT_EQ(suite->copyWorldXformAtTimesBelow(cook.context.handle(), target, length, 9, -1, times, 2,
+                                                identities.data(), nullptr, continued, &abort),
+              0);
+}
+
 TEST(HostUtilities, OwnLocationAnswersAgreeAcrossThreadsRacingOnTheFirstQuery) {
     // Every thread asks at once, so that several may look the parent's transform up first.
     DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1,

@@ -6,7 +6,21 @@
 
 #include <gtest/gtest.h>
 
+#include <elf.h>
+#include <linux/capability.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <sstream>
 
 namespace VexilHost {
@@ -27,11 +41,11 @@ TEST(OpRegistry, RegistersEveryOpOfTheTestLibrary) {
     std::ostringstream diagnostics;
     const OpRegistry registry = OpRegistry::load({testPluginDir()}, diagnostics);
     EXPECT_EQ(diagnostics.str(), "");
-    EXPECT_EQ(
-        registry.opTypes(),
-        (std::vector<std::string>{"TestAbortWithoutQuery", "TestAttempts", "TestCreate", "TestEntries",
-                                  "TestEscape", "TestExtend", "TestHandOver", "TestMark", "TestQuery",
-                                  "TestSerial", "TestStack", "TestThrow", "TestThrowUnknown", "TestWorld"}));
+    EXPECT_EQ(registry.opTypes(),
+              (std::vector<std::string>{"TestAbortWithoutQuery", "TestAttempts", "TestCallback", "TestCreate",
+                                        "TestEntries", "TestEscape", "TestExtend", "TestHandOver", "TestMark",
+                                        "TestQuery", "TestSerial", "TestStack", "TestThrow",
+                                        "TestThrowUnknown", "TestWorld"}));
     EXPECT_NE(registry.find("TestMark"), nullptr);
     EXPECT_EQ(registry.find("ConstraintSetup"), nullptr);
     EXPECT_EQ(registry.threadingMode("TestSerial"), 1);
@@ -75,6 +89,118 @@ TEST(OpRegistry, ReportsAndSkipsUnusableLibrariesAndRecords) {
     }
 }
 
+/// While alive, the calling thread lacks the capabilities that let root read any file, so that a
+/// file without read permission is unreadable to it as to anyone else.
+class WithoutReadOverride {
+public:
+    WithoutReadOverride() {
+        syscall(SYS_capget, &m_header, m_saved);
+        __user_cap_data_struct reduced[2] = {m_saved[0], m_saved[1]};
+        reduced[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
+        syscall(SYS_capset, &m_header, reduced);
+    }
+    ~WithoutReadOverride() { syscall(SYS_capset, &m_header, m_saved); }
+    WithoutReadOverride(const WithoutReadOverride&) = delete;
+    WithoutReadOverride& operator=(const WithoutReadOverride&) = delete;
+
+private:
+    __user_cap_header_struct m_header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct m_saved[2] = {};
+};
+
+TEST(OpRegistry, SkipsWhatTheLoaderWouldBlockOrDieOnAndGoesOn) {
+    namespace fs = std::filesystem;
+    const std::string real = testPluginDir() + "/VexilTestOps.so";
+    std::ifstream in(real, std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    Elf64_Ehdr header;
+    ASSERT_GT(bytes.size(), sizeof(header));
+    std::memcpy(&header, bytes.data(), sizeof(header));
+    const uint64_t programHeadersEnd = header.e_phoff + header.e_phnum * sizeof(Elf64_Phdr);
+    uint64_t segmentsEnd = 0;
+    for (int i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr segment;
+        std::memcpy(&segment, bytes.data() + header.e_phoff + i * sizeof(segment), sizeof(segment));
+        if (segment.p_type == PT_LOAD) {
+            segmentsEnd = std::max(segmentsEnd, segment.p_offset + segment.p_filesz);
+        }
+    }
+    const uint64_t sectionHeadersEnd = header.e_shoff + header.e_shnum * sizeof(Elf64_Shdr);
+    // The last loadable segment ends after the program headers, and the section headers come last.
+    ASSERT_LT(programHeadersEnd, segmentsEnd - 4096);
+    ASSERT_EQ(sectionHeadersEnd, bytes.size());
+
+    char folderTemplate[] = "/tmp/vexil-plugins-XXXXXX";
+    ASSERT_NE(mkdtemp(folderTemplate), nullptr);
+    const std::string folder = folderTemplate;
+    const auto write = [&](const std::string& name, size_t length, mode_t mode = 0644) {
+        std::ofstream(folder + "/" + name, std::ios::binary)
+            .write(bytes.data(), static_cast<std::streamsize>(length));
+        chmod((folder + "/" + name).c_str(), mode);
+    };
+    const std::string skipped = "; skipped";
+    const auto cut = [&](uint64_t size, const char* part, uint64_t end) {
+        return "truncated ELF file: " + std::to_string(size) + " bytes, " + part + " up to byte " +
+               std::to_string(end) + skipped;
+    };
+    const struct {
+        std::string name;
+        std::function<void(const std::string& path)> make;
+        std::string line; ///< what follows "plug-in <path>: "
+    } cases[] = {
+        {"cut1.so", [&](const std::string&) { write("cut1.so", 20); }, cut(20, "ELF header", 64)},
+        {"cut2.so", [&](const std::string&) { write("cut2.so", header.e_phoff + 60); },
+         cut(header.e_phoff + 60, "program headers", programHeadersEnd)},
+        {"cut3.so", [&](const std::string&) { write("cut3.so", segmentsEnd - 4096); },
+         cut(segmentsEnd - 4096, "loadable segments", segmentsEnd)},
+        {"cut4.so", [&](const std::string&) { write("cut4.so", header.e_shoff + 100); },
+         cut(header.e_shoff + 100, "section headers", sectionHeadersEnd)},
+        {"dir.so", [](const std::string& path) { mkdir(path.c_str(), 0755); },
+         "not a regular file (a directory)" + skipped},
+        // Not ELF at all: the loader reads it and gives its reason.
+        {"empty.so", [&](const std::string&) { write("empty.so", 0); }, "cannot be loaded ("},
+        {"fifo.so", [](const std::string& path) { mkfifo(path.c_str(), 0644); },
+         "not a regular file (a FIFO)" + skipped},
+        {"null.so", [](const std::string& path) { ASSERT_EQ(symlink("/dev/null", path.c_str()), 0); },
+         "not a regular file (a character device)" + skipped},
+        {"socket.so",
+         [](const std::string& path) {
+             sockaddr_un address{};
+             address.sun_family = AF_UNIX;
+             std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+             const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+             ASSERT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+             close(fd);
+         },
+         "not a regular file (a socket)" + skipped},
+        {"unreadable.so", [&](const std::string&) { write("unreadable.so", bytes.size(), 0); },
+         "cannot be read (Permission denied)" + skipped},
+        // Last in name order: the whole library still loads after all of the above.
+        {"whole.so", [&](const std::string&) { write("whole.so", bytes.size()); }, ""},
+    };
+    for (const auto& c : cases) {
+        c.make(folder + "/" + c.name);
+    }
+    std::ostringstream diagnostics;
+    const OpRegistry registry = [&] {
+        const WithoutReadOverride asAnyone;
+        return OpRegistry::load({folder}, diagnostics);
+    }();
+    const std::vector<std::string> got = lines(diagnostics.str());
+    ASSERT_EQ(got.size(), std::size(cases) - 1) << diagnostics.str();
+    for (size_t i = 0; i + 1 < std::size(cases); ++i) {
+        const std::string expected = "plug-in " + folder + "/" + cases[i].name + ": " + cases[i].line;
+        if (cases[i].line.back() == '(') { // the loader's own reason follows
+            EXPECT_EQ(got[i].substr(0, expected.size()), expected);
+            EXPECT_EQ(got[i].substr(got[i].size() - 10), ")" + skipped);
+        } else {
+            EXPECT_EQ(got[i], expected);
+        }
+    }
+    EXPECT_EQ(registry.libraryOf("TestMark"), folder + "/whole.so");
+    fs::remove_all(folder);
+}
+
 TEST(OpRegistry, DefaultSearchPathPutsExplicitFoldersFirstThenTheEnvironment) {
     const char* saved = std::getenv("VEXIL_PLUGIN_PATH");
     const std::string restore = saved != nullptr ? saved : "";
@@ -102,7 +228,8 @@ TEST(HostServices, OffersTheThreeSuitesByNameAndVersionOnly) {
     EXPECT_EQ(host->getSuite("VexilCookInterfaceUtilsHost", 1), cookUtilsSuite());
     EXPECT_EQ(host->getSuite("AttributeHost", 4), nullptr);
     EXPECT_EQ(host->getSuite("XFormUtilHost", 2), xformUtilSuite());
-    EXPECT_EQ(host->getSuite("XFormUtilHost", 3), nullptr);
+    EXPECT_EQ(host->getSuite("XFormUtilHost", 3), xformUtilSuite());
+    EXPECT_EQ(host->getSuite("XFormUtilHost", 4), nullptr);
     EXPECT_EQ(host->getSuite("Unknown", 1), nullptr);
     EXPECT_EQ(host->getSuite(nullptr, 1), nullptr);
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 
 namespace VexilHost {
 namespace {
@@ -152,8 +153,14 @@ TEST(XformModel, InterpolatesLinearlyAndClampsAtTheEnds) {
     const struct {
         float time;
         double x, y, z;
-    } cases[] = {{-1.0f, 0, 0, 0}, {0.0f, 0, 0, 0},   {0.25f, 2.5, 1, -0.5},
-                 {0.5f, 5, 2, -1}, {1.0f, 10, 4, -2}, {3.0f, 10, 4, -2}};
+    } cases[] = {{-1.0f, 0, 0, 0},
+                 {0.0f, 0, 0, 0},
+                 {0.25f, 2.5, 1, -0.5},
+                 {0.5f, 5, 2, -1},
+                 {1.0f, 10, 4, -2},
+                 {3.0f, 10, 4, -2},
+                 // A time that is not a number has no bracket: the first sample, as for attributes.
+                 {std::nanf(""), 0, 0, 0}};
     for (const auto& c : cases) {
         const Imath::M44d m = XformModel::localAt(ops, c.time).matrix;
         EXPECT_NEAR(m[3][0], c.x, 1e-12) << c.time;
@@ -224,6 +231,31 @@ TEST(XformModel, SampleTimesAreTheUnionOfAllOperationsOutsideConstraints) {
     const Operations none = XformModel::flatten(Qn::Attribute());
     EXPECT_TRUE(none.empty());
     EXPECT_EQ(XformModel::worldSampleTimes({&none}), std::vector<float>{0.0f});
+
+    // 0 and -0 are one time: the first met is kept.
+    const Operations negativeZero = XformModel::flatten(group({{"scale", animated({{-0.0f, {1, 1, 1}}})}}));
+    const Operations zero = XformModel::flatten(group({{"scale", animated({{0.0f, {1, 1, 1}}})}}));
+    for (const auto& [chain, negative] :
+         {std::pair{std::vector<const Operations*>{&negativeZero, &zero}, true},
+          std::pair{std::vector<const Operations*>{&zero, &negativeZero}, false}}) {
+        const std::vector<float> times = XformModel::worldSampleTimes(chain);
+        ASSERT_EQ(times.size(), 1u);
+        EXPECT_EQ(std::signbit(times[0]), negative);
+    }
+
+    // Two operations of 100,000 samples each, interleaved: 200,000 times in order.
+    std::vector<std::pair<float, std::vector<double>>> even, odd;
+    for (int i = 0; i < 100000; ++i) {
+        even.push_back({static_cast<float>(2 * i), {1, 1, 1}});
+        odd.push_back({static_cast<float>(2 * i + 1), {1, 1, 1}});
+    }
+    const Operations interleaved =
+        XformModel::flatten(group({{"translate", animated(even)}, {"scale", animated(odd)}}));
+    const std::vector<float> times = XformModel::worldSampleTimes({&interleaved});
+    ASSERT_EQ(times.size(), 200000u);
+    for (size_t i = 0; i < times.size(); ++i) {
+        ASSERT_EQ(times[i], static_cast<float>(i));
+    }
 }
 
 TEST(XformModel, AddsSampleTimesInOrderIntoAnInlineVector) {

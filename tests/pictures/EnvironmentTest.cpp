@@ -1,5 +1,4 @@
-// What vexil-cook takes from its surroundings: plug-in folders named by VEXIL_PLUGIN_PATH, and a scene
-// read through a path such as /dev/stdin.
+// What vexil-cook takes from its surroundings: plug-in folders named by VEXIL_PLUGIN_PATH.
 #include "PictureTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -33,13 +32,4 @@ TEST(Environment, PluginPathVariableAddsFolders) {
     EXPECT_EQ(with.status, 0) << with.err;
     EXPECT_EQ(with.out, kEmptyCooked);
     EXPECT_EQ(with.err, "vexil-cook: 1 location cooked, 0 with errors, 0 with warnings\n");
-}
-
-TEST(Environment, SceneReadFromStandardInput) {
-    RunOptions options;
-    options.input = kSlowScene;
-    options.environment["VEXIL_PLUGIN_PATH"] = VEXIL_SLOW_PLUGIN_DIR;
-    const RunResult run = runCook({"/dev/stdin"}, options);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.out, kEmptyCooked);
 }

@@ -1,45 +1,13 @@
 #include "PictureTestSupport.h"
 
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
 #include <cstring>
-#include <regex>
+#include <memory>
 #include <stdexcept>
 
 namespace VexilPictureTest {
-
-namespace {
-
-std::string unescape(const std::string& text) {
-    static const std::pair<const char*, char> kEntities[] = {
-        {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}};
-    std::string out;
-    for (size_t i = 0; i < text.size();) {
-        bool replaced = false;
-        for (const auto& [entity, c] : kEntities) {
-            const size_t length = std::strlen(entity);
-            if (text.compare(i, length, entity) == 0) {
-                out += c;
-                i += length;
-                replaced = true;
-                break;
-            }
-        }
-        if (!replaced) {
-            out += text[i++];
-        }
-    }
-    return out;
-}
-
-std::map<std::string, std::string> parseAttributes(const std::string& text) {
-    static const std::regex kAttribute("([A-Za-z_:][-A-Za-z0-9_:.]*)=\"([^\"]*)\"");
-    std::map<std::string, std::string> attributes;
-    for (std::sregex_iterator it(text.begin(), text.end(), kAttribute), end; it != end; ++it) {
-        attributes[(*it)[1]] = unescape((*it)[2]);
-    }
-    return attributes;
-}
-
-} // namespace
 
 std::string SvgElement::attr(const std::string& name) const {
     auto it = attributes.find(name);
@@ -63,42 +31,28 @@ bool SvgElement::inGroup(const std::string& className) const {
     return false;
 }
 
-std::vector<SvgElement> parseSvg(const std::string& document) {
-    struct Open {
-        std::string tag;
-        std::map<std::string, std::string> attributes;
-    };
-    std::vector<Open> open;
-    std::vector<SvgElement> elements;
-    size_t at = 0;
-    while ((at = document.find('<', at)) != std::string::npos) {
-        const size_t close = document.find('>', at);
-        if (close == std::string::npos) {
-            throw std::runtime_error("unterminated tag at " + std::to_string(at));
-        }
-        const std::string inside = document.substr(at + 1, close - at - 1);
-        at = close + 1;
-        if (inside.empty() || inside[0] == '?' || inside[0] == '!') {
+namespace {
+
+std::string text(const xmlChar* value) {
+    return value ? std::string(reinterpret_cast<const char*>(value)) : std::string();
+}
+
+// Adds `node`, its siblings and the elements inside them to `out`, in document order;
+// `groupIndices` are the places in `out` of the enclosing <g> elements.
+void collect(const xmlNode* node, std::vector<SvgElement>& out, std::vector<size_t>& groupIndices) {
+    for (; node; node = node->next) {
+        if (node->type != XML_ELEMENT_NODE) {
             continue;
         }
-        if (inside[0] == '/') {
-            const std::string tag = inside.substr(1);
-            if (open.empty() || open.back().tag != tag) {
-                throw std::runtime_error("</" + tag + "> does not close the open element");
-            }
-            open.pop_back();
-            continue;
-        }
-        const bool selfClosing = inside.back() == '/';
-        const size_t nameEnd = inside.find_first_of(" /");
         SvgElement element;
-        element.tag = inside.substr(0, nameEnd);
-        element.attributes = parseAttributes(inside.substr(std::min(nameEnd, inside.size())));
-        for (const Open& enclosing : open) {
-            if (enclosing.tag != "g") {
-                continue;
-            }
-            for (const auto& [name, value] : enclosing.attributes) {
+        element.tag = text(node->name);
+        for (const xmlAttr* attribute = node->properties; attribute; attribute = attribute->next) {
+            xmlChar* value = xmlNodeListGetString(node->doc, attribute->children, 1);
+            element.attributes[text(attribute->name)] = text(value);
+            xmlFree(value);
+        }
+        for (size_t index : groupIndices) {
+            for (const auto& [name, value] : out[index].attributes) {
                 if (name == "class") {
                     element.groupClasses.push_back(value);
                 } else {
@@ -106,21 +60,38 @@ std::vector<SvgElement> parseSvg(const std::string& document) {
                 }
             }
         }
-        if (element.tag == "text" && !selfClosing) {
-            const size_t end = document.find("</text>", at);
-            if (end == std::string::npos) {
-                throw std::runtime_error("unterminated <text>");
-            }
-            element.text = unescape(document.substr(at, end - at));
-            at = end + 7;
-        } else if (!selfClosing) {
-            open.push_back({element.tag, element.attributes});
+        if (element.tag == "text") {
+            xmlChar* content = xmlNodeGetContent(node);
+            element.text = text(content);
+            xmlFree(content);
         }
-        elements.push_back(std::move(element));
+        out.push_back(std::move(element));
+        const bool isGroup = out.back().tag == "g";
+        if (isGroup) {
+            groupIndices.push_back(out.size() - 1);
+        }
+        collect(node->children, out, groupIndices);
+        if (isGroup) {
+            groupIndices.pop_back();
+        }
     }
-    if (!open.empty()) {
-        throw std::runtime_error("<" + open.back().tag + "> is not closed");
+}
+
+} // namespace
+
+std::vector<SvgElement> parseSvg(const std::string& document) {
+    const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> doc(
+        xmlReadMemory(document.data(), static_cast<int>(document.size()), "picture.svg", nullptr,
+                      XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+        xmlFreeDoc);
+    if (!doc) {
+        const xmlError* error = xmlGetLastError();
+        throw std::runtime_error("the SVG is not well-formed XML: " +
+                                 (error && error->message ? std::string(error->message) : std::string("?")));
     }
+    std::vector<SvgElement> elements;
+    std::vector<size_t> groupIndices;
+    collect(xmlDocGetRootElement(doc.get()), elements, groupIndices);
     return elements;
 }
 

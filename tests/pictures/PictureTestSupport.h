@@ -1,5 +1,5 @@
-// Support for the picture, explain and progress tests: a reader of the SVG that vexil-cook writes and
-// PNG header sizes.
+// Support for the picture, explain and progress tests: the SVG that vexil-cook writes, read with
+// libxml2, and PNG header sizes.
 #pragma once
 
 #include "CookRunner.h"
@@ -33,7 +33,7 @@ struct SvgElement {
     bool inGroup(const std::string& className) const;
 };
 
-/// The elements of an SVG document in order (groups included); throws on text it cannot read.
+/// The elements of an SVG document in order (groups included); throws when it is not well-formed XML.
 std::vector<SvgElement> parseSvg(const std::string& document);
 
 /// The elements with tag `tag` and class `className` whose context matches every (name, value) of

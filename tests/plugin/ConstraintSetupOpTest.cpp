@@ -1,6 +1,7 @@
 // ConstraintSetup cooked against the stand-in host.
 #include "tests/plugin/FakeCookHost.h"
 
+#include "constraints/ops/ConstraintSetupIndex.h"
 #include "constraints/ops/ConstraintSetupOp.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 
 namespace {
 
+using Vexil3Constraints::Private::ConstraintSetupIndex;
 using Vexil3Constraints::Private::ConstraintSetupOp;
 using VexilTest::FakeCook;
 using Children = std::vector<std::pair<std::string, Qn::Attribute>>;
@@ -55,12 +57,18 @@ std::string childType(const Qn::Attribute& xform, const std::string& name) {
 class ConstraintSetupOpTest : public ::testing::Test {
 protected:
     void SetUp() override { VexilTest::ensureAttributeSuite(); }
+    /// Cooks `path` as a location below the start of the op's traversal: with the index of the entries
+    /// that the traversal carries down.
     uint8_t cook(const std::string& path, const std::vector<Qn::Attribute>& entries) {
         m_cook.outputPath = path;
         m_cook.opArgs = constraintsArg(entries);
+        m_index = std::make_unique<ConstraintSetupIndex>(
+            Qn::GroupAttribute(m_cook.opArgs.getChildByName("constraints")));
+        m_cook.privateData = m_index.get();
         return m_cook.cookWith(setupSuite());
     }
     FakeCook m_cook;
+    std::unique_ptr<ConstraintSetupIndex> m_index;
 };
 
 TEST_F(ConstraintSetupOpTest, MissingOrMalformedConstraintsStopTraversal) {
@@ -75,6 +83,27 @@ TEST_F(ConstraintSetupOpTest, MissingOrMalformedConstraintsStopTraversal) {
         EXPECT_EQ(m_cook.cookWith(setupSuite()), 0);
         EXPECT_EQ(m_cook.callLog(), Strings{"stopChildTraversal"});
     }
+}
+
+// Where the traversal starts there is no index yet: the op makes one and hands it down with the
+// traversal, under the same op type and arguments, and still installs at the location itself.
+TEST_F(ConstraintSetupOpTest, TheTraversalsFirstLocationIndexesTheEntriesForThoseBelow) {
+    m_cook.outputPath = "/root/world/a";
+    m_cook.opArgs = constraintsArg(
+        {entry("/root/world/a", constraintGroup("Aim")), entry("/root/world/a/b", constraintGroup("Point"))});
+    ASSERT_EQ(m_cook.cookWith(setupSuite()), 0);
+    ASSERT_EQ(m_cook.callLog(), (Strings{"replaceChildTraversalOp", "setAttr:xform"}));
+    const VexilTest::HostCall& handOver = m_cook.calls[0];
+    EXPECT_EQ(handOver.opType, "ConstraintSetup");
+    EXPECT_EQ(VexilTest::string(
+                  Qn::GroupAttribute(handOver.attr).getChildByName("constraints.c1.baseLocationPath")),
+              "/root/world/a/b");
+    const auto* index = static_cast<const ConstraintSetupIndex*>(handOver.privateData);
+    ASSERT_NE(index, nullptr);
+    EXPECT_EQ(index->entriesAt("/root/world/a/b"), std::vector<int64_t>{1});
+    EXPECT_TRUE(index->isAboveSomeBase("/root/world/a/"));
+    EXPECT_FALSE(index->isAboveSomeBase("/root/world/a/b"));
+    EXPECT_EQ(childType(m_cook.output("xform"), "constraint"), "Aim");
 }
 
 TEST_F(ConstraintSetupOpTest, WorldExtendsTheListInEntryOrder) {

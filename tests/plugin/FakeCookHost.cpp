@@ -112,6 +112,25 @@ void deleteAttrEntry(VexilCookHandle h, const char* name, int32_t nameLength) {
     fake(h).calls.push_back(call);
 }
 
+void* privateDataEntry(VexilCookHandle h) {
+    return fake(h).privateData;
+}
+
+void replaceChildTraversalEntry(VexilCookHandle h, const char* opType, int32_t opTypeLength,
+                                QnAttributeHandle opArgs, void* privateData,
+                                VexilPrivateDataDeleter deleter) {
+    HostCall call;
+    call.kind = "replaceChildTraversalOp";
+    call.opType = text(opType, opTypeLength);
+    call.attr = Qn::Attribute::share(opArgs);
+    call.privateData = privateData;
+    FakeCook& cook = fake(h);
+    cook.calls.push_back(call);
+    if (privateData != nullptr && deleter != nullptr) {
+        cook.handedOver.emplace_back(privateData, deleter);
+    }
+}
+
 void stopEntry(VexilCookHandle h) {
     HostCall call;
     call.kind = "stopChildTraversal";
@@ -160,6 +179,8 @@ const VexilCookSuite* FakeCook::suite() {
         s.setAttr = &setAttrEntry;
         s.deleteAttr = &deleteAttrEntry;
         s.stopChildTraversal = &stopEntry;
+        s.getPrivateData = &privateDataEntry;
+        s.replaceChildTraversalOp = &replaceChildTraversalEntry;
         s.extendAttr = &extendAttrEntry;
         return s;
     }();

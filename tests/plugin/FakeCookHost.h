@@ -11,6 +11,7 @@
 #include <vexil/VexilOp.h>
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,14 +22,15 @@ void ensureAttributeSuite();
 
 /// One request the op made of the host, in call order.
 struct HostCall {
-    std::string kind;   ///< "setAttr", "deleteAttr", "extendAttr", "stopChildTraversal", "createChild"
+    /// "setAttr", "deleteAttr", "extendAttr", "stopChildTraversal", "createChild", "replaceChildTraversalOp"
+    std::string kind;
     std::string name;   ///< attribute or child name
     Qn::Attribute attr; ///< the attribute handed over (setAttr, extendAttr) or the op args (createChild)
     int groupInherit = -1;
     std::string srcName;   ///< extendAttr
     std::string inputPath; ///< extendAttr
     int inputIndex = 0;    ///< extendAttr
-    std::string opType;    ///< createChild
+    std::string opType;    ///< createChild, replaceChildTraversalOp
     int resetRecursive = -1;
     void* privateData = nullptr;
 };
@@ -54,6 +56,11 @@ public:
     /// The input scene: location path -> attribute name (dotted, as queried) -> value; the attribute
     /// "type" also answers location-type queries.
     std::map<std::string, std::map<std::string, Qn::Attribute>> input;
+
+    /// What getPrivateData answers: the private data of the traversal this location is cooked in.
+    void* privateData = nullptr;
+    /// Private data handed over by replaceChildTraversalOp, freed with the last copy of the cook.
+    std::vector<std::shared_ptr<void>> handedOver;
 
     std::vector<HostCall> calls;
     std::vector<HostQuery> queries;

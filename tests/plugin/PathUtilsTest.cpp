@@ -3,9 +3,45 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <string>
+#include <vector>
+
 namespace {
 
 using namespace Qn::PathUtils;
+
+// The one rule by which a written path names a location, for targets, list entries, base paths and the
+// command line alike.
+TEST(PathUtilsTest, WrittenPathsNameOneLocation) {
+    const std::vector<std::array<std::string, 3>> cases = {
+        {"/root/world/a", "/root/world/t", "/root/world/t"},
+        {"/root/world/a", "../t", "/root/world/t"},
+        {"/root/world/geo/a", "../b", "/root/world/geo/b"},
+        {"/root/world/a", "child", "/root/world/a/child"},
+        {"/root/world/a", "./x", "/root/world/a/x"},
+        {"/root/world/a", ".", "/root/world/a"},
+        {"/root/world/a", "../../world/./t/", "/root/world/t"},
+        {"/root/world/a", "/root//world/t/", "/root/world/t"},
+        {"", "/root/world/./t//", "/root/world/t"},
+        {"/root/world/a", "/", "/"},
+        {"/root/world/a", "../../../..", ""}, // above the top
+        {"/root/world/a", "", ""},
+        {"", "relative/t", ""}, // a relative path without a base names nothing
+        {"/root/world/a", std::string("/root/wor\0ld", 13), ""},
+    };
+    for (const auto& [base, path, expected] : cases) {
+        EXPECT_EQ(normalisedPath(base, path), expected) << base << " + " << path;
+        if (!expected.empty()) {
+            EXPECT_TRUE(isNormalisedPath(expected)) << expected;
+        }
+    }
+    for (const char* name : {"", ".", "..", "a/b"}) {
+        EXPECT_FALSE(isLocationName(name)) << name;
+    }
+    EXPECT_FALSE(isLocationName(std::string("a\0b", 3)));
+    EXPECT_TRUE(isLocationName("geo.001"));
+}
 
 TEST(PathUtilsTest, StrictAncestry) {
     struct Case {

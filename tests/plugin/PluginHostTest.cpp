@@ -111,12 +111,13 @@ uint8_t worldBound(VexilCookHandle h, const char* path, int32_t pathLength, int3
     return 1;
 }
 
-const XFormUtilHostSuite g_xformSuite{&sampleTimes, &xformAtTimes, &localAtTimes, &copySampleTimes,
-                                      &copyXformAtTimes};
+// A host of version 2 of the transform suite: the copying entries, not the continuing ones.
+const XFormUtilHostSuite g_xformSuite{&sampleTimes,      &xformAtTimes, &localAtTimes, &copySampleTimes,
+                                      &copyXformAtTimes, nullptr,       nullptr};
 const VexilCookInterfaceUtilsHostSuite g_boundSuite{&worldBound};
 
 const void* fullHostSuite(const char* name, unsigned int version) {
-    if (std::strcmp(name, VEXIL_XFORM_UTIL_SUITE_NAME) == 0 && version == VEXIL_XFORM_UTIL_SUITE_VERSION) {
+    if (std::strcmp(name, VEXIL_XFORM_UTIL_SUITE_NAME) == 0 && version == 2) {
         return &g_xformSuite;
     }
     if (std::strcmp(name, VEXIL_COOK_UTILS_SUITE_NAME) == 0 && version == VEXIL_COOK_UTILS_SUITE_VERSION) {

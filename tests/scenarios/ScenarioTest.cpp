@@ -1,4 +1,4 @@
-// Runs every scenario folder: cooks its scene.json with the real vexil-cook and checks what
+// Runs every scenario folder: cooks its scene file with the real vexil-cook and checks what
 // expected.json asks for (README.md describes the form and the tolerance).
 #include "CookRunner.h"
 #include "CookTestSupport.h"
@@ -116,7 +116,7 @@ TEST_P(Scenario, Cooks) {
     for (const Json& argument : expected.value("args", Json::array({"--world"}))) {
         arguments.push_back(replaced(argument.get<std::string>(), "{DIR}", scratch.path("")));
     }
-    const std::string scene = folder + "/scene.json";
+    const std::string scene = folder + "/" + expected.value("scene", std::string("scene.json"));
     arguments.push_back(scene);
     const RunResult run = runCook(arguments);
     EXPECT_EQ(run.status, expected.value("status", 0)) << run.err;

@@ -124,45 +124,54 @@ TEST(NumberText, SampleTimesArePlainDecimals) {
     for (const auto& c : cases) {
         EXPECT_EQ(formatSampleTime(c.time), c.text) << c.text;
         float back = 99.0f;
-        ASSERT_TRUE(parseSampleTime(c.text, back)) << c.text;
+        ASSERT_EQ(parseSampleTime(c.text, back), SampleTimeText::Valid) << c.text;
         EXPECT_EQ(back, c.time) << c.text;
     }
 }
 
 TEST(NumberText, SampleTimeKeysAreStrictDecimals) {
+    using Read = SampleTimeText;
+    const std::string tiny = "0." + std::string(49, '0') + "1";
     const struct {
-        const char* text;
-        bool valid;
+        std::string text;
+        Read read;
         float time;
     } cases[] = {
-        {"0", true, 0.0f},
-        {"-0.25", true, -0.25f},
-        {"12.5", true, 12.5f},
-        {"007", true, 7.0f},
-        {"0.1", true, 0.1f},
-        {"", false, 0},
-        {"-", false, 0},
-        {".5", false, 0},
-        {"1.", false, 0},
-        {"1e3", false, 0},
-        {"+1", false, 0},
-        {" 1", false, 0},
-        {"1 ", false, 0},
-        {"0x1", false, 0},
-        {"1.5.2", false, 0},
-        {"nan", false, 0},
-        {"inf", false, 0},
-        {"1,5", false, 0},
-        {"1000000000000000000000000000000000000000", false, 0}, // beyond the float range
+        {"0", Read::Valid, 0.0f},
+        {"-0.25", Read::Valid, -0.25f},
+        {"12.5", Read::Valid, 12.5f},
+        {"007", Read::Valid, 7.0f},
+        {"0.1", Read::Valid, 0.1f},
+        {"0.000", Read::Valid, 0.0f},
+        {"0." + std::string(44, '0') + "1", Read::Valid, std::numeric_limits<float>::denorm_min()},
+        {"", Read::NotDecimal, 0},
+        {"-", Read::NotDecimal, 0},
+        {".5", Read::NotDecimal, 0},
+        {"1.", Read::NotDecimal, 0},
+        {"1e3", Read::NotDecimal, 0},
+        {"+1", Read::NotDecimal, 0},
+        {" 1", Read::NotDecimal, 0},
+        {"1 ", Read::NotDecimal, 0},
+        {"0x1", Read::NotDecimal, 0},
+        {"1.5.2", Read::NotDecimal, 0},
+        {"nan", Read::NotDecimal, 0},
+        {"inf", Read::NotDecimal, 0},
+        {"1,5", Read::NotDecimal, 0},
+        {"1000000000000000000000000000000000000000", Read::TooLarge, 0},
+        {"-1000000000000000000000000000000000000000.5", Read::TooLarge, 0},
+        {tiny, Read::TooSmall, 0},
+        {"-" + tiny, Read::TooSmall, 0},
+        {"0." + std::string(45, '0') + "7", Read::TooSmall, 0}, // half the smallest float
     };
     for (const auto& c : cases) {
         float time = 99.0f;
-        EXPECT_EQ(parseSampleTime(c.text, time), c.valid) << '"' << c.text << '"';
-        if (c.valid) {
-            EXPECT_EQ(time, c.time) << c.text;
-        }
+        EXPECT_EQ(parseSampleTime(c.text, time), c.read) << '"' << c.text << '"';
+        EXPECT_EQ(time, c.read == Read::Valid ? c.time : 99.0f) << c.text;
     }
+    EXPECT_EQ(sampleTimeError(tiny, Read::TooSmall),
+              "sample time \"" + tiny +
+                  "\" is too close to zero for a float time (floats reach down to about 1.4e-45)");
     float negativeZero = 99.0f;
-    ASSERT_TRUE(parseSampleTime("-0", negativeZero));
+    ASSERT_EQ(parseSampleTime("-0", negativeZero), Read::Valid);
     EXPECT_FALSE(std::signbit(negativeZero)) << "time -0 is time 0";
 }

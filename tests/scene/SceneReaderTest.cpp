@@ -281,9 +281,9 @@ TEST(SceneReader, BadFileStructure) {
         {R"({"scene": {"children": []}})",
          "test.json: line 1: scene.children: must be an object from child name to location"},
         {R"({"scene": {"children": {"a/b": {}}}})",
-         R"(test.json: line 1: scene.children.a/b: "a/b" is not a location name (names are not empty and hold no "/"))"},
+         R"(test.json: line 1: scene.children.a/b: "a/b" is not a location name (a name is not empty, "." or "..", and holds no "/" or NUL))"},
         {R"({"scene": {"children": {"a": {"children": {"": {}}}}}})",
-         R"(test.json: line 1: scene.children.a.children.: "" is not a location name (names are not empty and hold no "/"))"},
+         R"(test.json: line 1: scene.children.a.children.: "" is not a location name (a name is not empty, "." or "..", and holds no "/" or NUL))"},
         {R"({"scene": {}, "time": 0})", "test.json: line 1: time: must be an object with currentTime, "
                                         "shutterOpen, shutterClose and numSamples"},
         {R"({"scene": {}, "time": {"fps": 24}})",

@@ -293,8 +293,23 @@ void abortWithoutQueryCook(VexilCookHandle handle, const VexilCookSuite* suite, 
     *aborted = 1;
 }
 
+/// What the test program installs to run as TestCallback's cook (its cook handle, the host's cook
+/// suite, and a context of its own).
+using CookCallback = void (*)(VexilCookHandle, const VexilCookSuite*, void*);
+CookCallback g_callback = nullptr;
+void* g_callbackContext = nullptr;
+
+/// Hands the raw cook to the test program's callback, so that a test can call the host's entries
+/// itself; does nothing when none is installed.
+void callbackCook(VexilCookHandle handle, const VexilCookSuite* suite, uint8_t*) {
+    if (g_callback != nullptr) {
+        g_callback(handle, suite, g_callbackContext);
+    }
+}
+
 const VexilOpSuite kEscapingSuite = {nullptr, &escapingCook, nullptr};
 const VexilOpSuite kAbortWithoutQuerySuite = {nullptr, &abortWithoutQueryCook, nullptr};
+const VexilOpSuite kCallbackSuite = {nullptr, &callbackCook, nullptr};
 
 int setHostEntry(const VexilHost* host) {
     Qn::VexilPluginHost::setHost(host);
@@ -309,6 +324,9 @@ const void* escapingSuite() {
 }
 const void* abortWithoutQuerySuite() {
     return &kAbortWithoutQuerySuite;
+}
+const void* callbackSuite() {
+    return &kCallbackSuite;
 }
 
 VexilPluginRecord record(const char* name, const void* (*getSuite)()) {
@@ -336,6 +354,7 @@ extern "C" __attribute__((visibility("default"))) VexilPluginRecord* getPlugins(
         record("TestEntries", &Qn::getVexilOpSuite<EntriesOp>),
         record("TestEscape", &escapingSuite),
         record("TestAbortWithoutQuery", &abortWithoutQuerySuite),
+        record("TestCallback", &callbackSuite),
     };
     *count = static_cast<unsigned int>(g_records.size());
     return g_records.data();
@@ -359,4 +378,11 @@ extern "C" __attribute__((visibility("default"))) int64_t vexilTestSerialOverlap
 /// The smallest stack, in bytes, of a thread that cooked TestStack so far (the largest int64 before).
 extern "C" __attribute__((visibility("default"))) int64_t vexilTestSmallestStack() {
     return g_smallestStack.load();
+}
+
+/// Installs the function TestCallback's cook calls (null: none), with a context passed to it.
+extern "C" __attribute__((visibility("default"))) void vexilTestSetCookCallback(CookCallback callback,
+                                                                                void* context) {
+    g_callback = callback;
+    g_callbackContext = context;
 }

@@ -3,6 +3,80 @@
 namespace Qn {
 namespace PathUtils {
 
+namespace {
+
+/// Applies the components of `path` to `stack`; false when ".." climbs above the top.
+bool applyComponents(std::string_view path, std::vector<std::string_view>& stack) {
+    size_t start = 0;
+    while (start <= path.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string_view::npos) {
+            slash = path.size();
+        }
+        const std::string_view component = path.substr(start, slash - start);
+        if (component == "..") {
+            if (stack.empty()) {
+                return false;
+            }
+            stack.pop_back();
+        } else if (!component.empty() && component != ".") {
+            stack.push_back(component);
+        }
+        start = slash + 1;
+    }
+    return true;
+}
+
+} // namespace
+
+bool isLocationName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
+           name.find('\0') == std::string_view::npos;
+}
+
+bool isNormalisedPath(std::string_view path) {
+    if (path == "/") {
+        return true;
+    }
+    if (path.size() < 2 || path[0] != '/' || path.back() == '/') {
+        return false;
+    }
+    size_t start = 1;
+    while (start <= path.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string_view::npos) {
+            slash = path.size();
+        }
+        if (!isLocationName(path.substr(start, slash - start))) {
+            return false;
+        }
+        start = slash + 1;
+    }
+    return true;
+}
+
+std::string normalisedPath(std::string_view basePath, std::string_view path) {
+    if (isNormalisedPath(path)) {
+        return std::string(path); // the common case, without splitting and joining
+    }
+    if (path.empty() || path.find('\0') != std::string_view::npos || (path[0] != '/' && basePath.empty())) {
+        return std::string();
+    }
+    std::vector<std::string_view> stack;
+    if (path[0] != '/' && (basePath[0] != '/' || !applyComponents(basePath, stack))) {
+        return std::string();
+    }
+    if (!applyComponents(path, stack)) {
+        return std::string();
+    }
+    std::string result;
+    for (std::string_view component : stack) {
+        result += '/';
+        result += component;
+    }
+    return result.empty() ? std::string("/") : result;
+}
+
 std::string stripTrailingSlashes(const std::string& path) {
     const size_t last = path.find_last_not_of('/');
     if (last == std::string::npos) {

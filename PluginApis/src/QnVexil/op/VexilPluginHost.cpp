@@ -12,8 +12,10 @@ namespace {
 const VexilHost* g_host = nullptr;
 const XFormUtilHostSuite* g_xformUtilSuite = nullptr;
 const VexilCookInterfaceUtilsHostSuite* g_cookUtilsSuite = nullptr;
-// True when g_xformUtilSuite is version 2: entries 3 and 4 answer into the caller's buffers.
+// True when g_xformUtilSuite is version 2 or later: entries 3 and 4 answer into the caller's buffers.
 bool g_xformCopies = false;
+// True when g_xformUtilSuite is version 3 or later: entries 5 and 6 continue from an ancestor's world.
+bool g_xformBelow = false;
 
 const XFormUtilHostSuite& xformUtil() {
     if (!g_xformUtilSuite) {
@@ -52,11 +54,18 @@ int setHost(const VexilHost* host) {
     g_xformUtilSuite = nullptr;
     g_cookUtilsSuite = nullptr;
     g_xformCopies = false;
+    g_xformBelow = false;
     if (!host || !host->getSuite) {
         return -1;
     }
     g_xformUtilSuite = static_cast<const XFormUtilHostSuite*>(
         host->getSuite(VEXIL_XFORM_UTIL_SUITE_NAME, VEXIL_XFORM_UTIL_SUITE_VERSION));
+    g_xformBelow = g_xformUtilSuite != nullptr;
+    if (!g_xformUtilSuite) {
+        // A host of version 2: entries 0-4.
+        g_xformUtilSuite =
+            static_cast<const XFormUtilHostSuite*>(host->getSuite(VEXIL_XFORM_UTIL_SUITE_NAME, 2));
+    }
     g_xformCopies = g_xformUtilSuite != nullptr;
     if (!g_xformUtilSuite) {
         // An older host: entries 0-2 only.
@@ -153,6 +162,40 @@ bool copyWorldXformAtTimes(const VexilCookInterface& cookInterface, const std::s
     const uint8_t found = suite.copyWorldXformAtTimes(
         cookInterface.getHandle(), locationPath.data(), static_cast<int32_t>(locationPath.size()), inputIndex,
         times, numTimes, overrides.getHandle(), matricesOut, &abortFlag);
+    if (abortFlag) {
+        throw VexilCookInterface::QueryAbortException();
+    }
+    return found != 0;
+}
+
+bool hasWorldBelow() {
+    return g_xformBelow;
+}
+
+int64_t copyWorldXformSampleTimesBelow(const VexilCookInterface& cookInterface,
+                                       const std::string& locationPath, size_t ancestorLength,
+                                       float* timesOut, int64_t capacity, const GroupAttribute& overrides,
+                                       int32_t inputIndex) {
+    uint8_t abortFlag = 0;
+    const int64_t count = xformUtil().copyWorldXformSampleTimesBelow(
+        cookInterface.getHandle(), locationPath.data(), static_cast<int32_t>(locationPath.size()),
+        static_cast<int32_t>(ancestorLength), inputIndex, overrides.getHandle(), timesOut, capacity,
+        &abortFlag);
+    if (abortFlag) {
+        throw VexilCookInterface::QueryAbortException();
+    }
+    return count;
+}
+
+bool copyWorldXformAtTimesBelow(const VexilCookInterface& cookInterface, const std::string& locationPath,
+                                size_t ancestorLength, const float* times, int64_t numTimes,
+                                const double* ancestorWorlds, double* matricesOut,
+                                const GroupAttribute& overrides, int32_t inputIndex) {
+    uint8_t abortFlag = 0;
+    const uint8_t found = xformUtil().copyWorldXformAtTimesBelow(
+        cookInterface.getHandle(), locationPath.data(), static_cast<int32_t>(locationPath.size()),
+        static_cast<int32_t>(ancestorLength), inputIndex, times, numTimes, ancestorWorlds,
+        overrides.getHandle(), matricesOut, &abortFlag);
     if (abortFlag) {
         throw VexilCookInterface::QueryAbortException();
     }

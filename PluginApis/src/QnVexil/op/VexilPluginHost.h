@@ -64,6 +64,29 @@ bool copyWorldXformAtTimes(const VexilCookInterface& cookInterface, const std::s
                            const float* times, int64_t numTimes, double* matricesOut,
                            const GroupAttribute& overrides = GroupAttribute(), int32_t inputIndex = -1);
 
+/// True when the host's XFormUtilHost suite is version 3 or later: copyWorldXformSampleTimesBelow and
+/// copyWorldXformAtTimesBelow may be called.
+bool hasWorldBelow();
+
+/// The sample times of the transform operations of the locations strictly below the ancestor
+/// `locationPath[0, ancestorLength)` down to the location (the whole chain for 0), written to
+/// `timesOut` (at most `capacity`); returns how many there are (which may be 0, or exceed `capacity`:
+/// ask again), or -1 when the host gives nothing. Requires hasWorldBelow(). Throws QueryAbortException.
+int64_t copyWorldXformSampleTimesBelow(const VexilCookInterface& cookInterface,
+                                       const std::string& locationPath, size_t ancestorLength,
+                                       float* timesOut, int64_t capacity,
+                                       const GroupAttribute& overrides = GroupAttribute(),
+                                       int32_t inputIndex = -1);
+
+/// The world transform of the location at each of `times`, given `ancestorWorlds` (16 doubles per time)
+/// of its ancestor `locationPath[0, ancestorLength)` (not read for 0), written to `matricesOut`: bit for
+/// bit what copyWorldXformAtTimes gives when those are the ancestor's world transforms. False when the
+/// location does not exist or there is no time. Requires hasWorldBelow(). Throws QueryAbortException.
+bool copyWorldXformAtTimesBelow(const VexilCookInterface& cookInterface, const std::string& locationPath,
+                                size_t ancestorLength, const float* times, int64_t numTimes,
+                                const double* ancestorWorlds, double* matricesOut,
+                                const GroupAttribute& overrides = GroupAttribute(), int32_t inputIndex = -1);
+
 /// The local transform (row vectors) of an `xform` group at each of `times`, in their order. Throws
 /// std::runtime_error when the host lacks the suite or answers with other than 16 values per time.
 std::vector<Imath::M44d> getLocalXformAtTimes(const GroupAttribute& xformGroup,

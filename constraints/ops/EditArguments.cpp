@@ -59,11 +59,12 @@ CheckedArgument checkLocationPathArg(const Qn::Attribute& arg, const std::string
 CheckedArgument checkConstraintTypeArg(const Qn::Attribute& arg, const std::string& opType) {
     std::string type;
     if (!firstString(arg, type)) {
-        return failed(opType, "a 'constraintType' argument must be given: 'Aim', 'Orient' or 'Point'.");
+        return failed(
+            opType, "a 'constraintType' argument must be given: " + editableConstraintTypesText("or") + ".");
     }
     if (!isEditableConstraintType(type)) {
-        return failed(opType, "unsupported constraint type '" + type +
-                                  "'; the types are 'Aim', 'Orient' and 'Point'.");
+        return failed(opType, "unsupported constraint type '" + type + "'; the types are " +
+                                  editableConstraintTypesText("and") + ".");
     }
     return CheckedArgument{type, std::string()};
 }

@@ -1,5 +1,6 @@
 #include "constraints/resolve/ConstraintArguments.h"
 
+#include "constraints/resolve/ResolverChecks.h"
 #include "hostapi/attribute/DataAttribute.h"
 
 #include <stdexcept>
@@ -13,7 +14,57 @@ namespace {
 
 constexpr std::string_view kArgsPrefix("args.");
 
+EditableArgument argument(const std::string& name, ArgumentKind kind, const std::string& widget,
+                          const std::string& label, const std::string& help) {
+    EditableArgument a;
+    a.name = name;
+    a.kind = kind;
+    a.widget = widget;
+    a.label = label;
+    a.help = help;
+    return a;
+}
+
 } // namespace
+
+EditableArgument pathsArgument(const std::string& name, const std::string& label, const std::string& help) {
+    return argument(name, ArgumentKind::StringArray, "scenegraphLocation", label, help);
+}
+
+EditableArgument switchArgument(const std::string& name, const std::string& label, const std::string& help,
+                                int32_t defaultValue) {
+    EditableArgument a = argument(name, ArgumentKind::Int, "checkBox", label, help);
+    a.defaultInt = defaultValue;
+    return a;
+}
+
+EditableArgument choiceArgument(const std::string& name, const std::string& label, const std::string& help,
+                                const std::vector<std::string>& options) {
+    EditableArgument a = argument(name, ArgumentKind::String, "popup", label, help);
+    a.options = options;
+    a.defaultString = options.front();
+    return a;
+}
+
+EditableArgument vectorArgument(const std::string& name, const std::string& label, const std::string& help,
+                                const std::array<float, 3>& defaultValue) {
+    EditableArgument a = argument(name, ArgumentKind::Float3, "vector3", label, help);
+    a.defaultFloat3 = defaultValue;
+    return a;
+}
+
+EditableArgument indexArgument(const std::string& name, const std::string& label, const std::string& help) {
+    EditableArgument a = argument(name, ArgumentKind::Int, "integer", label, help);
+    // Only read in some modes: a new constraint leaves it out, the editor offers 0.
+    a.inNewConstraint = false;
+    return a;
+}
+
+const std::vector<std::string>& originModeNames() {
+    static const std::vector<std::string> names = {"origin", "boundingBox", "faceCenterAverage",
+                                                   "faceBoundingBox"};
+    return names;
+}
 
 ConstraintArguments::ConstraintArguments(const Qn::GroupAttribute& constraintGroup)
     : m_group(constraintGroup) {
@@ -78,8 +129,7 @@ std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGro
 OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
                              std::string_view argumentName) {
     if (!mode) {
-        throw std::runtime_error(std::string(resolverType) + " constraint resolver: empty " +
-                                 std::string(argumentName) + ".");
+        ResolverChecks(resolverType).failEmptyArgument(argumentName);
     }
     return *mode;
 }

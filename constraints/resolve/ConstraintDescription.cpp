@@ -31,5 +31,24 @@ ConstraintDescription readConstraintDescription(const Qn::GroupAttribute& constr
     return description;
 }
 
+const std::vector<EditableArgument>& descriptionArguments() {
+    static const std::vector<EditableArgument> arguments = {
+        pathsArgument("target", "Targets",
+                      "Locations the constraint follows, in order; a relative path starts at the "
+                      "constrained location."),
+        switchArgument(
+            "allowMissingTargets", "Allow Missing Targets",
+            "When on, missing targets are skipped and a constraint left without targets only warns.", 0),
+        switchArgument("requireTargetBounds", "Require Target Bounds",
+                       "When on, targets without a bound attribute are dropped with a warning.", 0),
+        switchArgument(
+            "respectMotionBlur", "Respect Motion Blur",
+            "When on, the constraint is evaluated at every motion sample; when off, at the current "
+            "time only.",
+            1),
+    };
+    return arguments;
+}
+
 } // namespace Private
 } // namespace Vexil3Constraints

@@ -1,7 +1,10 @@
 // The children of a constraint description that the resolve path reads for every constraint.
 #pragma once
 
+#include "constraints/resolve/ConstraintArguments.h"
 #include "hostapi/attribute/GroupAttribute.h"
+
+#include <vector>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -19,6 +22,10 @@ struct ConstraintDescription {
 
 /// Finds the children in one pass over the group's names: cheaper than one lookup each.
 ConstraintDescription readConstraintDescription(const Qn::GroupAttribute& constraintGroup);
+
+/// The description's own arguments as an editor offers them, in display order: `target` and the
+/// switches `allowMissingTargets` (0), `requireTargetBounds` (0) and `respectMotionBlur` (1).
+const std::vector<EditableArgument>& descriptionArguments();
 
 } // namespace Private
 } // namespace Vexil3Constraints

@@ -30,8 +30,6 @@ using SampleTimes = boost::container::flat_set<float>;
 using XformSamples = boost::container::flat_map<float, Imath::M44d>;
 /// One XformSamples per target, in target order.
 using XformSamplesList = std::vector<XformSamples>;
-/// The compute steps' output: 16 doubles (row by row) per sample time.
-using MatrixSamples = boost::container::flat_map<float, std::vector<double>>;
 /// Attributes to set on the constrained location, by name, in ascending name order.
 using OutputAttributes = std::map<std::string, Qn::Attribute>;
 using TargetPaths = std::vector<std::string>;

@@ -1,6 +1,7 @@
 #include "constraints/resolve/FaceIterator.h"
 
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
+#include "constraints/resolve/ResolverChecks.h"
 
 #include <stdexcept>
 
@@ -99,8 +100,11 @@ void FaceIterator::computeFace() {
         const int64_t point = m_vertexView[static_cast<int64_t>(v)];
         if (point < 0 || static_cast<uint64_t>(3 * point + 2) >= bufferSize)
             throw std::runtime_error("FaceIterator mesh has out of range point.");
-        const Imath::V3d position(m_pointBuffer[3 * point], m_pointBuffer[3 * point + 1],
-                                  m_pointBuffer[3 * point + 2]);
+        const float* values = &m_pointBuffer[3 * point];
+        const ValueProblem problem = valueProblem(values, 3);
+        if (problem != ValueProblem::None)
+            requireUsable(problem, "FaceIterator mesh point " + std::to_string(point));
+        const Imath::V3d position(values[0], values[1], values[2]);
         m_facePoints.push_back(position);
         sum += position;
         if (v + 1 <= last && v + 1 >= vertexCount)

@@ -19,7 +19,8 @@ namespace Private {
 /// Iterates the faces of the "polymesh" or "subdmesh" at a location, or of the "faceset" at a location
 /// (whose mesh is its parent), with point positions interpolated at one sample time; points are in
 /// the mesh's local space. Face 0 is computed on construction, so a fault there throws at once.
-/// Every fault throws std::runtime_error with a fixed "FaceIterator ..." message.
+/// Every fault throws std::runtime_error with a fixed "FaceIterator ..." message; a point of a face that
+/// is not finite or beyond the largest constraint value is one ("FaceIterator mesh point 3 is not finite.").
 class FaceIterator {
 public:
     /// Reads the mesh description of `locationPath` and computes face 0.

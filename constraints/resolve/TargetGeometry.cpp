@@ -3,6 +3,7 @@
 #include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "constraints/resolve/FaceIterator.h"
+#include "constraints/resolve/ResolverChecks.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -19,6 +20,9 @@ const Imath::M44d& transformAt(const XformSamples& samples, float sampleTime, co
     const auto it = samples.lower_bound(sampleTime);
     if (it == samples.end() || it->first > sampleTime)
         throw std::runtime_error("Incorrect time samples for xform (" + path + ").");
+    const ValueProblem problem = valueProblem(it->second);
+    if (problem != ValueProblem::None)
+        requireUsable(problem, "Transform of " + path);
     return it->second;
 }
 
@@ -34,6 +38,7 @@ Imath::V3d boundingBoxCentre(Qn::VexilCookInterface& cookInterface, const std::s
         // The missing opening parenthesis is part of the established message.
         throw std::runtime_error("Cannot get bounds attribute " + path + ").");
     }
+    requireUsableBound(values, 6, path, "");
     return Imath::V3d((values[0] + values[1]) * 0.5, (values[2] + values[3]) * 0.5,
                       (values[4] + values[5]) * 0.5);
 }
@@ -58,6 +63,15 @@ Imath::V3d faceBoundingBoxCentre(Qn::VexilCookInterface& cookInterface, const st
         }
     }
     return Imath::V3d((boxMin.x + boxMax.x) * 0.5, (boxMin.y + boxMax.y) * 0.5, (boxMin.z + boxMax.z) * 0.5);
+}
+
+// A point carried to world space by the divide of a matrix whose last column is zero, or beyond the
+// largest constraint value, cannot stand for its location.
+void requireUsableOrigin(const Imath::V3d& point, const std::string& path) {
+    const ValueProblem problem = valueProblem(&point.x, 3);
+    if (problem != ValueProblem::None)
+        throw std::runtime_error("Origin of " + path + " " + std::string(describe(problem)) +
+                                 " in world space.");
 }
 
 void insertSampleTimes(const Qn::DataAttribute& attr, SampleTimes& sampleTimes) {
@@ -85,8 +99,10 @@ void addTargetOrigin(OriginMode mode, const XformSamples& samples, Qn::VexilCook
         for (FaceIterator faces(cookInterface, path, sampleTime); faces.isValid(); faces.advance())
             centres.push_back(faces.getFaceCenter());
         for (Imath::V3d centre : centres) {
-            if (applyTransform)
+            if (applyTransform) {
                 matrix.multVecMatrix(Imath::V3d(centre), centre);
+                requireUsableOrigin(centre, path);
+            }
             sum += centre;
         }
         count += static_cast<int32_t>(centres.size());
@@ -99,8 +115,10 @@ void addTargetOrigin(OriginMode mode, const XformSamples& samples, Qn::VexilCook
     else if (mode == OriginMode::FaceBoundingBox)
         point = faceBoundingBoxCentre(cookInterface, path, sampleTime);
     // Only the centre is transformed, not the box.
-    if (applyTransform)
+    if (applyTransform) {
         matrix.multVecMatrix(Imath::V3d(point), point);
+        requireUsableOrigin(point, path);
+    }
     sum += point;
     count += 1;
 }
@@ -155,6 +173,13 @@ Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamples& targetSample
     int32_t count = 0;
     addTargetOrigin(mode, targetSamples, cookInterface, targetPath, applyTransform, sampleTime, sum, count);
     return average(sum, count);
+}
+
+void requireUsableBound(const double* values, size_t count, const std::string& path, std::string_view where) {
+    const ValueProblem problem = valueProblem(values, count);
+    if (problem != ValueProblem::None)
+        throw std::runtime_error("Bound of " + path + " " + std::string(describe(problem)) +
+                                 std::string(where) + ".");
 }
 
 std::vector<Imath::V3d> getFacePoints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
@@ -226,6 +251,8 @@ Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& nam
     const Qn::SampleView<float> values = attr.getNearestSample(0.0f);
     if (!attr.isValid() || values.size != 3)
         throw std::runtime_error("Cannot find float attribute of size 3 " + name);
+    // An axis of (inf, 0, 0) would pass every zero test.
+    requireUsable(valueProblem(values.data, 3), name);
     return Imath::V3d(values[0], values[1], values[2]);
 }
 
@@ -234,17 +261,12 @@ std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, cons
     const std::string value =
         Qn::StringAttribute(constraintGroup.getChildByName(argumentName)).getValue(std::string(), false);
     if (value.empty())
-        throw std::runtime_error(resolverType + " constraint resolver: empty " + argumentName + ".");
+        ResolverChecks(resolverType).failEmptyArgument(argumentName);
     return value;
 }
 
 std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
     static const std::string kName("args.targetOrigin");
-    return getRequiredStringArg(constraintGroup, resolverType, kName);
-}
-
-std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    static const std::string kName("args.baseOrigin");
     return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 

@@ -7,6 +7,7 @@
 
 #include <Imath/ImathVec.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -25,7 +26,10 @@ OriginMode originModeOf(std::string_view mode);
 /// The average origin of `targetPaths` at `sampleTime` for origin `mode`: in world space when
 /// `applyTransform` is set (each target's matrix at exactly `sampleTime` taken from `targetSamples`,
 /// one map per path), otherwise in the targets' local space. (0,0,0) for an empty path list.
-/// Throws std::runtime_error with a fixed message when a transform, bound or face is unusable.
+/// Throws std::runtime_error with a fixed message when a transform, bound or face is unusable, and
+/// when a transform, a bound or a point carried to world space is not finite or is beyond the largest
+/// constraint value ("Transform of <path> is not finite.", "Origin of <path> is not finite in world
+/// space.", "Bound of <path> has a value beyond 1e15.").
 Imath::V3d computeTargetOrigin(OriginMode mode, const XformSamplesList& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                                bool applyTransform, float sampleTime);
@@ -44,6 +48,10 @@ Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamplesList& 
 Imath::V3d computeTargetOrigin(const std::string& mode, const XformSamples& targetSamples,
                                Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
                                bool applyTransform, float sampleTime);
+
+/// Throws std::runtime_error "Bound of <path> is not finite<where>." or "Bound of <path> has a value
+/// beyond 1e15<where>." when one of the `count` values is that (`where`: "" or " in world space").
+void requireUsableBound(const double* values, size_t count, const std::string& path, std::string_view where);
 
 /// The points of face `faceIndex` of the mesh or face set at `locationPath`, in vertex-list order,
 /// in the location's local space, with positions interpolated at `sampleTime`. Throws
@@ -72,7 +80,8 @@ void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInt
 
 /// The three values (widened to double) of the float attribute `name` (dotted) of `group`, taken from
 /// the sample nearest to time 0. Throws std::runtime_error "Cannot find float attribute of size 3 "
-/// + name unless it is a FloatAttribute with exactly three values there.
+/// + name unless it is a FloatAttribute with exactly three values there, and "<name> is not finite."
+/// (or "<name> has a value beyond 1e15.") when a value cannot be used.
 Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name);
 
 /// The non-empty string argument `argumentName` of `constraintGroup`. Throws std::runtime_error
@@ -82,9 +91,6 @@ std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, cons
 
 /// getRequiredStringArg of "args.targetOrigin".
 std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
-
-/// getRequiredStringArg of "args.baseOrigin".
-std::string getBaseOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
 
 } // namespace Private
 } // namespace Vexil3Constraints

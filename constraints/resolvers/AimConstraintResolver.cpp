@@ -1,12 +1,9 @@
 // The Aim constraint: turns the base about its own position so that its aim axis points at the
 // average target origin and its up axis turns towards a world up direction.
 #include "constraints/resolve/ConstraintArguments.h"
-#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetGeometry.h"
-#include "constraints/resolvers/Resolvers.h"
 #include "constraints/resolvers/TransformMath.h"
-
-#include <boost/make_shared.hpp>
 
 #include <optional>
 #include <stdexcept>
@@ -17,79 +14,80 @@ namespace Private {
 
 namespace {
 
-constexpr std::string_view kType("Aim");
-constexpr std::string_view kTargetOrigin("args.targetOrigin");
+constexpr std::string_view kKind("Aim");
 
-/// The axes of one constraint, read once they are first needed.
+const EditableArgument kTargetOrigin = choiceArgument(
+    "args.targetOrigin", "Target Origin",
+    "The point of each target that is aimed at; several targets are averaged.", originModeNames());
+const EditableArgument kAimAxis =
+    vectorArgument("args.baseAimAxis", "Aim Axis",
+                   "The axis of the constrained location, in its own space, that points at the target.",
+                   {{1.0f, 0.0f, 0.0f}});
+const EditableArgument kUpAxis =
+    vectorArgument("args.baseUpAxis", "Up Axis",
+                   "The axis of the constrained location, in its own space, that is "
+                   "turned towards the target up axis.",
+                   {{0.0f, 1.0f, 0.0f}});
+const EditableArgument kTargetUpAxis =
+    vectorArgument("args.targetUpAxis", "Target Up Axis",
+                   "The world-space direction that the up axis is turned towards.", {{0.0f, 1.0f, 0.0f}});
+
+/// The axes of one constraint.
 struct AimAxes {
     Imath::V3d aimAxis;
     Imath::V3d upAxis;
     Imath::V3d targetUpAxis;
 };
 
-/// Reads and checks the axes in the order a sample does: the zero checks of the base axes come before
-/// the target up axis is read.
+/// Reads and checks the axes in the order a sample needs them: the zero checks of the base axes come
+/// before the target up axis is read.
 AimAxes readAimAxes(const Qn::GroupAttribute& constraintGroup) {
     AimAxes axes;
-    axes.aimAxis = getFloat3Attr(constraintGroup, "args.baseAimAxis");
-    axes.upAxis = getFloat3Attr(constraintGroup, "args.baseUpAxis");
+    axes.aimAxis = getFloat3Attr(constraintGroup, kAimAxis.name);
+    axes.upAxis = getFloat3Attr(constraintGroup, kUpAxis.name);
     checkAimAndUpAxes(axes.aimAxis, axes.upAxis);
-    axes.targetUpAxis = getFloat3Attr(constraintGroup, "args.targetUpAxis");
+    axes.targetUpAxis = getFloat3Attr(constraintGroup, kTargetUpAxis.name);
     return axes;
 }
 
-class AimConstraintResolver : public ConstraintResolver {
+class AimConstraintResolver : public PerSampleConstraintResolver {
 public:
-    /// The target origin is read once, here: the time samples and every sample need it.
     explicit AimConstraintResolver(const Qn::GroupAttribute& constraintGroup)
-        : ConstraintResolver(constraintGroup),
-          m_targetOrigin(findOriginMode(m_constraintGroup, kTargetOrigin)) {}
-
-    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
-                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        addTargetOriginSampleTimes(requireOriginMode(m_targetOrigin, kType, kTargetOrigin), cookInterface,
-                                   targetPaths, sampleTimes);
-    }
-
-    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
-                               const XformSamples& baseSamples, const std::string&,
-                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                               ResolvedCache&, OutputAttributes&) override {
-        // The axes are read where the first sample would first read them, then kept: every sample
-        // reads the same values, so the first failing check of the first sample still decides.
-        std::optional<AimAxes> axes;
-        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
-            const OriginMode targetOrigin = requireOriginMode(m_targetOrigin, kType, kTargetOrigin);
-
-            const Imath::M44d* base = findSample(baseSamples, sampleTime);
-            if (!base)
-                throw std::runtime_error("Aim constraint resolver: incorrect time samples for base xform");
-            if (targetPaths.size() != targetSamples.size())
-                throw std::runtime_error(
-                    "Aim constraint internal error: targetLocationPaths.size() != targetXformVector.size().");
-
-            Imath::V3d targetPoint;
-            try {
-                targetPoint = computeTargetOrigin(targetOrigin, targetSamples, cookInterface, targetPaths,
-                                                  true, sampleTime);
-            } catch (const std::exception& e) {
-                throw std::runtime_error(std::string("Aim constraint resolver target: ") + e.what());
-            }
-
-            if (!axes)
-                axes = readAimAxes(m_constraintGroup);
-            return aimConstraintMatrix(*base, targetPoint, axes->aimAxis, axes->upAxis, axes->targetUpAxis);
-        });
-    }
+        : PerSampleConstraintResolver(kKind, constraintGroup),
+          m_targetOrigin(findOriginMode(m_constraintGroup, kTargetOrigin.name)),
+          m_axes([&] { return readAimAxes(m_constraintGroup); }) {}
 
 private:
+    void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
+        addTargetOriginSampleTimes(requireOriginMode(m_targetOrigin, kKind, kTargetOrigin.name),
+                                   scene.cookInterface, scene.targetPaths, sampleTimes);
+    }
+
+    Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
+        const OriginMode targetOrigin = requireOriginMode(m_targetOrigin, kKind, kTargetOrigin.name);
+        const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
+        checks().checkTargetCounts(inputs);
+
+        Imath::V3d targetPoint;
+        try {
+            targetPoint = computeTargetOrigin(targetOrigin, inputs.targetSamples, inputs.cookInterface,
+                                              inputs.targetPaths, true, sampleTime);
+        } catch (const std::exception& e) {
+            throw std::runtime_error(std::string("Aim constraint resolver target: ") + e.what());
+        }
+
+        const AimAxes& axes = m_axes.get();
+        return aimConstraintMatrix(base, targetPoint, axes.aimAxis, axes.upAxis, axes.targetUpAxis);
+    }
+
     const std::optional<OriginMode> m_targetOrigin;
+    const ReadOnce<AimAxes> m_axes;
 };
 
 } // namespace
 
-ConstraintResolverPtr createAimConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<AimConstraintResolver>(constraintGroup);
+ConstraintKind aimConstraintKind() {
+    return {&createResolver<AimConstraintResolver>, {kTargetOrigin, kAimAxis, kUpAxis, kTargetUpAxis}};
 }
 
 } // namespace Private

@@ -1,22 +1,19 @@
 // The Billboard constraint: turns the base about its local rotate axis so that its local aim axis
 // faces the average target point as nearly as that single turn allows.
 #include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
-#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintArguments.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetGeometry.h"
-#include "constraints/resolvers/MirrorAndScaleMath.h"
-#include "constraints/resolvers/Resolvers.h"
+#include "constraints/resolvers/BillboardMath.h"
 
-#include <boost/make_shared.hpp>
-
-#include <optional>
-#include <stdexcept>
+#include <string_view>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 namespace {
 
-const char* const kType = "Billboard";
+constexpr std::string_view kKind("Billboard");
 const char* const kBoundingBox = "boundingBox";
 
 // Billboard knows only two origins: the bounds centre, or (for every other mode, the face modes
@@ -28,10 +25,12 @@ Imath::V3d localTargetPoint(Qn::VexilCookInterface& cookInterface, const std::st
     }
     const Imath::Box3d box = Qn::VexilCookInterfaceUtils::getBoundsAtTime(
         Qn::VexilCookInterfaceUtils::getBoundAttr(cookInterface, path), sampleTime);
+    const double values[6] = {box.min.x, box.min.y, box.min.z, box.max.x, box.max.y, box.max.z};
+    requireUsableBound(values, 6, path, "");
     return (box.min + box.max) * 0.5;
 }
 
-/// The two axes of one constraint, read once the first sample needs them.
+/// The two axes of one constraint.
 struct BillboardAxes {
     Imath::V3d aimAxis;
     Imath::V3d rotateAxis;
@@ -45,69 +44,47 @@ BillboardAxes readBillboardAxes(const Qn::GroupAttribute& constraintGroup) {
     return axes;
 }
 
-Imath::V3d averageTargetPoint(Qn::VexilCookInterface& cookInterface, const std::string& mode,
-                              const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                              float sampleTime) {
-    Imath::V3d sum(0.0, 0.0, 0.0);
-    for (size_t i = 0; i < targetPaths.size(); ++i) {
-        const Imath::V3d local = localTargetPoint(cookInterface, mode, targetPaths[i], sampleTime);
-        const Imath::M44d* target = findSample(targetSamples[i], sampleTime);
-        if (!target) {
-            throw std::runtime_error(
-                "Billboard constraint resolver: incorrect time samples for target xform");
-        }
-        sum += transformAffinePoint(local, *target);
-    }
-    return sum / static_cast<double>(targetPaths.size());
-}
-
-/// Adds the sample times of the targets' animated bounds when the origin is "boundingBox".
-class BillboardConstraintResolver : public ConstraintResolver {
+class BillboardConstraintResolver : public PerSampleConstraintResolver {
 public:
-    using ConstraintResolver::ConstraintResolver;
+    /// The arguments are read here once; each failure is reported where a sample first needs the value.
+    explicit BillboardConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : PerSampleConstraintResolver(kKind, constraintGroup),
+          m_mode([&] { return getTargetOriginArg(m_constraintGroup, std::string(kKind)); }),
+          m_axes([&] { return readBillboardAxes(m_constraintGroup); }) {}
 
-    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
-                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        const std::string mode = getTargetOriginArg(m_constraintGroup, kType);
+private:
+    // Adds the sample times of the targets' animated bounds when the origin is "boundingBox".
+    void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
+        const std::string& mode = m_mode.get();
         if (mode == kBoundingBox) {
-            addTargetOriginSampleTimes(mode, cookInterface, targetPaths, sampleTimes);
+            addTargetOriginSampleTimes(mode, scene.cookInterface, scene.targetPaths, sampleTimes);
         }
     }
 
-    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
-                               const XformSamples& baseSamples, const std::string&,
-                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                               ResolvedCache&, OutputAttributes&) override {
-        // Each argument is read where the first sample would first read it, then kept for the others.
-        std::optional<std::string> mode;
-        std::optional<BillboardAxes> axes;
-        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
-            if (!mode) {
-                mode = getTargetOriginArg(m_constraintGroup, kType);
-            }
-            const Imath::M44d* base = findSample(baseSamples, sampleTime);
-            if (!base) {
-                throw std::runtime_error(
-                    "Billboard constraint resolver: incorrect time samples for base xform");
-            }
-            if (targetPaths.size() != targetSamples.size()) {
-                throw std::runtime_error("Billboard constraint internal error: targetLocationPaths.size() != "
-                                         "targetXformVector.size().");
-            }
-            const Imath::V3d targetPoint =
-                averageTargetPoint(cookInterface, *mode, targetSamples, targetPaths, sampleTime);
-            if (!axes) {
-                axes = readBillboardAxes(m_constraintGroup);
-            }
-            return billboardConstraintMatrix(*base, axes->aimAxis, axes->rotateAxis, targetPoint);
-        });
+    Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
+        const std::string& mode = m_mode.get();
+        const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
+        checks().checkTargetCounts(inputs);
+        // The plain average of the local points carried to world space, each target one vote.
+        Imath::V3d sum(0.0, 0.0, 0.0);
+        for (size_t i = 0; i < inputs.targetPaths.size(); ++i) {
+            const Imath::V3d local =
+                localTargetPoint(inputs.cookInterface, mode, inputs.targetPaths[i], sampleTime);
+            sum += transformAffinePoint(local, checks().targetAt(inputs, i, sampleTime));
+        }
+        const Imath::V3d targetPoint = sum / static_cast<double>(inputs.targetPaths.size());
+        const BillboardAxes& axes = m_axes.get();
+        return billboardConstraintMatrix(base, axes.aimAxis, axes.rotateAxis, targetPoint);
     }
+
+    const ReadOnce<std::string> m_mode;
+    const ReadOnce<BillboardAxes> m_axes;
 };
 
 } // namespace
 
-ConstraintResolverPtr createBillboardConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<BillboardConstraintResolver>(constraintGroup);
+ConstraintKind billboardConstraintKind() {
+    return {&createResolver<BillboardConstraintResolver>, {}};
 }
 
 } // namespace Private

@@ -1,6 +1,8 @@
 #include "constraints/resolvers/CameraInputs.h"
 
 #include "PluginApis/src/QnVexil/op/QnVexilCookInterfaceUtils.h"
+#include "constraints/resolve/ResolverChecks.h"
+#include "constraints/resolve/TargetGeometry.h"
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -33,6 +35,14 @@ double valueAtTime(const Qn::DoubleAttribute& attr, float sampleTime) {
     return value;
 }
 
+double usableCameraValue(double value, const char* name, const std::string& locationPath) {
+    const ValueProblem problem = valueProblem(&value, 1);
+    if (problem != ValueProblem::None) {
+        requireUsable(problem, "Camera attribute " + std::string(name) + " of " + locationPath);
+    }
+    return value;
+}
+
 std::optional<ScreenWindow> getScreenWindowAtTime(ResolvedCache& resolvedCache,
                                                   Qn::VexilCookInterface& cookInterface,
                                                   const std::string& locationPath, float sampleTime) {
@@ -43,11 +53,15 @@ std::optional<ScreenWindow> getScreenWindowAtTime(ResolvedCache& resolvedCache,
             return std::nullopt;
         }
     }
+    double values[4];
+    for (size_t i = 0; i < kScreenWindowNames.size(); ++i) {
+        values[i] = usableCameraValue(valueAtTime(attrs[i], sampleTime), kScreenWindowNames[i], locationPath);
+    }
     ScreenWindow window;
-    window.left = valueAtTime(attrs[0], sampleTime);
-    window.right = valueAtTime(attrs[1], sampleTime);
-    window.bottom = valueAtTime(attrs[2], sampleTime);
-    window.top = valueAtTime(attrs[3], sampleTime);
+    window.left = values[0];
+    window.right = values[1];
+    window.bottom = values[2];
+    window.top = values[3];
     return window;
 }
 
@@ -55,7 +69,13 @@ std::array<Imath::V3d, 8> worldBoundCorners(Qn::VexilCookInterface& cookInterfac
                                             const std::string& locationPath, const Imath::M44d& world,
                                             float sampleTime) {
     const Qn::DoubleAttribute bound = Qn::VexilCookInterfaceUtils::getBoundAttr(cookInterface, locationPath);
-    return worldBoxCorners(Qn::VexilCookInterfaceUtils::getBoundsAtTime(bound, sampleTime), world);
+    const Imath::Box3d box = Qn::VexilCookInterfaceUtils::getBoundsAtTime(bound, sampleTime);
+    const double local[6] = {box.min.x, box.min.y, box.min.z, box.max.x, box.max.y, box.max.z};
+    requireUsableBound(local, 6, locationPath, "");
+    const std::array<Imath::V3d, 8> corners = worldBoxCorners(box, world);
+    // A target matrix whose last column is zero sends the corners to infinity.
+    requireUsableBound(&corners[0].x, 3 * corners.size(), locationPath, " in world space");
+    return corners;
 }
 
 void addBoundSampleTimes(Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
@@ -68,18 +88,6 @@ void addBoundSampleTimes(Qn::VexilCookInterface& cookInterface, const TargetPath
             }
         }
     }
-}
-
-void addResolverWarning(OutputAttributes& outputAttributes, const std::string& message) {
-    std::string text;
-    auto found = outputAttributes.find("warningMessage");
-    if (found != outputAttributes.end()) {
-        text = Qn::StringAttribute(found->second).getValue(std::string(), false);
-    }
-    if (!text.empty()) {
-        text += "\n";
-    }
-    outputAttributes["warningMessage"] = Qn::StringAttribute(text + message);
 }
 
 } // namespace Private

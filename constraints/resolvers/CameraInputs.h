@@ -1,5 +1,5 @@
 // Inputs shared by the camera resolvers: camera attributes as constraints resolved them, their
-// animation, target bounds carried to world space, and the warning text handed back to the framework.
+// animation, and target bounds carried to world space.
 #pragma once
 
 #include "constraints/resolve/ConstraintTypes.h"
@@ -30,7 +30,8 @@ void addAnimatedSampleTimes(ResolvedCache& resolvedCache, Qn::VexilCookInterface
                             SampleTimes& sampleTimes);
 
 /// The screen window of `locationPath` (as resolved) interpolated at `sampleTime`; nullopt when any of
-/// the four is absent. Interpolation errors propagate.
+/// the four is absent. Interpolation errors propagate; a value that is not finite or is beyond the
+/// largest constraint value throws usableCameraValue's text.
 std::optional<ScreenWindow> getScreenWindowAtTime(ResolvedCache& resolvedCache,
                                                   Qn::VexilCookInterface& cookInterface,
                                                   const std::string& locationPath, float sampleTime);
@@ -40,19 +41,20 @@ double valueAtTime(const Qn::DoubleAttribute& attr, float sampleTime);
 
 /// The eight corners of the `bound` of `locationPath`, interpolated at `sampleTime`, carried to world
 /// space by `world` as points (projective divide). Throws "Cannot get bounds attribute." when the
-/// location has no well-formed bound.
+/// location has no well-formed bound, and "Bound of <path> is not finite." (or "... in world space.",
+/// or "has a value beyond 1e15") when the bound or its carried corners cannot be used.
 std::array<Imath::V3d, 8> worldBoundCorners(Qn::VexilCookInterface& cookInterface,
                                             const std::string& locationPath, const Imath::M44d& world,
                                             float sampleTime);
+
+/// `value`, the camera attribute `name` of `locationPath`; throws std::runtime_error "Camera attribute
+/// <name> of <path> is not finite." or "... has a value beyond 1e15." when it cannot be used.
+double usableCameraValue(double value, const char* name, const std::string& locationPath);
 
 /// Inserts the sample times of the `bound` of each target that has one with at least `minimumSamples`
 /// samples.
 void addBoundSampleTimes(Qn::VexilCookInterface& cookInterface, const TargetPaths& targetPaths,
                          int64_t minimumSamples, SampleTimes& sampleTimes);
-
-/// Adds a line to the warning text in outputAttributes["warningMessage"] (a string attribute), which
-/// the framework gathers with the location's other warnings.
-void addResolverWarning(OutputAttributes& outputAttributes, const std::string& message);
 
 } // namespace Private
 } // namespace Vexil3Constraints

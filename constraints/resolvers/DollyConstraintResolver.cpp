@@ -1,19 +1,17 @@
 // The Dolly constraint: moves the base camera along its own view direction, without turning it, until
 // the targets' bounding boxes (box corners, or bounding spheres) just fit inside its view frustum.
-#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolvers/CameraInputs.h"
 #include "constraints/resolvers/CameraMath.h"
-#include "constraints/resolvers/Resolvers.h"
-
-#include <boost/make_shared.hpp>
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 namespace {
+
+const ResolverChecks kChecks("Dolly");
 
 // The frustum of the base camera: its own screen window and fov (as resolved), narrowed by
 // `args.angleOffset` degrees.
@@ -29,75 +27,68 @@ FrustumHalfAngles readHalfAngles(const Qn::GroupAttribute& constraintGroup,
         getResolvedDoubleAttr(resolvedCache, cookInterface, baseLocation, "geometry.fov");
     for (const Qn::DoubleAttribute& attr : windowAttrs) {
         if (!attr.isValid())
-            throw std::runtime_error(
-                "Dolly constraint resolver: error getting screen window geometry from base location.");
+            kChecks.fail("error getting screen window geometry from base location.");
     }
     if (!fovAttr.isValid())
-        throw std::runtime_error("Dolly constraint resolver: error getting fov from base location.");
-    ScreenWindow window;
-    window.left = windowAttrs[0].getValue();
-    window.right = windowAttrs[1].getValue();
-    window.bottom = windowAttrs[2].getValue();
-    window.top = windowAttrs[3].getValue();
+        kChecks.fail("error getting fov from base location.");
+    double values[4];
+    for (size_t i = 0; i < kScreenWindowNames.size(); ++i) {
+        values[i] = windowAttrs[i].getValue();
+    }
     const double fov = fovAttr.getValue();
+    for (size_t i = 0; i < kScreenWindowNames.size(); ++i) {
+        usableCameraValue(values[i], kScreenWindowNames[i], baseLocation);
+    }
+    usableCameraValue(fov, "geometry.fov", baseLocation);
+    ScreenWindow window;
+    window.left = values[0];
+    window.right = values[1];
+    window.bottom = values[2];
+    window.top = values[3];
     const float angleOffset =
         Qn::FloatAttribute(constraintGroup.getChildByName("args.angleOffset")).getValue(0.0f, false);
+    kChecks.requireUsable(valueProblem(&angleOffset, 1), "args.angleOffset");
     return dollyHalfAngles(window, fov, angleOffset);
 }
 
-const Imath::M44d& findBase(const XformSamples& baseSamples, float sampleTime) {
-    const Imath::M44d* base = findSample(baseSamples, sampleTime);
-    if (!base)
-        throw std::runtime_error("Dolly constraint resolver: incorrect time samples for base xform");
-    return *base;
-}
-
-Imath::M44d fitBoxes(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                     const XformSamples& baseSamples, const std::string& baseLocation,
-                     const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                     ResolvedCache& resolvedCache, float sampleTime) {
-    const Imath::M44d& base = findBase(baseSamples, sampleTime);
+Imath::M44d fitBoxes(const Qn::GroupAttribute& constraintGroup, const ConstraintInputs& inputs,
+                     float sampleTime) {
+    const Imath::M44d& base = kChecks.baseAt(inputs, sampleTime);
     const CameraFrame frame = cameraFrame(base, base.inverse());
 
     // Each corner of each target's bound is carried to world space as a point.
     std::vector<Imath::V3d> points;
-    const size_t count = std::min(targetSamples.size(), targetPaths.size());
+    const size_t count = std::min(inputs.targetSamples.size(), inputs.targetPaths.size());
     for (size_t i = 0; i < count; ++i) {
-        const Imath::M44d* target = findSample(targetSamples[i], sampleTime);
-        if (!target)
-            throw std::runtime_error("Dolly constraint resolver: incorrect time samples for target xform");
+        const Imath::M44d& target = kChecks.targetAt(inputs, i, sampleTime);
         for (const Imath::V3d& corner :
-             worldBoundCorners(cookInterface, targetPaths[i], *target, sampleTime)) {
+             worldBoundCorners(inputs.cookInterface, inputs.targetPaths[i], target, sampleTime)) {
             points.push_back(corner);
         }
     }
 
     const Imath::V3d pulledBack = pullBack(frame, points);
     const FrustumHalfAngles angles =
-        readHalfAngles(constraintGroup, cookInterface, baseLocation, resolvedCache);
+        readHalfAngles(constraintGroup, inputs.cookInterface, inputs.baseLocation, inputs.resolvedCache);
     const double move = dollyBoxMove(frame, pulledBack, angles, points);
     return dollyMatrix(base, pulledBack + frame.view * move);
 }
 
-Imath::M44d fitSpheres(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                       const XformSamples& baseSamples, const std::string& baseLocation,
-                       const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                       ResolvedCache& resolvedCache, float sampleTime) {
-    const Imath::M44d& base = findBase(baseSamples, sampleTime);
+Imath::M44d fitSpheres(const Qn::GroupAttribute& constraintGroup, const ConstraintInputs& inputs,
+                       float sampleTime) {
+    const Imath::M44d& base = kChecks.baseAt(inputs, sampleTime);
     const CameraFrame frame = cameraFrame(base, base.inverse());
 
     std::vector<Sphere> spheres;
     Imath::Box3d overall;
-    const size_t count = std::min(targetSamples.size(), targetPaths.size());
+    const size_t count = std::min(inputs.targetSamples.size(), inputs.targetPaths.size());
     for (size_t i = 0; i < count; ++i) {
-        const Imath::M44d* target = findSample(targetSamples[i], sampleTime);
-        // The run of blanks inside this text is part of it; scene tools match it as it is.
-        if (!target)
-            throw std::runtime_error(
-                "Dolly constraint resolver: incorrect time samples for                     "
-                "       target xform");
+        // The run of 28 blanks inside this text is part of it; scene tools match it as it is.
+        const Imath::M44d& target = kChecks.targetAt(inputs, i, sampleTime,
+                                                     "incorrect time samples for                     "
+                                                     "       target xform");
         const std::array<Imath::V3d, 8> corners =
-            worldBoundCorners(cookInterface, targetPaths[i], *target, sampleTime);
+            worldBoundCorners(inputs.cookInterface, inputs.targetPaths[i], target, sampleTime);
         spheres.push_back(cornerSphere(corners));
         // The axis-aligned world box of the eight carried corners.
         for (const Imath::V3d& corner : corners) {
@@ -112,51 +103,44 @@ Imath::M44d fitSpheres(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookI
     }
     const Imath::V3d pulledBack = pullBack(frame, overallCorners);
     const FrustumHalfAngles angles =
-        readHalfAngles(constraintGroup, cookInterface, baseLocation, resolvedCache);
+        readHalfAngles(constraintGroup, inputs.cookInterface, inputs.baseLocation, inputs.resolvedCache);
     // With no targets the camera goes to the world origin, unlike the box fitting.
     const Imath::V3d position =
         dollySpherePosition(frame, pulledBack, frustumSideNormals(frame, angles), spheres);
     return dollyMatrix(base, position);
 }
 
-void computeDollySample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                        const XformSamples& baseSamples, const std::string& baseLocation,
-                        const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                        ResolvedCache& resolvedCache, float sampleTime, MatrixSamples& samplesOut) {
-    const std::string targetBounds = Qn::StringAttribute(constraintGroup.getChildByName("args.targetBounds"))
-                                         .getValue(std::string(), false);
-    if (targetBounds.empty())
-        throw std::runtime_error("Dolly constraint resolver: empty args.targetBounds.");
-    Imath::M44d result;
-    if (targetBounds == "box") {
-        result = fitBoxes(constraintGroup, cookInterface, baseSamples, baseLocation, targetSamples,
-                          targetPaths, resolvedCache, sampleTime);
-    } else if (targetBounds == "sphere") {
-        result = fitSpheres(constraintGroup, cookInterface, baseSamples, baseLocation, targetSamples,
-                            targetPaths, resolvedCache, sampleTime);
-    } else {
-        // The doubled quote and the missing full stop are part of the text.
-        throw std::runtime_error("Dolly constraint resolver: unsupported target bound type '" + targetBounds +
-                                 "'. Use 'sphere'' or 'box' target bound type instead");
-    }
-    samplesOut[sampleTime] = matrixValues(result);
-}
-
-class DollyConstraintResolver : public DrivenConstraintResolver<&computeDollySample> {
+class DollyConstraintResolver : public PerSampleConstraintResolver {
 public:
-    using DrivenConstraintResolver::DrivenConstraintResolver;
+    explicit DollyConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : PerSampleConstraintResolver(kChecks.kind(), constraintGroup) {}
 
+private:
     // Only animated bounds add times; an animated screen window or fov on the camera does not.
-    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
-                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        addBoundSampleTimes(cookInterface, targetPaths, 2, sampleTimes);
+    void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
+        addBoundSampleTimes(scene.cookInterface, scene.targetPaths, 2, sampleTimes);
+    }
+
+    Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
+        const std::string targetBounds =
+            Qn::StringAttribute(m_constraintGroup.getChildByName("args.targetBounds"))
+                .getValue(std::string(), false);
+        if (targetBounds.empty())
+            checks().failEmptyArgument("args.targetBounds");
+        if (targetBounds == "box")
+            return fitBoxes(m_constraintGroup, inputs, sampleTime);
+        if (targetBounds == "sphere")
+            return fitSpheres(m_constraintGroup, inputs, sampleTime);
+        // The doubled quote and the missing full stop are part of the text.
+        checks().fail("unsupported target bound type '" + targetBounds +
+                      "'. Use 'sphere'' or 'box' target bound type instead");
     }
 };
 
 } // namespace
 
-ConstraintResolverPtr createDollyConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<DollyConstraintResolver>(constraintGroup);
+ConstraintKind dollyConstraintKind() {
+    return {&createResolver<DollyConstraintResolver>, {}};
 }
 
 } // namespace Private

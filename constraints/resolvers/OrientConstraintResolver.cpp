@@ -1,148 +1,141 @@
 // The Orient constraint: gives the base the orientation of its first target (its transform, or a
 // frame built from one of its faces), axis by axis, keeping the base's position, scale and shear.
 #include "constraints/resolve/ConstraintArguments.h"
-#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetGeometry.h"
-#include "constraints/resolvers/Resolvers.h"
 #include "constraints/resolvers/TransformMath.h"
 
 #include <Imath/ImathMatrixAlgo.h>
-#include <boost/make_shared.hpp>
 
-#include <array>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
 namespace Vexil3Constraints {
 namespace Private {
 
 namespace {
 
-const char* const kOrientationArg = "args.targetOrientation";
+constexpr std::string_view kKind("Orient");
+
+const EditableArgument kOrientation = choiceArgument("args.targetOrientation", "Target Orientation",
+                                                     "Take the orientation of the first target's transform "
+                                                     "(object) or of one of its faces (face).",
+                                                     {"object", "face"});
+const EditableArgument kFaceIndex = indexArgument(
+    "args.targetFaceIndex", "Target Face Index",
+    "The face of the first target whose orientation is taken when the target orientation is face.");
+const EditableArgument kXAxis = switchArgument(
+    "args.xAxis", "Follow X Rotation",
+    "When on, the rotation about x follows the target; when off, the location keeps its own.", 1);
+const EditableArgument kYAxis = switchArgument(
+    "args.yAxis", "Follow Y Rotation",
+    "When on, the rotation about y follows the target; when off, the location keeps its own.", 1);
+const EditableArgument kZAxis = switchArgument(
+    "args.zAxis", "Follow Z Rotation",
+    "When on, the rotation about z follows the target; when off, the location keeps its own.", 1);
+
+// The target orientation argument; throws when it is missing or empty.
+std::string readOrientation(const Qn::GroupAttribute& constraintGroup) {
+    std::string orientation =
+        Qn::StringAttribute(constraintGroup.getChildByName(kOrientation.name)).getValue(std::string(), false);
+    if (orientation.empty())
+        ResolverChecks(kKind).failEmptyArgument(kOrientation.name);
+    return orientation;
+}
 
 // The face index argument; throws when it is missing or holds no value.
 int32_t readFaceIndex(const Qn::GroupAttribute& constraintGroup) {
-    const Qn::IntAttribute faceIndexAttr(constraintGroup.getChildByName("args.targetFaceIndex"));
+    const Qn::IntAttribute faceIndexAttr(constraintGroup.getChildByName(kFaceIndex.name));
     if (!faceIndexAttr.isValid())
-        throw std::runtime_error("Orient constraint resolver: empty args.targetFaceIndex.");
+        ResolverChecks(kKind).failEmptyArgument(kFaceIndex.name);
     return faceIndexAttr.getValue();
 }
 
 // The XYZ Euler angles (radians) of the frame of face `faceIndex` of `targetPath`, in its local space.
-Imath::V3d faceAngles(int32_t faceIndex, Qn::VexilCookInterface& cookInterface, const std::string& targetPath,
-                      float sampleTime) {
+Imath::V3d faceAngles(const ResolverChecks& checks, int32_t faceIndex, Qn::VexilCookInterface& cookInterface,
+                      const std::string& targetPath, float sampleTime) {
     std::vector<Imath::V3d> points;
     try {
         points = getFacePoints(cookInterface, targetPath, faceIndex, sampleTime);
     } catch (const std::exception& e) {
-        throw std::runtime_error(std::string("Orient constraint resolver: ") + e.what());
+        checks.fail(e.what());
     }
     const std::optional<Imath::M44d> frame = faceFrameMatrix(points);
     if (!frame)
-        throw std::runtime_error("Orient constraint resolver: Error creating rotation from face points.");
+        checks.fail("Error creating rotation from face points.");
     Imath::V3d angles;
     Imath::extractEulerXYZ(*frame, angles);
     return angles;
 }
 
-// The target orientation argument; throws when it is missing or empty.
-std::string readOrientation(const Qn::GroupAttribute& constraintGroup) {
-    std::string orientation =
-        Qn::StringAttribute(constraintGroup.getChildByName(kOrientationArg)).getValue(std::string(), false);
-    if (orientation.empty())
-        throw std::runtime_error("Orient constraint resolver: empty args.targetOrientation.");
-    return orientation;
-}
-
-/// The arguments of one constraint, each read where the first sample would first read it and kept
-/// for the others: every sample reads the same values, so the first failing check still decides.
-struct OrientArguments {
-    std::optional<std::string> orientation;
-    std::optional<int32_t> faceIndex;
-    std::optional<std::array<bool, 3>> axes;
-};
-
-Imath::M44d computeOrientSample(const Qn::GroupAttribute& constraintGroup, OrientArguments& args,
-                                Qn::VexilCookInterface& cookInterface, const XformSamples& baseSamples,
-                                const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                                float sampleTime) {
-    const Imath::M44d* base = findSample(baseSamples, sampleTime);
-    if (!base)
-        throw std::runtime_error("Orient constraint resolver: incorrect time samples for base xform");
-    // Only the first target counts; the others need not have a sample at this time.
-    if (targetSamples.empty() || targetPaths.empty())
-        throw std::runtime_error("Orient constraint resolver: no target xform");
-    const Imath::M44d* target = findSample(targetSamples.front(), sampleTime);
-    if (!target)
-        throw std::runtime_error("Orient constraint resolver: incorrect time samples for target xform");
-
-    const std::optional<ScaleShearRotation> baseParts = decomposeScaleShearRotation(*base);
-    if (!baseParts)
-        throw std::runtime_error("Orient constraint resolver: Imath detected zero scale in base matrix row");
-
-    if (!args.orientation)
-        args.orientation = readOrientation(constraintGroup);
-    const std::string& orientation = *args.orientation;
-
-    Imath::V3d targetAngles;
-    if (orientation == "object") {
-        const std::optional<ScaleShearRotation> targetParts = decomposeScaleShearRotation(*target);
-        if (!targetParts)
-            throw std::runtime_error(
-                "Orient constraint resolver: Imath detected zero scale in target matrix row");
-        targetAngles = targetParts->rotation;
-    } else if (orientation == "face") {
-        // The face frame is in the target's local space and is deliberately not multiplied by its
-        // world transform.
-        if (!args.faceIndex)
-            args.faceIndex = readFaceIndex(constraintGroup);
-        targetAngles = faceAngles(*args.faceIndex, cookInterface, targetPaths.front(), sampleTime);
-    } else {
-        throw std::runtime_error("Orient constraint resolver: unknown targetOrientation '" + orientation +
-                                 "'.");
-    }
-
-    if (!args.axes) {
-        const ConstraintArguments arguments(constraintGroup);
-        args.axes =
-            std::array<bool, 3>{getAxisFlag(arguments, "args.xAxis"), getAxisFlag(arguments, "args.yAxis"),
-                                getAxisFlag(arguments, "args.zAxis")};
-    }
-    const std::array<bool, 3>& axes = *args.axes;
-    const Imath::V3d angles =
-        mixEulerAngles(baseParts->rotation, normalizeEulerAngles(targetAngles), axes[0], axes[1], axes[2]);
-    return orientConstraintMatrix(*base, *baseParts, angles);
-}
-
-class OrientConstraintResolver : public ConstraintResolver {
+class OrientConstraintResolver : public PerSampleConstraintResolver {
 public:
-    using ConstraintResolver::ConstraintResolver;
+    /// Every argument is read here once; each failure is reported where a sample first needs the value.
+    explicit OrientConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : PerSampleConstraintResolver(kKind, constraintGroup),
+          m_orientation([&] { return readOrientation(m_constraintGroup); }),
+          m_faceIndex([&] { return readFaceIndex(m_constraintGroup); }) {
+        const ConstraintArguments arguments(m_constraintGroup);
+        m_axes = {getAxisFlag(arguments, kXAxis.name), getAxisFlag(arguments, kYAxis.name),
+                  getAxisFlag(arguments, kZAxis.name)};
+    }
 
-    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
-                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        const std::string orientation = Qn::StringAttribute(m_constraintGroup.getChildByName(kOrientationArg))
-                                            .getValue(std::string(), false);
+private:
+    void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
         // A face frame moves with the target's points, exactly as a face origin mode does.
+        const std::string orientation =
+            Qn::StringAttribute(m_constraintGroup.getChildByName(kOrientation.name))
+                .getValue(std::string(), false);
         if (orientation == "face")
-            addTargetOriginSampleTimes("faceCenterAverage", cookInterface, targetPaths, sampleTimes);
+            addTargetOriginSampleTimes("faceCenterAverage", scene.cookInterface, scene.targetPaths,
+                                       sampleTimes);
     }
 
-    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
-                               const XformSamples& baseSamples, const std::string&,
-                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                               ResolvedCache&, OutputAttributes&) override {
-        OrientArguments args;
-        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
-            return computeOrientSample(m_constraintGroup, args, cookInterface, baseSamples, targetSamples,
-                                       targetPaths, sampleTime);
-        });
+    Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
+        const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
+        // Only the first target counts; the others need not have a sample at this time.
+        if (inputs.targetSamples.empty() || inputs.targetPaths.empty())
+            checks().fail("no target xform");
+        const Imath::M44d* target = findSample(inputs.targetSamples.front(), sampleTime);
+        if (!target)
+            checks().fail("incorrect time samples for target xform");
+
+        const std::optional<ScaleShearRotation> baseParts = decomposeScaleShearRotation(base);
+        if (!baseParts)
+            checks().fail("Imath detected zero scale in base matrix row");
+
+        const std::string& orientation = m_orientation.get();
+        Imath::V3d targetAngles;
+        if (orientation == "object") {
+            const std::optional<ScaleShearRotation> targetParts =
+                decomposeScaleShearRotation(checks().usableTransform(*target, inputs.targetPaths.front()));
+            if (!targetParts)
+                checks().fail("Imath detected zero scale in target matrix row");
+            targetAngles = targetParts->rotation;
+        } else if (orientation == "face") {
+            // The face frame is in the target's local space and is deliberately not multiplied by its
+            // world transform.
+            targetAngles = faceAngles(checks(), m_faceIndex.get(), inputs.cookInterface,
+                                      inputs.targetPaths.front(), sampleTime);
+        } else {
+            checks().fail("unknown targetOrientation '" + orientation + "'.");
+        }
+
+        const Imath::V3d angles = mixEulerAngles(baseParts->rotation, normalizeEulerAngles(targetAngles),
+                                                 m_axes[0], m_axes[1], m_axes[2]);
+        return orientConstraintMatrix(base, *baseParts, angles);
     }
+
+    const ReadOnce<std::string> m_orientation;
+    const ReadOnce<int32_t> m_faceIndex;
+    std::array<bool, 3> m_axes{{true, true, true}};
 };
 
 } // namespace
 
-ConstraintResolverPtr createOrientConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<OrientConstraintResolver>(constraintGroup);
+ConstraintKind orientConstraintKind() {
+    return {&createResolver<OrientConstraintResolver>, {kOrientation, kFaceIndex, kXAxis, kYAxis, kZAxis}};
 }
 
 } // namespace Private

@@ -1,12 +1,9 @@
 // The Point constraint: moves the base so that its base origin lands on the average target origin,
 // along the enabled axes. Changes translation only.
 #include "constraints/resolve/ConstraintArguments.h"
-#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetGeometry.h"
-#include "constraints/resolvers/Resolvers.h"
 #include "constraints/resolvers/TransformMath.h"
-
-#include <boost/make_shared.hpp>
 
 #include <optional>
 #include <stdexcept>
@@ -17,9 +14,22 @@ namespace Private {
 
 namespace {
 
-constexpr std::string_view kType("Point");
-constexpr std::string_view kTargetOrigin("args.targetOrigin");
-constexpr std::string_view kBaseOrigin("args.baseOrigin");
+constexpr std::string_view kKind("Point");
+
+const EditableArgument kTargetOrigin = choiceArgument(
+    "args.targetOrigin", "Target Origin",
+    "The point of each target that is followed; several targets are averaged.", originModeNames());
+const EditableArgument kBaseOrigin =
+    choiceArgument("args.baseOrigin", "Base Origin",
+                   "The point of the constrained location, in its own space, "
+                   "that is moved onto the target point.",
+                   originModeNames());
+const EditableArgument kXAxis = switchArgument(
+    "args.xAxis", "Follow X", "When on, the location follows the target along x; when off, x stays.", 1);
+const EditableArgument kYAxis = switchArgument(
+    "args.yAxis", "Follow Y", "When on, the location follows the target along y; when off, y stays.", 1);
+const EditableArgument kZAxis = switchArgument(
+    "args.zAxis", "Follow Z", "When on, the location follows the target along z; when off, z stays.", 1);
 
 /// The arguments of one constraint, read once when its resolver is made: the time samples and every
 /// sample would read the same values. A missing origin is kept as none and reported where it is needed.
@@ -34,76 +44,61 @@ struct PointArguments {
 PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
     const ConstraintArguments arguments(constraintGroup);
     PointArguments args;
-    args.targetOrigin = findOriginMode(arguments, kTargetOrigin);
-    args.baseOrigin = findOriginMode(arguments, kBaseOrigin);
-    args.followX = getAxisFlag(arguments, "args.xAxis");
-    args.followY = getAxisFlag(arguments, "args.yAxis");
-    args.followZ = getAxisFlag(arguments, "args.zAxis");
+    args.targetOrigin = findOriginMode(arguments, kTargetOrigin.name);
+    args.baseOrigin = findOriginMode(arguments, kBaseOrigin.name);
+    args.followX = getAxisFlag(arguments, kXAxis.name);
+    args.followY = getAxisFlag(arguments, kYAxis.name);
+    args.followZ = getAxisFlag(arguments, kZAxis.name);
     return args;
 }
 
-Imath::M44d computePointSample(const PointArguments& args, Qn::VexilCookInterface& cookInterface,
-                               const XformSamples& baseSamples, const std::string& baseLocation,
-                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                               float sampleTime) {
-    // A sample checks the target origin before the base origin.
-    const OriginMode targetOrigin = requireOriginMode(args.targetOrigin, kType, kTargetOrigin);
-    const OriginMode baseOrigin = requireOriginMode(args.baseOrigin, kType, kBaseOrigin);
-    const Imath::M44d* base = findSample(baseSamples, sampleTime);
-    if (!base)
-        throw std::runtime_error("Point constraint resolver: incorrect time samples for base xform");
-
-    // The base origin stays in the base's own space; the target origin is taken in world space.
-    Imath::V3d baseOriginPoint;
-    try {
-        baseOriginPoint =
-            computeTargetOrigin(baseOrigin, baseSamples, cookInterface, baseLocation, false, sampleTime);
-    } catch (const std::exception& e) {
-        throw std::runtime_error(std::string("Point constraint resolver base: ") + e.what());
-    }
-    Imath::V3d targetPoint;
-    try {
-        targetPoint =
-            computeTargetOrigin(targetOrigin, targetSamples, cookInterface, targetPaths, true, sampleTime);
-    } catch (const std::exception& e) {
-        throw std::runtime_error(std::string("Point constraint resolver target: ") + e.what());
-    }
-    return pointConstraintMatrix(*base, baseOriginPoint, targetPoint, args.followX, args.followY,
-                                 args.followZ);
-}
-
-class PointConstraintResolver : public ConstraintResolver {
+class PointConstraintResolver : public PerSampleConstraintResolver {
 public:
     explicit PointConstraintResolver(const Qn::GroupAttribute& constraintGroup)
-        : ConstraintResolver(constraintGroup), m_args(readPointArguments(m_constraintGroup)) {}
-
-    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
-                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        // The base origin is checked first here.
-        const OriginMode baseOrigin = requireOriginMode(m_args.baseOrigin, kType, kBaseOrigin);
-        const OriginMode targetOrigin = requireOriginMode(m_args.targetOrigin, kType, kTargetOrigin);
-        addTargetOriginSampleTimes(baseOrigin, cookInterface, locationPath, sampleTimes);
-        addTargetOriginSampleTimes(targetOrigin, cookInterface, targetPaths, sampleTimes);
-    }
-
-    Qn::GroupAttribute resolve(const SampleTimes& sampleTimes, Qn::VexilCookInterface& cookInterface,
-                               const XformSamples& baseSamples, const std::string& baseLocation,
-                               const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                               ResolvedCache&, OutputAttributes&) override {
-        return resolveMatricesAtSampleTimes(m_constraintGroup, sampleTimes, [&](float sampleTime) {
-            return computePointSample(m_args, cookInterface, baseSamples, baseLocation, targetSamples,
-                                      targetPaths, sampleTime);
-        });
+        : PerSampleConstraintResolver(kKind, constraintGroup), m_args(readPointArguments(m_constraintGroup)) {
     }
 
 private:
+    void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
+        // The base origin is checked first here.
+        const OriginMode baseOrigin = requireOriginMode(m_args.baseOrigin, kKind, kBaseOrigin.name);
+        const OriginMode targetOrigin = requireOriginMode(m_args.targetOrigin, kKind, kTargetOrigin.name);
+        addTargetOriginSampleTimes(baseOrigin, scene.cookInterface, scene.baseLocation, sampleTimes);
+        addTargetOriginSampleTimes(targetOrigin, scene.cookInterface, scene.targetPaths, sampleTimes);
+    }
+
+    Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
+        // A sample checks the target origin before the base origin.
+        const OriginMode targetOrigin = requireOriginMode(m_args.targetOrigin, kKind, kTargetOrigin.name);
+        const OriginMode baseOrigin = requireOriginMode(m_args.baseOrigin, kKind, kBaseOrigin.name);
+        const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
+
+        // The base origin stays in the base's own space; the target origin is taken in world space.
+        Imath::V3d baseOriginPoint;
+        try {
+            baseOriginPoint = computeTargetOrigin(baseOrigin, inputs.baseSamples, inputs.cookInterface,
+                                                  inputs.baseLocation, false, sampleTime);
+        } catch (const std::exception& e) {
+            throw std::runtime_error(std::string("Point constraint resolver base: ") + e.what());
+        }
+        Imath::V3d targetPoint;
+        try {
+            targetPoint = computeTargetOrigin(targetOrigin, inputs.targetSamples, inputs.cookInterface,
+                                              inputs.targetPaths, true, sampleTime);
+        } catch (const std::exception& e) {
+            throw std::runtime_error(std::string("Point constraint resolver target: ") + e.what());
+        }
+        return pointConstraintMatrix(base, baseOriginPoint, targetPoint, m_args.followX, m_args.followY,
+                                     m_args.followZ);
+    }
+
     const PointArguments m_args;
 };
 
 } // namespace
 
-ConstraintResolverPtr createPointConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<PointConstraintResolver>(constraintGroup);
+ConstraintKind pointConstraintKind() {
+    return {&createResolver<PointConstraintResolver>, {kTargetOrigin, kBaseOrigin, kXAxis, kYAxis, kZAxis}};
 }
 
 } // namespace Private

@@ -1,12 +1,9 @@
 // The Reflection constraint: mirrors the base across the plane through three points of the first
 // target: three points of one mesh face, or the first three control points of a NURBS patch.
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
-#include "constraints/resolve/ConstraintResolver.h"
+#include "constraints/resolve/ConstraintResolverRegistry.h"
 #include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/MirrorAndScaleMath.h"
-#include "constraints/resolvers/Resolvers.h"
-
-#include <boost/make_shared.hpp>
 
 #include <algorithm>
 #include <stdexcept>
@@ -16,7 +13,7 @@ namespace Private {
 
 namespace {
 
-const char* const kPrefix = "Reflection constraint resolver: ";
+const ResolverChecks kChecks("Reflection");
 const char* const kPatchType = "nurbspatch";
 const char* const kFaceSetType = "faceset";
 const char* const kPatchPoints = "geometry.point.Pw";
@@ -51,7 +48,13 @@ std::vector<Imath::V3d> patchPlanePoints(Qn::VexilCookInterface& cookInterface, 
     std::vector<float> values(static_cast<size_t>(std::max<int64_t>(count, 0)));
     pw.fillInterpolatedValues(values.data(), count, sampleTime, 0.0f, true);
     if (!controlPlanePoints(values, tupleSize, points)) {
-        throw std::runtime_error(std::string(kPrefix) + "control point weight is zero (" + path + ").");
+        kChecks.fail("control point weight is zero (" + path + ").");
+    }
+    for (const Imath::V3d& point : points) {
+        const ValueProblem problem = valueProblem(&point.x, 3);
+        if (problem != ValueProblem::None) {
+            kChecks.requireUsable(problem, "a control point of " + path);
+        }
     }
     return points;
 }
@@ -61,7 +64,7 @@ std::vector<Imath::V3d> facePlanePoints(const Qn::GroupAttribute& constraintGrou
                                         float sampleTime) {
     const Qn::IntAttribute faceIndexAttr = constraintGroup.getChildByName("args.targetFaceIndex");
     if (!faceIndexAttr.isValid()) {
-        throw std::runtime_error(std::string(kPrefix) + "empty args.targetFaceIndex.");
+        kChecks.failEmptyArgument("args.targetFaceIndex");
     }
     const Qn::SampleView<int32_t> faceIndex = faceIndexAttr.getNearestSample(0.0f);
     if (faceIndex.empty()) {
@@ -70,74 +73,63 @@ std::vector<Imath::V3d> facePlanePoints(const Qn::GroupAttribute& constraintGrou
     try {
         return getFacePoints(cookInterface, path, faceIndex[0], sampleTime);
     } catch (const std::exception& e) {
-        throw std::runtime_error(std::string(kPrefix) + e.what());
+        kChecks.fail(e.what());
     }
-}
-
-void computeReflectionSample(const Qn::GroupAttribute& constraintGroup, Qn::VexilCookInterface& cookInterface,
-                             const XformSamples& baseSamples, const std::string&,
-                             const XformSamplesList& targetSamples, const TargetPaths& targetPaths,
-                             ResolvedCache&, float sampleTime, MatrixSamples& samplesOut) {
-    if (targetSamples.empty()) {
-        throw std::runtime_error(std::string(kPrefix) + "no target xform");
-    }
-    if (targetPaths.empty()) {
-        throw std::runtime_error(std::string(kPrefix) + "no target location path");
-    }
-    const Imath::M44d* base = findSample(baseSamples, sampleTime);
-    if (!base) {
-        throw std::runtime_error(std::string(kPrefix) + "incorrect time samples for base xform");
-    }
-    // Only the first target counts.
-    const Imath::M44d* target = findSample(targetSamples.front(), sampleTime);
-    if (!target) {
-        throw std::runtime_error(std::string(kPrefix) + "incorrect time samples for target xform");
-    }
-
-    const std::string& path = targetPaths.front();
-    const std::vector<Imath::V3d> points =
-        locationType(cookInterface, path) == kPatchType
-            ? patchPlanePoints(cookInterface, path, sampleTime)
-            : facePlanePoints(constraintGroup, cookInterface, path, sampleTime);
-    // A face of one or two points, or a patch with fewer control points (or another layout), spans no
-    // plane; a further point of a face plays no part.
-    if (points.size() < 3) {
-        throw std::runtime_error(std::string(kPrefix) + "target has fewer than three plane points (" + path +
-                                 ").");
-    }
-    samplesOut[sampleTime] =
-        matrixValues(reflectionConstraintMatrix(*base, *target, points[0], points[1], points[2]));
 }
 
 /// Adds the sample times of the first target's animated points: "geometry.point.Pw" of a patch,
 /// otherwise "geometry.point.P" of the mesh (the parent mesh for a face set).
-class ReflectionConstraintResolver : public DrivenConstraintResolver<&computeReflectionSample> {
+class ReflectionConstraintResolver : public PerSampleConstraintResolver {
 public:
-    using DrivenConstraintResolver::DrivenConstraintResolver;
+    explicit ReflectionConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+        : PerSampleConstraintResolver(kChecks.kind(), constraintGroup) {}
 
-    void addTimeSamples(Qn::VexilCookInterface& cookInterface, const std::string&,
-                        const TargetPaths& targetPaths, ResolvedCache&, SampleTimes& sampleTimes) override {
-        if (targetPaths.empty()) {
+private:
+    void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
+        if (scene.targetPaths.empty()) {
             return;
         }
-        const std::string& path = targetPaths.front();
-        const std::string type = locationType(cookInterface, path);
+        const std::string& path = scene.targetPaths.front();
+        const std::string type = locationType(scene.cookInterface, path);
         const Qn::FloatAttribute points =
             type == kPatchType
-                ? cookInterface.getAttr(kPatchPoints, path)
-                : cookInterface.getAttr(kMeshPoints, type == kFaceSetType ? parentPath(path) : path);
+                ? scene.cookInterface.getAttr(kPatchPoints, path)
+                : scene.cookInterface.getAttr(kMeshPoints, type == kFaceSetType ? parentPath(path) : path);
         if (points.isValid() && points.getNumberOfTimeSamples() >= 2) {
             for (float time : points.getSampleTimes()) {
                 sampleTimes.insert(time);
             }
         }
     }
+
+    Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
+        checks().firstTargetSamples(inputs);
+        if (inputs.targetPaths.empty()) {
+            // Unlike the camera kinds' text, this one has no full stop.
+            checks().fail("no target location path");
+        }
+        const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
+        // Only the first target counts.
+        const Imath::M44d& target = checks().targetAt(inputs, 0, sampleTime);
+
+        const std::string& path = inputs.targetPaths.front();
+        const std::vector<Imath::V3d> points =
+            locationType(inputs.cookInterface, path) == kPatchType
+                ? patchPlanePoints(inputs.cookInterface, path, sampleTime)
+                : facePlanePoints(m_constraintGroup, inputs.cookInterface, path, sampleTime);
+        // A face of one or two points, or a patch with fewer control points (or another layout), spans
+        // no plane; a further point of a face plays no part.
+        if (points.size() < 3) {
+            checks().fail("target has fewer than three plane points (" + path + ").");
+        }
+        return reflectionConstraintMatrix(base, target, points[0], points[1], points[2]);
+    }
 };
 
 } // namespace
 
-ConstraintResolverPtr createReflectionConstraintResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<ReflectionConstraintResolver>(constraintGroup);
+ConstraintKind reflectionConstraintKind() {
+    return {&createResolver<ReflectionConstraintResolver>, {}};
 }
 
 } // namespace Private

@@ -4,7 +4,11 @@
 #include <Imath/ImathMatrixAlgo.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
 #include <stdexcept>
+#include <unordered_map>
 
 namespace Vexil3Constraints {
 namespace Private {
@@ -130,29 +134,139 @@ std::optional<ScaleShearRotation> decomposeScaleShearRotation(const Imath::M44d&
     return parts;
 }
 
-std::optional<Imath::M44d> faceFrameMatrix(const std::vector<Imath::V3d>& points) {
-    const size_t count = points.size();
-    for (size_t i = 0; i < count; ++i) {
-        for (size_t j = i + 1; j < count; ++j) {
-            Imath::V3d e1 = points[j] - points[i];
-            if (e1.length() == 0.0)
-                continue;
-            e1.normalize();
-            for (size_t k = j + 1; k < count; ++k) {
-                Imath::V3d e2 = points[k] - points[i];
-                if (e2.length() == 0.0)
-                    continue;
-                e2.normalize();
-                Imath::V3d n = e1.cross(e2);
-                if (n.length2() == 0.0)
-                    continue;
-                n.normalize();
-                Imath::V3d m = e1.cross(n);
-                m.normalize();
-                return Imath::M44d(m.x, m.y, m.z, 0.0, e1.x, e1.y, e1.z, 0.0, n.x, n.y, n.z, 0.0, 0.0, 0.0,
-                                   0.0, 1.0);
-            }
+namespace {
+
+// The frame whose rows are m, e1 and n, from the unit edges e1 and e2 of a face's first usable triple.
+Imath::M44d faceFrame(const Imath::V3d& e1, const Imath::V3d& e2) {
+    Imath::V3d n = e1.cross(e2);
+    n.normalize();
+    Imath::V3d m = e1.cross(n);
+    m.normalize();
+    return Imath::M44d(m.x, m.y, m.z, 0.0, e1.x, e1.y, e1.z, 0.0, n.x, n.y, n.z, 0.0, 0.0, 0.0, 0.0, 1.0);
+}
+
+// Whether two unit edges span a plane: their cross product is not exactly zero (a NaN counts as not
+// zero, as the comparison sees it).
+bool spanPlane(const Imath::V3d& e1, const Imath::V3d& e2) {
+    return e1.cross(e2).length2() != 0.0;
+}
+
+// True when every point lies on one line along an axis or a diagonal, written so that each coordinate
+// is the same in every point, or equal (or opposite) to one varying coordinate in every point, all of
+// them finite and small enough for their differences to be. Every edge is then (d, d, 0) or the like
+// (each component 0, d or -d for one d), and so is every unit edge with its own d: in each component
+// of a cross product the two products are equal, so every cross product is exactly zero and no triple
+// can serve, which this shows in one pass over the points instead of one over every triple.
+bool onPlainLine(const std::vector<Imath::V3d>& points) {
+    constexpr double kHalfLargest = 0.5 * std::numeric_limits<double>::max();
+    const Imath::V3d& first = points.front();
+    bool varies[3] = {false, false, false};
+    for (const Imath::V3d& p : points) {
+        for (int axis = 0; axis < 3; ++axis) {
+            if (!(std::fabs(p[axis]) <= kHalfLargest))
+                return false;
+            varies[axis] = varies[axis] || p[axis] != first[axis];
         }
+    }
+    int reference = -1;
+    for (int axis = 0; axis < 3; ++axis) {
+        if (!varies[axis])
+            continue;
+        if (reference < 0) {
+            reference = axis;
+            continue;
+        }
+        bool equal = true;
+        bool opposite = true;
+        for (const Imath::V3d& p : points) {
+            equal = equal && p[axis] == p[reference];
+            opposite = opposite && p[axis] == -p[reference];
+        }
+        if (!equal && !opposite)
+            return false;
+    }
+    return true;
+}
+
+// The bits of a vector: equal bits, equal behaviour in every product.
+struct EdgeKey {
+    uint64_t bits[3];
+    bool operator==(const EdgeKey& other) const {
+        return bits[0] == other.bits[0] && bits[1] == other.bits[1] && bits[2] == other.bits[2];
+    }
+};
+
+struct EdgeKeyHash {
+    size_t operator()(const EdgeKey& key) const {
+        return std::hash<uint64_t>()(key.bits[0] ^ (key.bits[1] * 0x9e3779b97f4a7c15ull) ^
+                                     (key.bits[2] * 0xc2b2ae3d27d4eb4full));
+    }
+};
+
+EdgeKey keyOf(const Imath::V3d& v) {
+    EdgeKey key;
+    std::memcpy(key.bits, &v.x, sizeof(key.bits));
+    return key;
+}
+
+// The first usable triple (first, j, k), j < k in increasing order, of the points, and its frame. Unit
+// edges that are equal bit for bit are grouped, and whether two groups span a plane is decided once:
+// on a line whose unit edges come out in a few roundings, each j then costs one look per group
+// instead of one per later point.
+std::optional<Imath::M44d> frameFromPoint(const std::vector<Imath::V3d>& points, size_t first) {
+    const size_t count = points.size();
+    std::vector<Imath::V3d> edges(count);
+    std::vector<int> groupOf(count, -1); // -1: a zero edge, which takes no part
+    std::unordered_map<EdgeKey, int, EdgeKeyHash> groups;
+    std::vector<std::vector<size_t>> members;
+    for (size_t k = first + 1; k < count; ++k) {
+        Imath::V3d e = points[k] - points[first];
+        if (e.length() == 0.0)
+            continue;
+        e.normalize();
+        edges[k] = e;
+        const auto [it, added] = groups.emplace(keyOf(e), static_cast<int>(members.size()));
+        if (added)
+            members.emplace_back();
+        groupOf[k] = it->second;
+        members[static_cast<size_t>(it->second)].push_back(k);
+    }
+    // Whether groups a and b span a plane, by a * groups + b, once asked.
+    std::unordered_map<uint64_t, bool> spans;
+    std::vector<size_t> next(members.size(), 0); // per group, its first member not yet passed
+    for (size_t j = first + 1; j < count; ++j) {
+        const int a = groupOf[j];
+        if (a < 0)
+            continue;
+        // The first later point, over all groups that span a plane with this edge's group.
+        size_t best = count;
+        for (size_t b = 0; b < members.size(); ++b) {
+            std::vector<size_t>& positions = members[b];
+            while (next[b] < positions.size() && positions[next[b]] <= j)
+                ++next[b];
+            if (next[b] == positions.size() || positions[next[b]] >= best)
+                continue;
+            const uint64_t pair = static_cast<uint64_t>(a) * members.size() + b;
+            auto known = spans.find(pair);
+            if (known == spans.end())
+                known = spans.emplace(pair, spanPlane(edges[j], edges[positions[next[b]]])).first;
+            if (known->second)
+                best = positions[next[b]];
+        }
+        if (best < count)
+            return faceFrame(edges[j], edges[best]);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<Imath::M44d> faceFrameMatrix(const std::vector<Imath::V3d>& points) {
+    if (points.size() < 3 || onPlainLine(points))
+        return std::nullopt;
+    for (size_t first = 0; first + 2 < points.size(); ++first) {
+        if (std::optional<Imath::M44d> frame = frameFromPoint(points, first))
+            return frame;
     }
     return std::nullopt;
 }

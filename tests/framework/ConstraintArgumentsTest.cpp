@@ -50,8 +50,11 @@ TEST(ConstraintArguments, AxisFlagsFollowTheDottedLookup) {
         // A dotted name elsewhere changes nothing for the axes that have no literal child.
         {"otherDotted", literalGroup({{"args", args0}, {"args.zAxis", intValue(0)}}), false, true, false},
         {"unrelatedDot", literalGroup({{"a.b", intValue(0)}, {"args", args0}}), false, true, true},
-        // Only an integer switches an axis off.
+        // Only an integer with a value switches an axis off.
         {"floatAxis", literalGroup({{"args", literalGroup({{"zAxis", Qn::FloatAttribute(0.0f)}})}}), true,
+         true, true},
+        {"emptyAxis",
+         literalGroup({{"args", literalGroup({{"zAxis", Qn::IntAttribute(std::vector<int32_t>{})}})}}), true,
          true, true},
     };
     for (const Case& c : cases) {

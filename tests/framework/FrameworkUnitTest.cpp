@@ -1,5 +1,5 @@
-// Pieces of the resolve framework that need no host: sample-time merging, target paths, the
-// per-sample driver and the multi-sampled attribute builder (over the real attribute library).
+// Pieces of the resolve framework that need no host: sample-time merging, target paths and the
+// per-sample driver (over the real attribute library).
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "constraints/resolve/ConstraintResolver.h"
 #include "constraints/resolve/LocationResolver.h"
@@ -42,16 +42,21 @@ TEST(MergeSampleTimes, ClustersKeepTheirEarliestMember) {
 
 namespace {
 
-void throwAtSecondSample(const Qn::GroupAttribute&, Qn::VexilCookInterface&, const XformSamples&,
-                         const std::string&, const XformSamplesList&, const TargetPaths&, ResolvedCache&,
-                         float sampleTime, MatrixSamples& samplesOut) {
-    if (sampleTime == 0.5f) {
-        throw std::runtime_error("broken at 0.5");
+// A kind whose sample at time 0.5 fails; elsewhere it moves the base along x by the time.
+class BrokenAtHalf : public PerSampleConstraintResolver {
+public:
+    explicit BrokenAtHalf(const Qn::GroupAttribute& group) : PerSampleConstraintResolver("Broken", group) {}
+
+private:
+    Imath::M44d computeSample(const ConstraintInputs&, float sampleTime) const override {
+        if (sampleTime == 0.5f) {
+            throw std::runtime_error("broken at 0.5");
+        }
+        Imath::M44d m;
+        m[3][0] = sampleTime;
+        return m;
     }
-    Imath::M44d m;
-    m[3][0] = sampleTime;
-    samplesOut[sampleTime] = matrixValues(m);
-}
+};
 
 struct NoCache : ResolvedCache {
     Qn::Attribute getAttr(Qn::VexilCookInterface&, const std::string&, const std::string&) override {
@@ -71,38 +76,28 @@ Qn::GroupAttribute typeGroup(const std::string& type) {
 
 } // namespace
 
-TEST(ResolveAtSampleTimes, AFailingSampleLeavesNoPartialMatrix) {
+TEST(PerSampleDriver, AFailingSampleLeavesNoPartialMatrix) {
     // The driver hands the interface on untouched; the compute step above never calls it.
     static const VexilCookSuite unusedSuite{};
     Qn::VexilCookInterface cookInterface(
         reinterpret_cast<VexilCookHandle>(const_cast<VexilCookSuite*>(&unusedSuite)), &unusedSuite);
     NoCache cache;
-    const Qn::GroupAttribute group = typeGroup("Point");
+    BrokenAtHalf resolver(typeGroup("Point"));
+    OutputAttributes output;
 
-    Qn::GroupAttribute failed = resolveAtSampleTimes(&throwAtSecondSample, group, {0.0f, 0.5f, 1.0f},
-                                                     cookInterface, {}, "/root/world/a", {}, {}, cache);
+    Qn::GroupAttribute failed =
+        resolver.resolve({0.0f, 0.5f, 1.0f}, cookInterface, {}, "/root/world/a", {}, {}, cache, output);
     ASSERT_EQ(failed.getNumberOfChildren(), 1);
     EXPECT_EQ(failed.getChildName(0), "errorMessage");
     EXPECT_EQ(Qn::StringAttribute(failed.getChildByIndex(0)).getValue(),
               "Point Constraint Error: broken at 0.5");
 
-    Qn::GroupAttribute resolved = resolveAtSampleTimes(&throwAtSecondSample, group, {0.0f, 1.0f},
-                                                       cookInterface, {}, "/root/world/a", {}, {}, cache);
+    Qn::GroupAttribute resolved =
+        resolver.resolve({0.0f, 1.0f}, cookInterface, {}, "/root/world/a", {}, {}, cache, output);
     Qn::DoubleAttribute matrix = resolved.getChildByName("matrix");
     ASSERT_TRUE(matrix.isValid());
     EXPECT_EQ(matrix.getTupleSize(), 16);
     EXPECT_EQ(matrix.getSampleTimes(), (std::vector<float>{0.0f, 1.0f}));
     EXPECT_EQ(matrix.getNearestSample(1.0f)[12], 1.0);
-}
-
-TEST(BuildMultiSampledAttribute, SamplesOfDifferentSizesAreRefused) {
-    try {
-        buildMultiSampledAttribute({{0.0f, {1.0, 2.0}}, {1.0f, {1.0}}}, 1);
-        FAIL() << "expected an error";
-    } catch (const std::runtime_error& e) {
-        EXPECT_STREQ(e.what(), "Error building attribute time samples are different sizes.");
-    }
-    Qn::DoubleAttribute built = buildMultiSampledAttribute({{1.0f, {3.0, 4.0}}, {0.0f, {1.0, 2.0}}}, 2);
-    EXPECT_EQ(built.getSampleTimes(), (std::vector<float>{0.0f, 1.0f}));
-    EXPECT_EQ(built.getNearestSample(0.9f)[1], 4.0);
+    EXPECT_TRUE(output.empty());
 }

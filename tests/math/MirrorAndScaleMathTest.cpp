@@ -1,6 +1,8 @@
-// Unit tests of the Scale, Billboard and Reflection mathematics. Expected values are worked out by
-// hand from the geometry (axis lengths, quarter turns about y, mirrors across simple planes).
+// Unit tests of the Scale and Reflection mathematics and, sharing their checks, of the Billboard
+// mathematics. Expected values are worked out by hand from the geometry (axis lengths, quarter turns
+// about y, mirrors across simple planes).
 #include "constraints/resolvers/MirrorAndScaleMath.h"
+#include "constraints/resolvers/BillboardMath.h"
 #include "tests/support/ThrownMessage.h"
 
 #include <Imath/ImathQuat.h>

@@ -276,6 +276,12 @@ TEST(OrientConstraintMath, NormalizeEulerAnglesPicksShorterEquivalent) {
     }
 }
 
+TEST(OrientConstraintMath, NormalizeEulerAnglesKeepsTheFirstTripleOnATie) {
+    // (-pi/2, pi/2, -pi/2) and its equivalent (pi/2, pi/2, pi/2) are exactly as long.
+    const V3d angles(-M_PI / 2, M_PI / 2, -M_PI / 2);
+    EXPECT_EQ(angles, normalizeEulerAngles(angles));
+}
+
 TEST(OrientConstraintMath, MixEulerAngles) {
     const V3d base(1, 2, 3), target(-1, -2, -3);
     expectVecNear(V3d(-1, -2, -3), mixEulerAngles(base, target, true, true, true), 0);
@@ -288,6 +294,8 @@ TEST(OrientConstraintMath, MixEulerAngles) {
 TEST(OrientConstraintMath, FaceFrames) {
     // The unit triangle in xy: e1 = +x, n = +z, m = e1 x n = -y: a turn of -90 degrees about z.
     const M44d unitFrame(0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+    const double kHalfRoot = std::sqrt(0.5);
+    const double kFifthRoot = std::sqrt(0.2);
     struct Case {
         const char* what;
         std::vector<V3d> points;
@@ -296,6 +304,10 @@ TEST(OrientConstraintMath, FaceFrames) {
     const Case cases[] = {
         {"unit triangle", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0)}, unitFrame},
         {"moved and scaled triangle", {V3d(5, 5, 5), V3d(9, 5, 5), V3d(5, 7, 5)}, unitFrame},
+        // (0,1,2) comes before (0,1,4), although 3 goes the way of 1 and 4 spans a plane with it too.
+        {"the nearest later point",
+         {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(2, 0, 0), V3d(0, 0, 1)},
+         unitFrame},
         // First triple collinear: (0,1,3) qualifies, with e2 = +z, n = -y, m = -z.
         {"collinear start",
          {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0), V3d(0, 0, 1)},
@@ -305,6 +317,16 @@ TEST(OrientConstraintMath, FaceFrames) {
         // Nearly but not exactly collinear: the cross product's squared length is a denormal, not 0.
         {"nearly collinear", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(1, 1e-160, 0)}, unitFrame},
         {"collinear face", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0)}, std::nullopt},
+        {"points on a diagonal", {V3d(0, 0, 0), V3d(1, 1, 0), V3d(2, 2, 0), V3d(3, 3, 0)}, std::nullopt},
+        // Unit edges (a, 2a, 0): their cross products are exactly zero though the a differ.
+        {"points on a steep line", {V3d(0, 0, 0), V3d(1, 2, 0), V3d(3, 6, 0), V3d(7, 14, 0)}, std::nullopt},
+        // (0,1,4) qualifies in both: e1 = (1,1,0)/sqrt(2) or (1,2,0)/sqrt(5), e2 = +z, n = e1 x e2, m = -z.
+        {"a diagonal, then a point off it",
+         {V3d(0, 0, 0), V3d(1, 1, 0), V3d(2, 2, 0), V3d(3, 3, 0), V3d(0, 0, 1)},
+         M44d(0, 0, -1, 0, kHalfRoot, kHalfRoot, 0, 0, kHalfRoot, -kHalfRoot, 0, 0, 0, 0, 0, 1)},
+        {"a steep line, then a point off it",
+         {V3d(0, 0, 0), V3d(1, 2, 0), V3d(3, 6, 0), V3d(7, 14, 0), V3d(0, 0, 1)},
+         M44d(0, 0, -1, 0, kFifthRoot, 2 * kFifthRoot, 0, 0, 2 * kFifthRoot, -kFifthRoot, 0, 0, 0, 0, 0, 1)},
         {"all points equal", {V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1)}, std::nullopt},
         {"two points", {V3d(0, 0, 0), V3d(1, 0, 0)}, std::nullopt},
         {"no points", {}, std::nullopt},

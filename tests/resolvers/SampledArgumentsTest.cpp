@@ -1,6 +1,6 @@
-// Point and Aim read their arguments once per constraint: every sample must still see them, and the
-// first failing check of the first failing sample must still decide the message. Expected positions
-// are worked out by hand.
+// Point, Aim and Orient read their arguments once per constraint: every sample must still see them, and
+// the first failing check of the first failing sample must still decide the message. Expected
+// positions are worked out by hand.
 #include "ResolverScenes.h"
 
 using namespace ResolverTests;
@@ -60,30 +60,6 @@ TEST(SampledArguments, PointAxisMasksHoldAtEverySample) {
     expectVecNear(V3d(9, 8, 0), translationOf(samples.at(1.0f)));
 }
 
-TEST(SampledArguments, FirstFailingCheckDecidesOverSeveralSamples) {
-    const V3d x(1, 0, 0), zero(0, 0, 0);
-    const std::vector<FailureCase> cases = {
-        // Both origins missing: the base origin is read first, as the sample times are gathered.
-        {"pointNoOrigins", constraint("Point", {"/root/world/t"}, Json::object()),
-         "Point Constraint Error: Point constraint resolver: empty args.baseOrigin."},
-        {"pointEmptyTarget",
-         constraint("Point", {"/root/world/t"}, {{"targetOrigin", ""}, {"baseOrigin", "origin"}}),
-         "Point Constraint Error: Point constraint resolver: empty args.targetOrigin."},
-        // The target has no bound: that fails before the zero aim axis is looked at.
-        {"aimBoundBeforeAxes", constraint("Aim", {"/root/world/t"}, aimArgs(zero, "boundingBox")),
-         "Aim Constraint Error: Aim constraint resolver target: Cannot get bounds attribute "
-         "(/root/world/t)."},
-        {"aimZeroAxis", constraint("Aim", {"/root/world/t"}, aimArgs(zero)),
-         "Aim Constraint Error: Aim Axis or Up Axis is zero."},
-        // The target reaches the base only at time 1: the second sample fails, and no matrix is kept.
-        {"aimMeetsLate", constraint("Aim", {"/root/world/meets"}, aimArgs(x)),
-         "Aim Constraint Error: Base and target are at same location, nowhere to aim."},
-    };
-    const Json children = {{"t", movingTarget(V3d(5, 0, 0), V3d(6, 0, 0))},
-                           {"meets", movingTarget(V3d(5, 1, 1), V3d(1, 1, 1))}};
-    expectFailures(children, cases);
-}
-
 TEST(SampledArguments, OrientAxisFlagsHoldAtEverySample) {
     // The target turns about z from 0 to 90 degrees; only z follows it. At time 1 the base's local x
     // axis points along world y, at time 0 it is unturned; the base keeps its position (1,2,3).
@@ -102,24 +78,27 @@ TEST(SampledArguments, OrientAxisFlagsHoldAtEverySample) {
     expectVecNear(V3d(1, 2, 3), translationOf(samples.at(1.0f)));
 }
 
-TEST(SampledArguments, OrientAndBillboardFailuresOverSeveralSamples) {
-    const std::string orient = "Orient Constraint Error: Orient constraint resolver: ";
+// Each kind reads its arguments once, when its resolver is made: a failure still comes at its place among
+// a sample's checks, and a failure at a later sample leaves no matrix.
+TEST(SampledArguments, FirstFailingCheckDecidesOverSeveralSamples) {
+    const V3d x(1, 0, 0), zero(0, 0, 0);
     const std::vector<FailureCase> cases = {
-        {"orientUnknown", constraint("Orient", {"/root/world/t"}, {{"targetOrientation", "sideways"}}),
-         orient + "unknown targetOrientation 'sideways'."},
-        {"orientNoFaceIndex", constraint("Orient", {"/root/world/t"}, {{"targetOrientation", "face"}}),
-         orient + "empty args.targetFaceIndex."},
+        // The target has no bound: that fails before the zero aim axis is looked at.
+        {"aimBoundBeforeAxes", constraint("Aim", {"/root/world/t"}, aimArgs(zero, "boundingBox")),
+         "Aim Constraint Error: Aim constraint resolver target: Cannot get bounds attribute "
+         "(/root/world/t)."},
+        // The target reaches the base only at time 1: the second sample fails, and no matrix is kept.
+        {"aimMeetsLate", constraint("Aim", {"/root/world/meets"}, aimArgs(x)),
+         "Aim Constraint Error: Base and target are at same location, nowhere to aim."},
         // The target flattens only at time 1: the second sample fails after the arguments were read.
         {"orientFlattensLate",
          constraint("Orient", {"/root/world/flattens"}, {{"targetOrientation", "object"}}),
-         orient + "Imath detected zero scale in target matrix row"},
-        {"billboardNoRotateAxis",
-         constraint("Billboard", {"/root/world/t"},
-                    {{"targetOrigin", "origin"}, {"baseAimAxis", axis(0, 0, 1)}}),
-         "Billboard Constraint Error: Cannot find float attribute of size 3 args.baseRotateAxis"},
+         "Orient Constraint Error: Orient constraint resolver: Imath detected zero scale in target matrix "
+         "row"},
     };
     const Json children = {
         {"t", movingTarget(V3d(5, 0, 0), V3d(6, 0, 0))},
+        {"meets", movingTarget(V3d(5, 1, 1), V3d(1, 1, 1))},
         {"flattens", placed({{"scale", animatedDoubles({{"0", {1, 1, 1}}, {"1", {1, 0, 1}}})}})}};
     expectFailures(children, cases);
 }

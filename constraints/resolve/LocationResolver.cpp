@@ -139,6 +139,38 @@ struct PreparedLocation {
 
 class ConstraintFrame;
 
+/// The memo slots on a walk's stack, in stack order: found by a scan while the walk is shallow, as
+/// nearly every walk is, and through a hash set once it is deep (a chain of N links is N deep).
+class SlotsInProgress {
+public:
+    void push(size_t slot) {
+        m_stack.push_back(slot);
+        if (!m_index.empty()) {
+            m_index.insert(slot);
+        } else if (m_stack.size() > kScanned) {
+            m_index.insert(m_stack.begin(), m_stack.end());
+        }
+    }
+    /// Removes the slot pushed last.
+    void pop() {
+        if (!m_index.empty()) {
+            m_index.erase(m_stack.back());
+        }
+        m_stack.pop_back();
+    }
+    bool contains(size_t slot) const {
+        if (!m_index.empty()) {
+            return m_index.count(slot) != 0;
+        }
+        return std::find(m_stack.begin(), m_stack.end(), slot) != m_stack.end();
+    }
+
+private:
+    static constexpr size_t kScanned = 16;
+    boost::container::small_vector<size_t, kScanned> m_stack;
+    std::unordered_set<size_t> m_index;
+};
+
 /// The resolution one cook does: the cooked location and, when it needs them, the listed constrained
 /// locations it depends on, which go into the traversal's memo so that each is resolved once for all
 /// cooks. What a location needs is found by a walk with its own stack, not by recursion: a chain of
@@ -281,7 +313,7 @@ private:
     const ConstraintListData* m_list;
     mutable std::optional<ResolvedWorlds> m_worlds;
     /// The memo slots on the walk's stack: a need among them closes a cycle.
-    std::unordered_set<size_t> m_inProgress;
+    SlotsInProgress m_inProgress;
 };
 
 /// What the resolvers of one constraint see: resolved attributes and transforms of the listed locations
@@ -535,7 +567,7 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
     const ResolvedMemo& memo = *m_list->memo;
     for (const Pending& pending : stack) {
         if (pending.slot != kNoSlot) {
-            m_inProgress.insert(pending.slot);
+            m_inProgress.push(pending.slot);
         }
     }
     while (!stack.empty()) {
@@ -551,13 +583,13 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
                 continue;
             }
             const size_t need = constraint.needs[top.need++];
-            if (!memo.find(need) && !m_inProgress.count(need)) {
+            if (!memo.find(need) && !m_inProgress.contains(need)) {
                 next = need;
             }
         }
         if (next) {
             const std::string_view path = m_list->pathOfSlot(*next);
-            m_inProgress.insert(*next);
+            m_inProgress.push(*next);
             stack.push_back(
                 Pending{*next, prepare(path, m_cookInterface.getAttr("xform", std::string(path)))});
             continue;
@@ -567,7 +599,7 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
         }
         const size_t slot = top.slot;
         m_list->memo->resolveOnce(slot, [&] { return resolveLocation(top.location); });
-        m_inProgress.erase(slot);
+        m_inProgress.pop(); // the slot of `top`, pushed last
         stack.pop_back();
     }
 }

@@ -188,7 +188,10 @@ public:
     ResolvedWorlds* worlds() const { return m_worlds ? &*m_worlds : nullptr; }
     const ConstraintListData* list() const { return m_list; }
 
-    ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
+    /// The resolution of the cooked location: a listed one's as the memo keeps it, any other's made
+    /// into `unlisted`.
+    const ResolvedLocation& resolveTop(const std::string& path, const Qn::GroupAttribute& xform,
+                                       ResolvedLocation& unlisted) {
         if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
             // A listed location may have been resolved already, as what another location needed.
             return resolveListed(listed->slot, path, xform);
@@ -198,7 +201,8 @@ public:
         if (m_list) {
             walkNeeds(stack);
         }
-        return resolveLocation(stack.back().location);
+        unlisted = resolveLocation(stack.back().location);
+        return unlisted;
     }
 
     /// The published resolution of a listed location, or null.
@@ -273,7 +277,8 @@ private:
         size_t need = 0;       ///< the next need of that constraint
     };
 
-    ResolvedLocation resolveListed(size_t slot, std::string_view path, const Qn::GroupAttribute& xform);
+    const ResolvedLocation& resolveListed(size_t slot, std::string_view path,
+                                          const Qn::GroupAttribute& xform);
     void walkNeeds(std::vector<Pending>& stack);
     PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
     PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
@@ -549,8 +554,8 @@ private:
     const OutputAttributes& m_baseOutput;
 };
 
-ResolvedLocation ResolveSession::resolveListed(size_t slot, std::string_view path,
-                                               const Qn::GroupAttribute& xform) {
+const ResolvedLocation& ResolveSession::resolveListed(size_t slot, std::string_view path,
+                                                      const Qn::GroupAttribute& xform) {
     if (const ResolvedLocation* done = m_list->memo->find(slot)) {
         return *done;
     }
@@ -835,15 +840,12 @@ ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
 
 void resolveLocationConstraints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                                 const Qn::GroupAttribute& xform, const ConstraintListData* constraintList,
-                                OutputAttributes& outputAttributes) {
+                                const std::function<void(const std::string&, const Qn::Attribute&)>& set) {
     ResolveSession session(cookInterface, constraintList);
-    ResolvedLocation resolved = session.resolveTop(locationPath, xform);
-    if (outputAttributes.empty()) {
-        outputAttributes.swap(resolved.attributes);
-        return;
-    }
-    for (auto& [name, attribute] : resolved.attributes) {
-        outputAttributes[name] = std::move(attribute);
+    ResolvedLocation unlisted;
+    const ResolvedLocation& resolved = session.resolveTop(locationPath, xform, unlisted);
+    for (const auto& [name, attribute] : resolved.attributes) {
+        set(name, attribute);
     }
 }
 

@@ -213,7 +213,7 @@ public:
 
     /// The overrides that make the host see resolved transforms on the way down to `path`; the base is
     /// overridden by `partialXform` unless that is null. `resolved` holds the resolved listed locations
-    /// at or above `path` (as `resolvedAtOrAbove` finds them), deepest first.
+    /// at or above `path` (as `resolvedFrom` finds them), deepest first.
     static Qn::GroupAttribute overridesFor(std::string_view path, std::string_view basePath,
                                            const Qn::GroupAttribute& partialXform,
                                            const ResolvedChain& resolved) {
@@ -250,15 +250,26 @@ public:
         return builder ? builder->build() : Qn::GroupAttribute();
     }
 
-    /// The resolved listed locations at or above `path`, deepest first: one walk up the list's slots
-    /// instead of a lookup of every prefix.
-    ResolvedChain resolvedAtOrAbove(std::string_view path) const {
-        ResolvedChain chain;
-        if (!m_list) {
-            return chain;
+    /// The slot of the nearest listed location at or above `path`, or kNoSlot: the one hashed lookup of
+    /// a route; the listed locations above it are found by the list's links from there.
+    size_t nearestListed(std::string_view path) const {
+        return m_list ? m_list->nearestListed(path, true) : ConstraintListData::kNoSlot;
+    }
+
+    /// The first resolved location on the links up from `slot` (included), or none.
+    std::optional<ResolvedAbove> firstResolvedFrom(size_t slot) const {
+        for (; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
+            if (const ResolvedLocation* resolved = m_list->memo->find(slot)) {
+                return ResolvedAbove{m_list->pathOfSlot(slot), resolved, slot};
+            }
         }
-        for (size_t slot = m_list->nearestListed(path, true); slot != ConstraintListData::kNoSlot;
-             slot = m_list->slotAbove[slot]) {
+        return std::nullopt;
+    }
+
+    /// Every resolved location on the links up from `slot` (included), deepest first.
+    ResolvedChain resolvedFrom(size_t slot) const {
+        ResolvedChain chain;
+        for (; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
             if (const ResolvedLocation* resolved = m_list->memo->find(slot)) {
                 chain.push_back(ResolvedAbove{m_list->pathOfSlot(slot), resolved, slot});
             }
@@ -502,31 +513,34 @@ private:
 
     Route makeRoute(const std::string& locationPath) const {
         Route route;
-        const ResolvedChain resolved = m_session.resolvedAtOrAbove(locationPath);
-        route.from = continuableFrom(resolved);
+        const size_t listed = m_session.nearestListed(locationPath);
+        // Where the host can continue from is the first resolved location up the links: the walk stops
+        // there, and goes on to the top only when the overrides need every resolved one.
+        const std::optional<ResolvedAbove> nearest =
+            m_session.worlds() ? m_session.firstResolvedFrom(listed) : std::nullopt;
+        route.from = continuableFrom(nearest);
         if (!route.from) {
-            route.overrides =
-                ResolveSession::overridesFor(locationPath, m_basePath, m_baseOverride, resolved);
-        } else if (resolved.front().path.size() != locationPath.size()) {
+            route.overrides = ResolveSession::overridesFor(locationPath, m_basePath, m_baseOverride,
+                                                           m_session.resolvedFrom(listed));
+        } else if (nearest->path.size() != locationPath.size()) {
             route.overrides = baseOverrideFor(locationPath); // continued below a resolved ancestor
         }
         return route;
     }
 
     /// The memo slot of the resolved location whose world the queried location's can be continued from,
-    /// or none: there is none, the host cannot continue, or the base lies above it (the memo's worlds
-    /// see the base as it came, where this constraint must see it as the constraints before it left it).
-    /// `resolved` holds the resolved listed locations at or above the queried one, deepest first.
-    std::optional<size_t> continuableFrom(const ResolvedChain& resolved) const {
-        if (!m_session.worlds() || resolved.empty()) {
+    /// or none: there is none (`nearest`, the first resolved location at or above the queried one), or
+    /// the base lies above it (the memo's worlds see the base as it came, where this constraint must see
+    /// it as the constraints before it left it).
+    std::optional<size_t> continuableFrom(const std::optional<ResolvedAbove>& nearest) const {
+        if (!nearest) {
             return std::nullopt;
         }
-        const size_t slot = resolved.front().slot;
-        const std::string_view top = resolved.front().path;
+        const std::string_view top = nearest->path;
         const bool baseAbove = m_basePath.size() < top.size() &&
                                top.compare(0, m_basePath.size(), m_basePath) == 0 &&
                                top[m_basePath.size()] == '/';
-        return baseAbove ? std::nullopt : std::optional<size_t>(slot);
+        return baseAbove ? std::nullopt : std::optional<size_t>(nearest->slot);
     }
 
     /// The override of the base by the partial xform, when the base is `locationPath` or above it.

@@ -61,11 +61,10 @@ void ConstraintResolveOp::cook(Qn::VexilCookInterface& cookInterface) {
         if (!isConstraintChildName(xform.getChildNameView(i))) {
             continue;
         }
-        OutputAttributes results;
-        resolveLocationConstraints(cookInterface, locationPath, xform, data, results);
-        for (const auto& [name, attribute] : results) {
-            cookInterface.setAttr(name, attribute, true);
-        }
+        resolveLocationConstraints(cookInterface, locationPath, xform, data,
+                                   [&](const std::string& name, const Qn::Attribute& attribute) {
+                                       cookInterface.setAttr(name, attribute, true);
+                                   });
         break;
     }
 }

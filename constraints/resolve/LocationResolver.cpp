@@ -80,6 +80,15 @@ template <typename Visit> void forEachAncestorOrSelf(std::string_view path, Visi
 using ChildNames = boost::container::small_vector<std::string, 8>;
 using ChildValues = boost::container::small_vector<Qn::Attribute, 8>;
 
+/// A resolved listed location at or above a queried path.
+struct ResolvedAbove {
+    std::string_view path;
+    const ResolvedLocation* resolved;
+    size_t slot;
+};
+/// The resolved listed locations at or above a path, deepest first.
+using ResolvedChain = boost::container::small_vector<ResolvedAbove, 4>;
+
 Qn::GroupAttribute buildXform(const ChildNames& names, const ChildValues& values) {
     Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
     for (size_t i = 0; i < names.size(); ++i) {
@@ -130,6 +139,38 @@ struct PreparedLocation {
 
 class ConstraintFrame;
 
+/// The memo slots on a walk's stack, in stack order: found by a scan while the walk is shallow, as
+/// nearly every walk is, and through a hash set once it is deep (a chain of N links is N deep).
+class SlotsInProgress {
+public:
+    void push(size_t slot) {
+        m_stack.push_back(slot);
+        if (!m_index.empty()) {
+            m_index.insert(slot);
+        } else if (m_stack.size() > kScanned) {
+            m_index.insert(m_stack.begin(), m_stack.end());
+        }
+    }
+    /// Removes the slot pushed last.
+    void pop() {
+        if (!m_index.empty()) {
+            m_index.erase(m_stack.back());
+        }
+        m_stack.pop_back();
+    }
+    bool contains(size_t slot) const {
+        if (!m_index.empty()) {
+            return m_index.count(slot) != 0;
+        }
+        return std::find(m_stack.begin(), m_stack.end(), slot) != m_stack.end();
+    }
+
+private:
+    static constexpr size_t kScanned = 16;
+    boost::container::small_vector<size_t, kScanned> m_stack;
+    std::unordered_set<size_t> m_index;
+};
+
 /// The resolution one cook does: the cooked location and, when it needs them, the listed constrained
 /// locations it depends on, which go into the traversal's memo so that each is resolved once for all
 /// cooks. What a location needs is found by a walk with its own stack, not by recursion: a chain of
@@ -147,7 +188,10 @@ public:
     ResolvedWorlds* worlds() const { return m_worlds ? &*m_worlds : nullptr; }
     const ConstraintListData* list() const { return m_list; }
 
-    ResolvedLocation resolveTop(const std::string& path, const Qn::GroupAttribute& xform) {
+    /// The resolution of the cooked location: a listed one's as the memo keeps it, any other's made
+    /// into `unlisted`.
+    const ResolvedLocation& resolveTop(const std::string& path, const Qn::GroupAttribute& xform,
+                                       ResolvedLocation& unlisted) {
         if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
             // A listed location may have been resolved already, as what another location needed.
             return resolveListed(listed->slot, path, xform);
@@ -157,7 +201,8 @@ public:
         if (m_list) {
             walkNeeds(stack);
         }
-        return resolveLocation(stack.back().location);
+        unlisted = resolveLocation(stack.back().location);
+        return unlisted;
     }
 
     /// The published resolution of a listed location, or null.
@@ -167,13 +212,18 @@ public:
     }
 
     /// The overrides that make the host see resolved transforms on the way down to `path`; the base is
-    /// overridden by `partialXform` unless that is null.
-    Qn::GroupAttribute overridesFor(const std::string& path, std::string_view basePath,
-                                    const Qn::GroupAttribute& partialXform) const {
-        if (!partialXform.isValid() && !m_list) {
-            return Qn::GroupAttribute(); // the usual case: the host's own view of every location
-        }
-        // Most queries need no override at all: the builder is made only for the first one.
+    /// overridden by `partialXform` unless that is null. `resolved` holds the resolved listed locations
+    /// at or above `path` (as `resolvedFrom` finds them), deepest first.
+    static Qn::GroupAttribute overridesFor(std::string_view path, std::string_view basePath,
+                                           const Qn::GroupAttribute& partialXform,
+                                           const ResolvedChain& resolved) {
+        // The base counts where it lies at or above `path`, as a location path's own prefix.
+        const bool baseAtOrAbove =
+            partialXform.isValid() && !basePath.empty() && basePath.size() <= path.size() &&
+            path.compare(0, basePath.size(), basePath) == 0 &&
+            (basePath.size() == path.size() ? path.size() > 1 : path[basePath.size()] == '/');
+        // From the top down, the base in its place: every entry is a prefix of `path`, so length orders
+        // them. Most queries need no override at all: the builder is made only for the first one.
         std::optional<Qn::GroupBuilder> builder;
         auto add = [&](std::string_view location, const Qn::Attribute& xform) {
             if (!builder) {
@@ -181,16 +231,50 @@ public:
             }
             builder->set(std::string(location), xform);
         };
-        forEachAncestorOrSelf(path, [&](std::string_view location) {
-            if (location == basePath) {
-                if (partialXform.isValid()) {
-                    add(location, partialXform);
-                }
-            } else if (const ResolvedLocation* resolved = findResolved(location)) {
-                add(location, resolved->xform);
+        bool basePending = baseAtOrAbove;
+        for (size_t i = resolved.size(); i-- > 0;) {
+            const std::string_view location = resolved[i].path;
+            if (basePending && basePath.size() < location.size()) {
+                add(basePath, partialXform);
+                basePending = false;
             }
-        });
+            // The base is seen as the constraints before this one left it, resolved or not; a path of
+            // one character is no location of its own way down.
+            if (location != basePath && (location.size() < path.size() || path.size() > 1)) {
+                add(location, resolved[i].resolved->xform);
+            }
+        }
+        if (basePending) {
+            add(basePath, partialXform);
+        }
         return builder ? builder->build() : Qn::GroupAttribute();
+    }
+
+    /// The slot of the nearest listed location at or above `path`, or kNoSlot: the one hashed lookup of
+    /// a route; the listed locations above it are found by the list's links from there.
+    size_t nearestListed(std::string_view path) const {
+        return m_list ? m_list->nearestListed(path, true) : ConstraintListData::kNoSlot;
+    }
+
+    /// The first resolved location on the links up from `slot` (included), or none.
+    std::optional<ResolvedAbove> firstResolvedFrom(size_t slot) const {
+        for (; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
+            if (const ResolvedLocation* resolved = m_list->memo->find(slot)) {
+                return ResolvedAbove{m_list->pathOfSlot(slot), resolved, slot};
+            }
+        }
+        return std::nullopt;
+    }
+
+    /// Every resolved location on the links up from `slot` (included), deepest first.
+    ResolvedChain resolvedFrom(size_t slot) const {
+        ResolvedChain chain;
+        for (; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
+            if (const ResolvedLocation* resolved = m_list->memo->find(slot)) {
+                chain.push_back(ResolvedAbove{m_list->pathOfSlot(slot), resolved, slot});
+            }
+        }
+        return chain;
     }
 
 private:
@@ -204,7 +288,8 @@ private:
         size_t need = 0;       ///< the next need of that constraint
     };
 
-    ResolvedLocation resolveListed(size_t slot, std::string_view path, const Qn::GroupAttribute& xform);
+    const ResolvedLocation& resolveListed(size_t slot, std::string_view path,
+                                          const Qn::GroupAttribute& xform);
     void walkNeeds(std::vector<Pending>& stack);
     PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
     PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
@@ -244,16 +329,17 @@ private:
     const ConstraintListData* m_list;
     mutable std::optional<ResolvedWorlds> m_worlds;
     /// The memo slots on the walk's stack: a need among them closes a cycle.
-    std::unordered_set<size_t> m_inProgress;
+    SlotsInProgress m_inProgress;
 };
 
 /// What the resolvers of one constraint see: resolved attributes and transforms of the listed locations
 /// already resolved, and the constrained location as it is before this constraint.
 class ConstraintFrame : public ResolvedCache {
 public:
-    ConstraintFrame(const ResolveSession& session, std::string_view basePath,
+    /// `targets` are the constraint's kept targets: with the base, the locations whose routes are kept.
+    ConstraintFrame(const ResolveSession& session, std::string_view basePath, const TargetPaths& targets,
                     const PartialXform& partialXform, const OutputAttributes& baseOutput)
-        : m_session(session), m_basePath(basePath), m_partialXform(partialXform.xform),
+        : m_session(session), m_basePath(basePath), m_targets(targets), m_partialXform(partialXform.xform),
           m_baseOverride(partialXform.asInput ? Qn::GroupAttribute() : partialXform.xform),
           m_baseOutput(baseOutput) {}
 
@@ -291,7 +377,8 @@ public:
         XformSamples samples;
         const float* timeArray = times.empty() ? nullptr : &*times.begin();
         const int64_t count = static_cast<int64_t>(times.size());
-        if (const std::optional<size_t> from = continuableFrom(locationPath)) {
+        const Route& route = routeOf(locationPath);
+        if (const std::optional<size_t> from = route.from) {
             if (count == 0) {
                 return samples;
             }
@@ -304,13 +391,12 @@ public:
                 worlds.worldsAt(*from, timeArray, times.size(), above.data());
                 if (!Qn::VexilPluginHost::copyWorldXformAtTimesBelow(cookInterface, locationPath, top.size(),
                                                                      timeArray, count, above.data(), values,
-                                                                     baseOverrideFor(locationPath))) {
+                                                                     route.overrides)) {
                     return samples;
                 }
             }
-        } else if (!Qn::VexilPluginHost::copyWorldXformAtTimes(
-                       cookInterface, locationPath, timeArray, count, values,
-                       m_session.overridesFor(locationPath, m_basePath, m_baseOverride))) {
+        } else if (!Qn::VexilPluginHost::copyWorldXformAtTimes(cookInterface, locationPath, timeArray, count,
+                                                               values, route.overrides)) {
             return samples;
         }
         samples.reserve(times.size());
@@ -335,12 +421,13 @@ public:
     /// Adds the sample times of `locationPath`'s world transform to `sampleTimes`: for the targets,
     /// whose times join the base's without a set of their own.
     void addWorldXformSampleTimes(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
-                                  SampleTimes& sampleTimes) const {
-        if (const std::optional<size_t> from = continuableFrom(locationPath)) {
+                                  SampleTimes& sampleTimes) {
+        const Route& route = routeOf(locationPath);
+        if (const std::optional<size_t> from = route.from) {
             std::vector<float> times = m_session.worlds()->sampleTimes(*from);
             const std::string_view top = m_session.list()->pathOfSlot(*from);
             if (top.size() != locationPath.size()) {
-                const Qn::GroupAttribute overrides = baseOverrideFor(locationPath);
+                const Qn::GroupAttribute& overrides = route.overrides;
                 std::vector<float> below(4);
                 int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimesBelow(
                     cookInterface, locationPath, top.size(), below.data(), 4, overrides);
@@ -362,7 +449,7 @@ public:
             sampleTimes.insert(times.begin(), times.end());
             return;
         }
-        const Qn::GroupAttribute overrides = m_session.overridesFor(locationPath, m_basePath, m_baseOverride);
+        const Qn::GroupAttribute& overrides = route.overrides;
         float onStack[4];
         int64_t count = Qn::VexilPluginHost::copyWorldXformSampleTimes(cookInterface, locationPath, onStack,
                                                                        4, overrides);
@@ -387,23 +474,73 @@ public:
     }
 
 private:
-    /// The memo slot of the resolved location whose world `locationPath`'s can be continued from, or none:
-    /// there is none, the host cannot continue, or the base lies above it (the memo's worlds see the base
-    /// as it came, where this constraint must see it as the constraints before it left it).
-    std::optional<size_t> continuableFrom(const std::string& locationPath) const {
-        ResolvedWorlds* worlds = m_session.worlds();
-        if (!worlds) {
+    /// How the queries about one location reach the host: the memo slot of the resolved location whose
+    /// world the location's can be continued from, or none, and the overrides the host must see.
+    struct Route {
+        std::string_view path;
+        std::optional<size_t> from;
+        Qn::GroupAttribute overrides;
+    };
+
+    /// The route of `locationPath`, found by one walk up the list and kept for the base and the targets,
+    /// which are each asked about twice (their sample times, then their matrices).
+    const Route& routeOf(const std::string& locationPath) {
+        for (const Route& route : m_routes) {
+            if (route.path == locationPath) {
+                return route;
+            }
+        }
+        std::string_view kept;
+        if (locationPath == m_basePath) {
+            kept = m_basePath;
+        } else {
+            for (const std::string& target : m_targets) {
+                if (target == locationPath) {
+                    kept = target;
+                    break;
+                }
+            }
+        }
+        Route route = makeRoute(locationPath);
+        if (kept.data() == nullptr) {
+            m_other = std::move(route);
+            return m_other;
+        }
+        route.path = kept;
+        m_routes.push_back(std::move(route));
+        return m_routes.back();
+    }
+
+    Route makeRoute(const std::string& locationPath) const {
+        Route route;
+        const size_t listed = m_session.nearestListed(locationPath);
+        // Where the host can continue from is the first resolved location up the links: the walk stops
+        // there, and goes on to the top only when the overrides need every resolved one.
+        const std::optional<ResolvedAbove> nearest =
+            m_session.worlds() ? m_session.firstResolvedFrom(listed) : std::nullopt;
+        route.from = continuableFrom(nearest);
+        if (!route.from) {
+            route.overrides = ResolveSession::overridesFor(locationPath, m_basePath, m_baseOverride,
+                                                           m_session.resolvedFrom(listed));
+        } else if (nearest->path.size() != locationPath.size()) {
+            route.overrides = baseOverrideFor(locationPath); // continued below a resolved ancestor
+        }
+        return route;
+    }
+
+    /// The memo slot of the resolved location whose world the queried location's can be continued from,
+    /// or none: there is none (`nearest`, the first resolved location at or above the queried one), or
+    /// the base lies above it (the memo's worlds see the base as it came, where this constraint must see
+    /// it as the constraints before it left it).
+    std::optional<size_t> continuableFrom(const std::optional<ResolvedAbove>& nearest) const {
+        if (!nearest) {
             return std::nullopt;
         }
-        const std::optional<size_t> slot = worlds->nearestResolved(locationPath);
-        if (!slot) {
-            return std::nullopt;
-        }
-        const std::string_view top = m_session.list()->pathOfSlot(*slot);
+        const std::string_view top = nearest->path;
         const bool baseAbove = m_basePath.size() < top.size() &&
                                top.compare(0, m_basePath.size(), m_basePath) == 0 &&
                                top[m_basePath.size()] == '/';
-        return baseAbove ? std::nullopt : slot;
+        return baseAbove ? std::nullopt : std::optional<size_t>(nearest->slot);
     }
 
     /// The override of the base by the partial xform, when the base is `locationPath` or above it.
@@ -421,13 +558,18 @@ private:
 
     const ResolveSession& m_session;
     std::string_view m_basePath;
+    const TargetPaths& m_targets;
+    /// The routes of the base and the targets asked about so far; a handful.
+    boost::container::small_vector<Route, 4> m_routes;
+    /// The route of the last other location asked about.
+    Route m_other;
     Qn::GroupAttribute m_partialXform;
     Qn::GroupAttribute m_baseOverride; ///< null when the host's own view of the base is the partial xform
     const OutputAttributes& m_baseOutput;
 };
 
-ResolvedLocation ResolveSession::resolveListed(size_t slot, std::string_view path,
-                                               const Qn::GroupAttribute& xform) {
+const ResolvedLocation& ResolveSession::resolveListed(size_t slot, std::string_view path,
+                                                      const Qn::GroupAttribute& xform) {
     if (const ResolvedLocation* done = m_list->memo->find(slot)) {
         return *done;
     }
@@ -444,7 +586,7 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
     const ResolvedMemo& memo = *m_list->memo;
     for (const Pending& pending : stack) {
         if (pending.slot != kNoSlot) {
-            m_inProgress.insert(pending.slot);
+            m_inProgress.push(pending.slot);
         }
     }
     while (!stack.empty()) {
@@ -460,13 +602,13 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
                 continue;
             }
             const size_t need = constraint.needs[top.need++];
-            if (!memo.find(need) && !m_inProgress.count(need)) {
+            if (!memo.find(need) && !m_inProgress.contains(need)) {
                 next = need;
             }
         }
         if (next) {
             const std::string_view path = m_list->pathOfSlot(*next);
-            m_inProgress.insert(*next);
+            m_inProgress.push(*next);
             stack.push_back(
                 Pending{*next, prepare(path, m_cookInterface.getAttr("xform", std::string(path)))});
             continue;
@@ -476,7 +618,7 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
         }
         const size_t slot = top.slot;
         m_list->memo->resolveOnce(slot, [&] { return resolveLocation(top.location); });
-        m_inProgress.erase(slot);
+        m_inProgress.pop(); // the slot of `top`, pushed last
         stack.pop_back();
     }
 }
@@ -672,7 +814,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
                                                      OutputAttributes& output) {
     const std::string base(path);
     const TargetPaths& targets = constraint.targets;
-    ConstraintFrame frame(*this, path, partialXform, output);
+    ConstraintFrame frame(*this, path, targets, partialXform, output);
 
     SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, base);
     for (const std::string& target : targets) {
@@ -712,15 +854,12 @@ ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
 
 void resolveLocationConstraints(Qn::VexilCookInterface& cookInterface, const std::string& locationPath,
                                 const Qn::GroupAttribute& xform, const ConstraintListData* constraintList,
-                                OutputAttributes& outputAttributes) {
+                                const std::function<void(const std::string&, const Qn::Attribute&)>& set) {
     ResolveSession session(cookInterface, constraintList);
-    ResolvedLocation resolved = session.resolveTop(locationPath, xform);
-    if (outputAttributes.empty()) {
-        outputAttributes.swap(resolved.attributes);
-        return;
-    }
-    for (auto& [name, attribute] : resolved.attributes) {
-        outputAttributes[name] = std::move(attribute);
+    ResolvedLocation unlisted;
+    const ResolvedLocation& resolved = session.resolveTop(locationPath, xform, unlisted);
+    for (const auto& [name, attribute] : resolved.attributes) {
+        set(name, attribute);
     }
 }
 

@@ -23,16 +23,6 @@ bool ResolvedWorlds::available() {
     return Qn::VexilPluginHost::hasWorldBelow();
 }
 
-std::optional<size_t> ResolvedWorlds::nearestResolved(std::string_view path) const {
-    for (size_t slot = m_list.nearestListed(path, true); slot != ConstraintListData::kNoSlot;
-         slot = m_list.slotAbove[slot]) {
-        if (m_list.memo->find(slot)) {
-            return slot;
-        }
-    }
-    return std::nullopt;
-}
-
 std::optional<size_t> ResolvedWorlds::above(size_t slot) {
     ResolvedWorld& world = m_list.memo->world(slot);
     int64_t known = world.above.load(std::memory_order_acquire);

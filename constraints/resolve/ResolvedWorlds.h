@@ -25,9 +25,6 @@ public:
     /// True when the host can continue a world transform from an ancestor's.
     static bool available();
 
-    /// The memo slot of the nearest resolved listed location at or above `path`, or none.
-    std::optional<size_t> nearestResolved(std::string_view path) const;
-
     /// The sample times of every transform operation of the chain of `slot`'s location, its resolution
     /// and its resolved ancestors' applied; empty when none is sampled.
     std::vector<float> sampleTimes(size_t slot);

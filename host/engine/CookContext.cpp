@@ -577,6 +577,12 @@ void CookContext::materialiseAttrs() {
 }
 
 void CookContext::setAttr(const std::string& name, const Qn::Attribute& attr) {
+    if (attr.isValid() && !name.empty() && name.find('.') == std::string::npos) {
+        // A plain name, as nearly every op writes: its own only part, set without splitting it.
+        std::lock_guard<std::mutex> lock(m_mutex);
+        setTopLevel(name, attr);
+        return;
+    }
     const std::vector<std::string> parts = AttributeEdit::splitDotted(name);
     if (parts.empty()) {
         // An empty name with a group replaces every attribute of the location.
@@ -597,18 +603,30 @@ void CookContext::setAttr(const std::string& name, const Qn::Attribute& attr) {
         return;
     }
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (parts.size() == 1) {
+        setTopLevel(parts[0], attr);
+        return;
+    }
     materialiseAttrs();
     auto it =
         std::find_if(m_attrs.begin(), m_attrs.end(), [&](const auto& e) { return e.first == parts[0]; });
-    Qn::Attribute value = attr;
-    if (parts.size() > 1) {
-        const Qn::GroupAttribute existing(it == m_attrs.end() ? Qn::Attribute() : it->second);
-        value = AttributeEdit::set(existing, std::vector<std::string>(parts.begin() + 1, parts.end()), attr);
-    }
+    const Qn::GroupAttribute existing(it == m_attrs.end() ? Qn::Attribute() : it->second);
+    Qn::Attribute value =
+        AttributeEdit::set(existing, std::vector<std::string>(parts.begin() + 1, parts.end()), attr);
     if (it == m_attrs.end()) {
         m_attrs.emplace_back(parts[0], std::move(value));
     } else {
         it->second = std::move(value);
+    }
+}
+
+void CookContext::setTopLevel(const std::string& name, const Qn::Attribute& attr) {
+    materialiseAttrs();
+    auto it = std::find_if(m_attrs.begin(), m_attrs.end(), [&](const auto& e) { return e.first == name; });
+    if (it == m_attrs.end()) {
+        m_attrs.emplace_back(name, attr);
+    } else {
+        it->second = attr;
     }
 }
 

@@ -97,6 +97,8 @@ public:
 
 private:
     void materialiseAttrs();
+    /// Sets the top-level attribute `name` to the valid `attr`, in place when present. Holds m_mutex.
+    void setTopLevel(const std::string& name, const Qn::Attribute& attr);
     std::string normalisedPath(const char* path, int32_t length) const;
     /// The nodes of "/root" and every location down to this one on the input step, made on first use.
     const std::vector<Node>& ownChain();

@@ -41,13 +41,21 @@ bool isNormalisedPath(std::string_view path) {
     if (path.size() < 2 || path[0] != '/' || path.back() == '/') {
         return false;
     }
+    // Every path read is checked: one search for a NUL in the whole path, then one search for the slash
+    // that ends each component, which must be neither empty nor "." nor "..".
+    if (path.find('\0') != std::string_view::npos) {
+        return false;
+    }
     size_t start = 1;
     while (start <= path.size()) {
         size_t slash = path.find('/', start);
         if (slash == std::string_view::npos) {
             slash = path.size();
         }
-        if (!isLocationName(path.substr(start, slash - start))) {
+        const size_t length = slash - start;
+        const bool dots =
+            length <= 2 && length > 0 && path[start] == '.' && (length == 1 || path[start + 1] == '.');
+        if (length == 0 || dots) {
             return false;
         }
         start = slash + 1;

@@ -116,7 +116,7 @@ TEST(AuthoringChain, SetupThenResolveInOneChain) {
 }
 
 // Through the real host: an add extends the world's list keeping duplicates, and removing the last
-// entry deletes the list; the other edits and their messages are checked against the stand-in host.
+// entry deletes the list; the messages are the failure catalogue's.
 TEST(AuthoringChain, ListEditExtendsTheWorldListAndDeletesItWhenEmptied) {
     const std::string a = "/root/world/a";
     const std::string b = "/root/world/b";

@@ -246,6 +246,11 @@ std::vector<Entry> targetGeometry() {
          {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 3, 1}, {0, 1, 2})},
           {"subject", pointOn(kM, "faceCenterAverage")}},
          {error(prefix + "FaceIterator mesh has invalid vertex range (end < start).")}},
+        // The second face has no vertices: its end (the next start less one) is just before its start.
+        {"FaceWithoutVertices",
+         {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 3, 3}, {0, 1, 2})},
+          {"subject", pointOn(kM, "faceBoundingBox")}},
+         {error(prefix + "FaceIterator mesh has invalid vertex range (end < start).")}},
         {"VertexBeyondTheList",
          {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 5}, {0, 1, 2})},
           {"subject", pointOn(kM, "faceCenterAverage")}},

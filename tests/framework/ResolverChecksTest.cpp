@@ -4,8 +4,8 @@
 // refuse. Any cook interface will do: the helper never calls the host.
 #include "PluginApis/src/QnVexil/op/VexilCookInterface.h"
 #include "constraints/resolve/ConstraintResolver.h"
-#include "vexil/VexilOp.h"
 #include "tests/support/ThrownMessage.h"
+#include "vexil/VexilOp.h"
 
 #include <gtest/gtest.h>
 
@@ -40,7 +40,8 @@ TEST(ResolverChecks, TextsNoSceneCanProvokeBeginWithTheKind) {
     const XformSamplesList oneEmptyTarget = {XformSamples()};
     const XformSamplesList noTargets;
     const ConstraintInputs unsampled{{cookInterface, base, onePath, cache}, times, noSamples, oneEmptyTarget};
-    const ConstraintInputs untargeted{{cookInterface, base, TargetPaths(), cache}, times, noSamples, noTargets};
+    const ConstraintInputs untargeted{
+        {cookInterface, base, TargetPaths(), cache}, times, noSamples, noTargets};
     for (const char* kind : {"Point", "CameraScreenWindow"}) {
         const ResolverChecks checks(kind);
         const std::string prefix = std::string(kind) + " constraint resolver: ";
@@ -49,9 +50,12 @@ TEST(ResolverChecks, TextsNoSceneCanProvokeBeginWithTheKind) {
         EXPECT_EQ(thrownMessage([&] { checks.targetAt(unsampled, 0, 0.0f); }),
                   prefix + "incorrect time samples for target xform");
         EXPECT_EQ(thrownMessage([&] { checks.firstTargetSamples(untargeted); }), prefix + "no target xform");
-        EXPECT_EQ(thrownMessage([&] { checks.firstTargetPath(untargeted); }), prefix + "no target location path.");
-        EXPECT_EQ(thrownMessage([&] { checks.checkTargetCounts(ConstraintInputs{
-                      {cookInterface, base, onePath, cache}, times, noSamples, noTargets}); }),
+        EXPECT_EQ(thrownMessage([&] { checks.firstTargetPath(untargeted); }),
+                  prefix + "no target location path.");
+        EXPECT_EQ(thrownMessage([&] {
+                      checks.checkTargetCounts(ConstraintInputs{
+                          {cookInterface, base, onePath, cache}, times, noSamples, noTargets});
+                  }),
                   std::string(kind) +
                       " constraint internal error: targetLocationPaths.size() != targetXformVector.size().");
     }

@@ -135,3 +135,20 @@ TEST(AuthoringChain, ListEditExtendsTheWorldListAndDeletesItWhenEmptied) {
     EXPECT_TRUE(constraintList(emptied.scene, present).empty());
     EXPECT_FALSE(present);
 }
+
+// Entries for one location take fresh names in entry order; prepended ones go before the xform's own
+// children (each before the one prepended earlier), the others after them.
+TEST(AuthoringChain, SetupPrependsAndAppendsInEntryOrder) {
+    const Json target = Json::array({"/root/world/t"});
+    const Json children = {{"t", placed({1, 0, 0})},
+                           {"p", placed({0, 0, 0}, {{"constraint", pointGroup(target)}})}};
+    const Json prepend = {{"prependConstraint", ints({1})}};
+    const Json ops = Json::array({setupOp(Json::array({
+        setupEntry("/root/world/p", pointGroup(target), prepend),
+        setupEntry("/root/world/p", pointGroup(target)),
+        setupEntry("/root/world/p", pointGroup(target), prepend),
+    }))});
+    CookResult result = cookChain(children, ops);
+    EXPECT_EQ(memberNames(attribute(result.scene, "/root/world/p", "xform")),
+              (Strings{"constraint3", "constraint1", "translate", "constraint", "constraint2"}));
+}

@@ -191,21 +191,3 @@ TEST_F(GroupAttributeTest, BuilderIgnoresNullArguments) {
 }
 
 } // namespace
-
-TEST_F(GroupAttributeTest, ChildNameViewsMatchTheCopiedNames) {
-    GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    builder.set("translate", IntAttribute(1))
-        .set("/root/world/a.b", IntAttribute(2))
-        .set("a b", IntAttribute(3));
-    const GroupAttribute group = builder.build();
-    ASSERT_EQ(3, group.getNumberOfChildren());
-    const char* expected[] = {"translate", "/root/world/a.b", "a b"};
-    for (int64_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(expected[i], group.getChildNameView(i)) << i;
-        EXPECT_EQ(group.getChildName(i), group.getChildNameView(i)) << i;
-    }
-    // Out of range and on an invalid group: empty, as the copying form.
-    EXPECT_TRUE(group.getChildNameView(3).empty());
-    EXPECT_TRUE(group.getChildNameView(-1).empty());
-    EXPECT_TRUE(GroupAttribute().getChildNameView(0).empty());
-}

@@ -5,7 +5,7 @@
 //
 // Texts that no scene can provoke (a resolver run without targets or without the transform samples
 // the framework always gathers, the second bound message, internal size checks) are listed at the end
-// of this file; the camera resolvers' direct tests in tests/camera call those resolvers that way.
+// of this file.
 #include "CookTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -246,12 +246,28 @@ std::vector<Entry> targetGeometry() {
          {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 3, 1}, {0, 1, 2})},
           {"subject", pointOn(kM, "faceCenterAverage")}},
          {error(prefix + "FaceIterator mesh has invalid vertex range (end < start).")}},
+        // The second face has no vertices: its end (the next start less one) is just before its start.
+        {"FaceWithoutVertices",
+         {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 3, 3}, {0, 1, 2})},
+          {"subject", pointOn(kM, "faceBoundingBox")}},
+         {error(prefix + "FaceIterator mesh has invalid vertex range (end < start).")}},
         {"VertexBeyondTheList",
          {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 5}, {0, 1, 2})},
           {"subject", pointOn(kM, "faceCenterAverage")}},
          {error(prefix + "FaceIterator mesh has out of range vertex.")}},
         {"PointBeyondThePoints",
          {{"m", mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 3}, {0, 1, 7})},
+          {"subject", pointOn(kM, "faceBoundingBox")}},
+         {error(prefix + "FaceIterator mesh has out of range point.")}},
+        // P, written as single values, holds 3 points and two stray values: point 3 would read one
+        // value past the end.
+        {"PointPastAShortLastTriple",
+         {{"m",
+           [] {
+               Json m = mesh({0, 0, 0, 1, 0, 0, 0, 1, 0}, {0, 3}, {0, 1, 3});
+               m["attrs"]["geometry"]["point"]["P"] = floats({0, 0, 0, 1, 0, 0, 0, 1, 0, 5, 5});
+               return m;
+           }()},
           {"subject", pointOn(kM, "faceBoundingBox")}},
          {error(prefix + "FaceIterator mesh has out of range point.")}},
         {"NegativePoint",
@@ -479,6 +495,16 @@ std::vector<Entry> cameraKinds() {
          {error(
              "Dolly Constraint Error: Dolly constraint resolver: error getting screen window geometry from "
              "base location.")}},
+        // A window value without a single number fails in the attribute's own getter.
+        {"DollyEmptyWindowValue",
+         {{"box", box(0, 0, -10)},
+          {"subject",
+           [] {
+               Json cam = constrainedCamera(constraint("Dolly", {kBox}, {{"targetBounds", "box"}}));
+               cam["attrs"]["geometry"]["left"] = doubles({});
+               return cam;
+           }()}},
+         {error("Dolly Constraint Error: Error getting double value from DoubleAttribute.")}},
         {"DollyNoFov",
          onCamera("Dolly", {{"targetBounds", "box"}}, 45, kWindow, "fov"),
          {error("Dolly Constraint Error: Dolly constraint resolver: error getting fov from base location.")}},

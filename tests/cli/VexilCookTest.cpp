@@ -26,22 +26,6 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-// The "world" attribute of a location, decoded: sample time → matrix.
-std::map<float, Imath::M44d> worldOf(const Json& cooked, const std::string& path) {
-    EXPECT_EQ(attribute(cooked, path, "world").value("tupleSize", 0), 16) << path;
-    return worldSamples(cooked, path);
-}
-
-Imath::M44d matrix(std::initializer_list<double> rowMajor) {
-    Imath::M44d m;
-    int i = 0;
-    for (double v : rowMajor) {
-        m[i / 4][i % 4] = v;
-        ++i;
-    }
-    return m;
-}
-
 const std::string kHelp = "Run vexil-cook --help for the options.\n";
 
 const char* const kKnownOps =
@@ -296,73 +280,6 @@ TEST(VexilCook, PrintsTheCookedSceneOrWritesItToAFile) {
     EXPECT_EQ(subtree.err, "vexil-cook: 1 location cooked, 0 with errors, 0 with warnings\n");
 }
 
-// The transform example: an arm animated from x=1 (time 0) to x=3 (time 1) and a chain below it.
-// Expected matrices worked out by hand (row vectors: W = L * parent's W, a rotation of 90 degrees
-// about z takes x to y).
-TEST(VexilCook, WorldTransformsOfTheTransformExample) {
-    const RunResult result = runCook({"--world", kExamples + "/transform_chain.json"});
-    ASSERT_EQ(result.status, 0) << result.err;
-    const Json cooked = Json::parse(result.out);
-    const Imath::M44d identity;
-    // Hand: translate (0,2,0) first, then rotate: the origin lands at (-2,0,0) before the arm's move.
-    const auto hand = [](double x) {
-        return matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, x, 0, 0, 1});
-    };
-    const struct {
-        const char* path;
-        std::map<float, Imath::M44d> world;
-    } cases[] = {
-        {"/root", {{0.0f, identity}}},
-        {"/root/world", {{0.0f, identity}}},
-        {"/root/world/arm",
-         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
-          {1.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
-        {"/root/world/arm/hand", {{0.0f, hand(-1)}, {1.0f, hand(1)}}},
-        {"/root/world/arm/hand/finger",
-         {{0.0f, matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, -1, 0, 0, 1})},
-          {1.0f, matrix({0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 1, 0, 0, 1})}}},
-        // Half scale, lifted by 1 along the hand's own z (which is world z).
-        {"/root/world/arm/hand/placed",
-         {{0.0f, matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, -1, 0, 1, 1})},
-          {1.0f, matrix({0, 0.5, 0, 0, -0.5, 0, 0, 0, 0, 0, 0.5, 0, 1, 0, 1, 1})}}},
-        // Its own samples (0, 0.5) join the arm's (0, 1); the arm is interpolated at 0.5, the
-        // rotation held at its last sample at 1.
-        {"/root/world/arm/spinner",
-         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 1})},
-          {0.5f, matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 2, 0, 0, 1})},
-          {1.0f, matrix({0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1})}}},
-        // origin discards the parent and the offset before it; the times are still the arm's.
-        {"/root/world/arm/pinned",
-         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})},
-          {1.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 0, 0, 1})}}},
-        // An unresolved constraint group contributes nothing.
-        {"/root/world/arm/pending",
-         {{0.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 1, 1})},
-          {1.0f, matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 1, 1})}}},
-    };
-    for (const auto& c : cases) {
-        const std::map<float, Imath::M44d> world = worldOf(cooked, c.path);
-        ASSERT_EQ(world.size(), c.world.size()) << c.path;
-        for (const auto& [time, expected] : c.world) {
-            ASSERT_EQ(world.count(time), 1u) << c.path << " has no sample at " << time;
-            EXPECT_LT(maxDifference(world.at(time), expected), 1e-12) << c.path << " at " << time;
-        }
-    }
-}
-
-// The README's example: the follower takes the target's place at both shutter samples.
-TEST(VexilCook, PointFollowExampleFollowsItsTarget) {
-    const RunResult result = runCook({"--world", kExamples + "/point_follow.json"});
-    ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.err, "vexil-cook: 4 locations cooked, 0 with errors, 0 with warnings\n");
-    const Json cooked = Json::parse(result.out);
-    const std::map<float, Imath::M44d> follower = worldOf(cooked, "/root/world/follower");
-    ASSERT_EQ(follower.size(), 2u);
-    EXPECT_LT(maxDifference(follower.at(0.0f), Imath::M44d()), 1e-12);
-    EXPECT_LT(maxDifference(follower.at(0.5f), matrix({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 4, 2, 0, 1})),
-              1e-12);
-}
-
 TEST(VexilCook, ErrorsAndWarningsAreSummarisedOnStandardError) {
     const ScratchFolder folder;
     const std::string scene = folder.write("scene.json", R"({
@@ -384,55 +301,6 @@ TEST(VexilCook, ErrorsAndWarningsAreSummarisedOnStandardError) {
               "vexil-cook: 4 locations cooked, 1 with errors, 1 with warnings\n");
     const Json cooked = Json::parse(result.out);
     EXPECT_EQ(location(cooked, "/root/world").at("attrs").at("type"), "error");
-}
-
-// A generated scene of a few thousand locations, some point-constrained to animated targets: the
-// output must not depend on the number of threads or on abort mode.
-TEST(VexilCook, ThreadsAndAbortModeGiveIdenticalOutput) {
-    Json scene;
-    scene["time"] = {{"currentTime", 0}, {"shutterOpen", 0}, {"shutterClose", 0.5}, {"numSamples", 2}};
-    Json world = Json::object();
-    Json constraints = Json::object();
-    for (int g = 0; g < 40; ++g) {
-        const std::string group = "g" + std::to_string(g);
-        Json children = Json::object();
-        children["target"]["attrs"]["xform"]["translate"]["double"] = {{"0", {g, 0, 0}}, {"0.5", {g, 1, 0}}};
-        for (int i = 0; i < 60; ++i) {
-            const std::string name = "n" + std::to_string(i);
-            children[name]["attrs"]["xform"]["translate"]["double"] = {i, g, 1};
-            if (i % 6 == 0) {
-                const std::string base = "/root/world/" + group + "/" + name;
-                constraints[group + name] = {
-                    {"baseLocationPath", base},
-                    {"constraintGroup",
-                     {{"type", "Point"},
-                      {"target", {"/root/world/" + group + "/target"}},
-                      {"args", {{"targetOrigin", "origin"}, {"baseOrigin", "origin"}}}}}};
-            }
-        }
-        world[group]["children"] = children;
-    }
-    scene["scene"]["children"]["world"]["children"] = world;
-    scene["ops"] = Json::array({{{"type", "ConstraintSetup"}, {"args", {{"constraints", constraints}}}},
-                                {{"type", "ConstraintResolve"}}});
-    const ScratchFolder folder;
-    const std::string file = folder.write("generated.json", scene.dump(1));
-
-    const RunResult one = runCook({"--world", "--threads", "1", file});
-    ASSERT_EQ(one.status, 0) << one.err;
-    EXPECT_EQ(one.err, "vexil-cook: 2482 locations cooked, 0 with errors, 0 with warnings\n");
-    size_t resolved = 0;
-    for (size_t at = one.out.find("\"resolvedconstraint\""); at != std::string::npos;
-         at = one.out.find("\"resolvedconstraint\"", at + 1)) {
-        ++resolved;
-    }
-    EXPECT_EQ(resolved, 400u) << "every constraint is resolved";
-    const RunResult two = runCook({"--world", "--threads", "2", file});
-    const RunResult aborting = runCook({"--world", "--threads", "2", "--abort-mode", file});
-    EXPECT_EQ(two.status, 0);
-    EXPECT_EQ(aborting.status, 0);
-    EXPECT_TRUE(two.out == one.out) << "--threads 2 differs from --threads 1";
-    EXPECT_TRUE(aborting.out == one.out) << "--abort-mode differs from a normal cook";
 }
 
 // The conventions of the command line: version, help, standard input and output, quiet and verbose,

@@ -104,10 +104,17 @@ TEST(HostUtilities, OverridesReplaceTheXformOfTheLocationsTheyName) {
     expectSamples(dotted, {0.0f, 1.0f},
                   {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 3, 0, 1},
                    {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 13, 0, 1}});
+    // Without overrides, and with a key that only begins like the path (another location), the lamp
+    // keeps its own xform.
     const SceneLocation plain = probe("/root/world/lamp.001");
-    expectSamples(plain, {0.0f, 1.0f},
-                  {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1},
-                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 10, 0, 1}});
+    const SceneLocation prefixed =
+        probe("/root/world/lamp.001",
+              {{"overrides", group({{"/root/world/lamp", group({{"translate", doubles({0, 7, 0})}})}})}});
+    for (const SceneLocation* out : {&plain, &prefixed}) {
+        expectSamples(*out, {0.0f, 1.0f},
+                      {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1},
+                       {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 10, 0, 1}});
+    }
 }
 
 TEST(HostUtilities, ALocationAskingForItsOwnTransformGetsTheTimesOfItsWholeChain) {

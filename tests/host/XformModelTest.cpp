@@ -258,28 +258,5 @@ TEST(XformModel, SampleTimesAreTheUnionOfAllOperationsOutsideConstraints) {
     }
 }
 
-TEST(XformModel, AddsSampleTimesInOrderIntoAnInlineVector) {
-    const Operations ops = XformModel::flatten(
-        group({{"translate", animated({{0.5f, {0, 0, 0}}, {2.0f, {1, 0, 0}}})},
-               {"scale", animated({{-1.0f, {1, 1, 1}}, {0.5f, {2, 2, 2}}, {1.0f, {3, 3, 3}}})}}));
-    const struct {
-        std::vector<float> before;
-        std::vector<float> after;
-    } cases[] = {
-        {{}, {-1.0f, 0.5f, 1.0f, 2.0f}},
-        {{0.0f}, {-1.0f, 0.0f, 0.5f, 1.0f, 2.0f}},
-        {{-2.0f, 0.5f, 3.0f}, {-2.0f, -1.0f, 0.5f, 1.0f, 2.0f, 3.0f}},
-        {{-1.0f, 0.5f, 1.0f, 2.0f}, {-1.0f, 0.5f, 1.0f, 2.0f}},
-    };
-    for (const auto& c : cases) {
-        boost::container::small_vector<float, 2> inline2(c.before.begin(), c.before.end());
-        XformModel::addSampleTimes(ops, inline2);
-        EXPECT_EQ(std::vector<float>(inline2.begin(), inline2.end()), c.after);
-        std::vector<float> heap = c.before;
-        XformModel::addSampleTimes(ops, heap);
-        EXPECT_EQ(heap, c.after);
-    }
-}
-
 } // namespace
 } // namespace VexilHost

@@ -359,21 +359,6 @@ TEST(ReflectionMath, RandomRigidTargetsGiveTrueMirrorImages) {
     }
 }
 
-TEST(ReflectionMath, RandomObliqueMirrorsAreInvolutionsFixingThePlane) {
-    Random random(4242u);
-    for (int n = 0; n < 300; ++n) {
-        const M44d target = random.affine(false, true);
-        const V3d p0 = random.vector(-5, 5), p1 = random.vector(-5, 5), p2 = random.vector(-5, 5);
-        const M44d mirror = worldMirror(localMirror(p0, p1, p2), target);
-        EXPECT_TRUE(near(mirror * mirror, M44d(), 1e-8 * (1 + row(target, 3).length() * 10)));
-        EXPECT_NEAR(mirror.determinant(), -1.0, 1e-8);
-        // Any point of the plane (an affine combination of the three) stays where it is.
-        const double a = random.uniform(-2, 2), b = random.uniform(-2, 2);
-        const V3d onPlane = point(p0 + a * (p1 - p0) + b * (p2 - p0), target);
-        EXPECT_TRUE(near(point(onPlane, mirror), onPlane, 1e-8 * (1 + onPlane.length())));
-    }
-}
-
 TEST(ReflectionMath, ControlPointsOfAPatch) {
     struct Case {
         const char* name;

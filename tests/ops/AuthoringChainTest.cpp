@@ -116,7 +116,7 @@ TEST(AuthoringChain, SetupThenResolveInOneChain) {
 }
 
 // Through the real host: an add extends the world's list keeping duplicates, and removing the last
-// entry deletes the list; the other edits and their messages are checked against the stand-in host.
+// entry deletes the list; the messages are the failure catalogue's.
 TEST(AuthoringChain, ListEditExtendsTheWorldListAndDeletesItWhenEmptied) {
     const std::string a = "/root/world/a";
     const std::string b = "/root/world/b";
@@ -134,4 +134,21 @@ TEST(AuthoringChain, ListEditExtendsTheWorldListAndDeletesItWhenEmptied) {
     CookResult emptied = edit({{"mode", "remove"}, {"locationPaths", Json::array({a})}}, Json::array({a}));
     EXPECT_TRUE(constraintList(emptied.scene, present).empty());
     EXPECT_FALSE(present);
+}
+
+// Entries for one location take fresh names in entry order; prepended ones go before the xform's own
+// children (each before the one prepended earlier), the others after them.
+TEST(AuthoringChain, SetupPrependsAndAppendsInEntryOrder) {
+    const Json target = Json::array({"/root/world/t"});
+    const Json children = {{"t", placed({1, 0, 0})},
+                           {"p", placed({0, 0, 0}, {{"constraint", pointGroup(target)}})}};
+    const Json prepend = {{"prependConstraint", ints({1})}};
+    const Json ops = Json::array({setupOp(Json::array({
+        setupEntry("/root/world/p", pointGroup(target), prepend),
+        setupEntry("/root/world/p", pointGroup(target)),
+        setupEntry("/root/world/p", pointGroup(target), prepend),
+    }))});
+    CookResult result = cookChain(children, ops);
+    EXPECT_EQ(memberNames(attribute(result.scene, "/root/world/p", "xform")),
+              (Strings{"constraint3", "constraint1", "translate", "constraint", "constraint2"}));
 }

@@ -135,35 +135,3 @@ TEST(BillboardResolver, KeepsTheRotateAxisAndFacesTheTargetOnAnAnimatedBase) {
         expectVecNear(time == 0.0f ? V3d(0, 0, 0) : V3d(-6, 1, 2), position, 1e-9);
     }
 }
-
-TEST(BillboardResolver, FailuresCarryTheExactMessages) {
-    const Json zOnY = billboardArgs("origin", axis(0, 0, 1), axis(0, 1, 0));
-    Json doubleAim = zOnY;
-    doubleAim["baseAimAxis"] = triple(0, 0, 1);
-    Json fourFloats = zOnY;
-    fourFloats["baseRotateAxis"] = floats({0, 1, 0, 0});
-    struct Case {
-        const char* name;
-        std::string target;
-        Json args;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"zeroRotate", "/root/world/post", billboardArgs("origin", axis(0, 0, 1), axis(0, 0, 0)),
-         "Billboard Constraint Error: Base aim or rotate axis is zero."},
-        {"doubleAim", "/root/world/post", doubleAim,
-         "Billboard Constraint Error: Cannot find float attribute of size 3 args.baseAimAxis"},
-        {"fourFloats", "/root/world/post", fourFloats,
-         "Billboard Constraint Error: Cannot find float attribute of size 3 args.baseRotateAxis"},
-        {"emptyOrigin", "/root/world/post", billboardArgs("", axis(0, 0, 1), axis(0, 1, 0)),
-         "Billboard Constraint Error: Billboard constraint resolver: empty args.targetOrigin."},
-    };
-    Json children = {{"post", at(1, 2, 3)}};
-    for (const Case& c : cases) {
-        children[c.name] = card(Json::object(), {c.target}, c.args);
-    }
-    const CookResult result = cookWorld(children);
-    for (const Case& c : cases) {
-        expectError(result, std::string("/root/world/") + c.name, c.message);
-    }
-}

@@ -115,16 +115,6 @@ TEST(ScreenCoordinateConstraint, OriginLandsOnItsScreenSpotAndSizeStaysConstant)
     }
 }
 
-TEST(ScreenCoordinateConstraint, OrthographicPlacementWorkedByHand) {
-    // Window -10 .. 10 by -5 .. 5: screen (0.5, -0.5) is camera-local (5, -2.5); 20 in front of a
-    // camera at z = 50 is world z = 30. Per axis the base is scaled by the half extents (10, 5, 1).
-    Json children = {{"cam", node(cameraAttrs(xform(V3d(0, 0, 50)), 45, {-10, 10, -5, 5}, "orthographic"))},
-                     {"label", screenBase(V3d(0.5, -0.5, -20), 0)}};
-    const VexilTest::CookResult result = cookWorld(children);
-    const M44d expected(10, 0, 0, 0, 0, 5, 0, 0, 0, 0, 1, 0, 5, -2.5, 30, 1);
-    EXPECT_LT(VexilTest::maxDifference(VexilTest::world(result.scene, "/root/world/label"), expected), 1e-12);
-}
-
 TEST(ScreenCoordinateConstraint, FollowsAMovingCameraAtEverySample) {
     Json moving = {{"translate", VexilTest::animatedDoubles({{"0", {0, 0, 0}}, {"1", {4, 0, -2}}})},
                    {"rotate", VexilTest::animatedDoubles({{"0", {0, 0, 1, 0}}, {"1", {40, 0, 1, 0}}})}};
@@ -140,46 +130,5 @@ TEST(ScreenCoordinateConstraint, FollowsAMovingCameraAtEverySample) {
         EXPECT_NEAR(origin.x, 0.75, 1e-9) << time;
         EXPECT_NEAR(origin.y, 0.5, 1e-9) << time;
         EXPECT_NEAR(origin.z, 4.0, 1e-9) << time;
-    }
-}
-
-TEST(ScreenCoordinateConstraint, FailureTexts) {
-    const std::string prefix = "ScreenCoordinate Constraint Error: ScreenCoordinate constraint resolver: ";
-    Json noWindow = cameraAttrs(xform(V3d(0, 0, 0)), 60, {-1, 1, -1, 1});
-    noWindow["geometry"].erase("right");
-    Json orthoNoFov = cameraAttrs(xform(V3d(0, 0, 0)), 60, {-1, 1, -1, 1}, "orthographic");
-    orthoNoFov["geometry"].erase("fov");
-    struct Case {
-        const char* name;
-        Json camera;
-        V3d screen;
-        std::string message; // "" for success
-    } cases[] = {
-        {"no screen window", noWindow, V3d(0, 0, -5),
-         prefix + "cannot get screen window geometry on target."},
-        {"orthographic needs no fov", orthoNoFov, V3d(0, 0, 5), ""},
-        {"zero width", cameraAttrs(xform(V3d(0, 0, 0)), 60, {1, 1, -1, 1}), V3d(0, 0, -5),
-         prefix + "screen window of target has zero width or height."},
-        {"fov 0", cameraAttrs(xform(V3d(0, 0, 0)), 0, {-1, 1, -1, 1}), V3d(0, 0, -5),
-         prefix + "fov of target must be greater than 0 and less than 180."},
-        {"at the camera", cameraAttrs(xform(V3d(0, 0, 0)), 60, {-1, 1, -1, 1}), V3d(0.2, 0.1, 0),
-         prefix + "base z must be negative (a distance in front of the camera)."},
-        {"behind", cameraAttrs(xform(V3d(0, 0, 0)), 60, {-1, 1, -1, 1}), V3d(0, 0, 3),
-         prefix + "base z must be negative (a distance in front of the camera)."},
-    };
-    Json children = Json::object();
-    int index = 0;
-    for (const Case& c : cases) {
-        const std::string i = std::to_string(index++);
-        children["cam" + i] = node(c.camera);
-        children["base" + i] = screenBase(c.screen, 1, 1.0, "/root/world/cam" + i);
-    }
-    const VexilTest::CookResult result = cookWorld(children);
-    index = 0;
-    for (const Case& c : cases) {
-        const std::string path = "/root/world/base" + std::to_string(index++);
-        EXPECT_EQ(stringValue(result.scene, path, "errorMessage"), c.message) << c.name;
-        EXPECT_EQ(stringValue(result.scene, path, "type"), c.message.empty() ? "polymesh" : "error")
-            << c.name;
     }
 }

@@ -160,40 +160,6 @@ TEST(SceneWriter, EveryKindReadsBackEqual) {
     EXPECT_EQ(written(back.root), text);
 }
 
-TEST(SceneWriter, WholeFilesReadBackEqual) {
-    SceneFile file;
-    file.time = {1001.0f, -0.25f, 0.5f, 3};
-    file.variables = {{"shot", "sh010"}, {"quote", "a\"b"}};
-    file.root.name = "root";
-    file.root.attrs = group({{"type", Qn::StringAttribute("group")}});
-    OpDescription setup;
-    setup.type = "ConstraintSetup";
-    setup.location = "/root/world";
-    setup.args =
-        group({{"constraints",
-                group({{"c0", group({{"baseLocationPath", Qn::StringAttribute("/root/world/a")}})}})}});
-    OpDescription resolve;
-    resolve.type = "ConstraintResolve";
-    resolve.args = group({});
-    file.ops = {setup, resolve};
-
-    std::ostringstream out;
-    writeSceneFile(file, out);
-    const SceneFile back = read(out.str());
-    EXPECT_EQ(back.time.currentTime, 1001.0f);
-    EXPECT_EQ(back.time.shutterOpen, -0.25f);
-    EXPECT_EQ(back.time.shutterClose, 0.5f);
-    EXPECT_EQ(back.time.numSamples, 3);
-    EXPECT_EQ(back.variables, file.variables);
-    EXPECT_EQ(sceneDifference(file.root, back.root), "");
-    ASSERT_EQ(back.ops.size(), 2u);
-    for (size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ(back.ops[i].type, file.ops[i].type);
-        EXPECT_EQ(back.ops[i].location, file.ops[i].location);
-        EXPECT_TRUE(back.ops[i].args.isContentEqual(file.ops[i].args)) << "op " << i;
-    }
-}
-
 TEST(SceneWriter, GroupsThatWouldReadBackAsDataAreRefused) {
     for (const char* kind : {"int", "float", "double", "string"}) {
         SceneLocation root;

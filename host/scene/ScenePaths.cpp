@@ -17,6 +17,15 @@ bool isLocationPath(const std::string& path) {
            Qn::PathUtils::isNormalisedPath(path);
 }
 
+const SceneLocation* findChild(const SceneLocation& parent, const std::string& name) {
+    for (const SceneLocation& child : parent.children) {
+        if (child.name == name) {
+            return &child;
+        }
+    }
+    return nullptr;
+}
+
 const SceneLocation* findLocation(const SceneLocation& root, const std::string& path) {
     if (!isLocationPath(path)) {
         return nullptr;
@@ -27,13 +36,7 @@ const SceneLocation* findLocation(const SceneLocation& root, const std::string& 
         const size_t slash = path.find('/', start);
         const size_t end = slash == std::string::npos ? path.size() : slash;
         const std::string name = path.substr(start, end - start);
-        const SceneLocation* next = nullptr;
-        for (const SceneLocation& child : location->children) {
-            if (child.name == name) {
-                next = &child;
-                break;
-            }
-        }
+        const SceneLocation* next = findChild(*location, name);
         if (!next) {
             return nullptr;
         }

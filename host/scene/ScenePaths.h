@@ -15,6 +15,9 @@ bool isLocationPath(const std::string& path);
 /// and no NUL (the path rule's own test).
 bool isLocationName(const std::string& name);
 
+/// The child of `parent` named `name`, or null when it has none.
+const SceneLocation* findChild(const SceneLocation& parent, const std::string& name);
+
 /// The location at `path` in the tree whose root is "/root", or null when there is none (or when
 /// `path` is not a location path).
 const SceneLocation* findLocation(const SceneLocation& root, const std::string& path);

@@ -1,6 +1,7 @@
 #include "tools/views/SceneWalk.h"
 
 #include "host/engine/AttributeEdit.h"
+#include "host/scene/ScenePaths.h"
 
 #include <algorithm>
 #include <memory>
@@ -71,13 +72,7 @@ bool worldSamplesOf(const SceneLocation& root, const std::string& path, WorldSam
     while (start <= path.size() && path.size() > rootPath.size()) {
         const size_t end = std::min(path.find('/', start), path.size());
         const std::string name = path.substr(start, end - start);
-        const SceneLocation* child = nullptr;
-        for (const SceneLocation& candidate : location->children) {
-            if (candidate.name == name) {
-                child = &candidate;
-                break;
-            }
-        }
+        const SceneLocation* child = findChild(*location, name);
         if (!child) {
             return false;
         }

@@ -1,4 +1,4 @@
-// Sample accessor records in both layouts, and the bounding sample times.
+// Sample accessor records in both layouts (the bounding sample times are the attribute fuzz target's).
 #include "tests/attribute/AttributeTestSupport.h"
 
 using namespace AttributeTests;
@@ -72,28 +72,6 @@ TEST_F(AccessorTest, NoRecordForOtherKindsMismatchesOrVersions) {
     for (const Case& c : cases)
         EXPECT_EQ(suite()->getSampleAccessor(c.handle, c.code, c.version), nullptr) << c.what;
     suite()->releaseSampleAccessor(nullptr);
-}
-
-TEST_F(AccessorTest, BoundingSampleTimes) {
-    const FloatAttribute three(std::map<float, std::vector<float>>{{-0.5f, {0}}, {0.0f, {0}}, {0.5f, {0}}},
-                               1);
-    const FloatAttribute one(std::map<float, std::vector<float>>{{2.0f, {0}}}, 1);
-    struct Case {
-        const FloatAttribute* attr;
-        float time, left, right;
-    };
-    const Case cases[] = {
-        {&three, -1.0f, -0.5f, -0.5f}, {&three, -0.5f, -0.5f, -0.5f}, {&three, -0.25f, -0.5f, 0.0f},
-        {&three, 0.0f, 0.0f, 0.0f},    {&three, 0.3f, 0.0f, 0.5f},    {&three, 0.5f, 0.5f, 0.5f},
-        {&three, 4.0f, 0.5f, 0.5f},    {&one, -3.0f, 2.0f, 2.0f},     {&one, 2.0f, 2.0f, 2.0f},
-        {&one, 9.0f, 2.0f, 2.0f},
-    };
-    for (const Case& c : cases) {
-        float left = -99, right = -99;
-        suite()->getBoundingSampleTimes(c.attr->getHandle(), c.time, &left, &right);
-        EXPECT_EQ(left, c.left) << "time " << c.time;
-        EXPECT_EQ(right, c.right) << "time " << c.time;
-    }
 }
 
 } // namespace

@@ -54,31 +54,6 @@ TEST_F(DataAttributeTest, KindMismatchMakesAnInvalidAttributeWithoutError) {
     EXPECT_EQ(back.getValue(), 7);
 }
 
-TEST_F(DataAttributeTest, ScalarConstructorsAndProperties) {
-    EXPECT_EQ(IntAttribute(-12).getValue(), -12);
-    EXPECT_EQ(FloatAttribute(0.75f).getValue(), 0.75f);
-    EXPECT_EQ(DoubleAttribute(1e300).getValue(), 1e300);
-    EXPECT_EQ(StringAttribute("ConstraintSetup").getValue(), "ConstraintSetup");
-    EXPECT_EQ(StringAttribute(std::string("with\nnewline")).getValue(), "with\nnewline");
-
-    const DoubleAttribute matrix(std::vector<double>(16, 1.0), 16);
-    EXPECT_EQ(matrix.getType(), QN_ATTRIBUTE_TYPE_DOUBLE);
-    EXPECT_EQ(matrix.getNumberOfValues(), 16);
-    EXPECT_EQ(matrix.getTupleSize(), 16);
-    EXPECT_EQ(matrix.getNumberOfTimeSamples(), 1);
-    EXPECT_EQ(matrix.getSampleTime(0), 0.0f);
-
-    const FloatAttribute samples(std::map<float, std::vector<float>>{{-0.25f, {1, 2}}, {0.5f, {3, 4}}}, 2);
-    EXPECT_EQ(samples.getSampleTimes(), (std::vector<float>{-0.25f, 0.5f}));
-    EXPECT_EQ(samples.getSampleTime(5), 0.0f);
-    EXPECT_EQ(samples.getTupleSize(), 2);
-    EXPECT_EQ(samples.getNumberOfValues(), 2);
-
-    const StringAttribute strings(
-        std::map<float, std::vector<std::string>>{{0.0f, {"a", "b"}}, {1.0f, {"c", "d"}}}, 1);
-    EXPECT_EQ(strings.getNearestSampleStrings(0.9f), (std::vector<std::string>{"c", "d"}));
-}
-
 TEST_F(DataAttributeTest, ScalarGetterTakesTheSampleNearestToTimeZero) {
     EXPECT_EQ(IntAttribute(std::map<float, std::vector<int32_t>>{{-1.0f, {1}}, {0.5f, {2}}}, 1).getValue(),
               2);
@@ -89,26 +64,6 @@ TEST_F(DataAttributeTest, ScalarGetterTakesTheSampleNearestToTimeZero) {
         StringAttribute(std::map<float, std::vector<std::string>>{{-2.0f, {"early"}}, {0.25f, {"late"}}}, 1)
             .getValue(),
         "late");
-}
-
-TEST_F(DataAttributeTest, NearestSampleTakesTheEarliestOnATie) {
-    const DoubleAttribute d(std::map<float, std::vector<double>>{{-1.0f, {10}}, {0.0f, {20}}, {1.0f, {30}}},
-                            1);
-    struct Case {
-        float time;
-        double expected;
-    };
-    for (const Case& c :
-         std::vector<Case>{{-5.0f, 10}, {-0.5f, 10}, {-0.49f, 20}, {0.5f, 20}, {0.51f, 30}, {9.0f, 30}}) {
-        const Qn::SampleView<double> view = d.getNearestSample(c.time);
-        ASSERT_EQ(view.size, 1) << c.time;
-        EXPECT_EQ(view[0], c.expected) << "time " << c.time;
-    }
-    const IntAttribute i(std::map<float, std::vector<int32_t>>{{0.0f, {1, 2}}, {1.0f, {3, 4}}}, 2);
-    EXPECT_EQ(i.getNearestSample(0.5f)[1], 2);
-    const StringAttribute s(std::map<float, std::vector<std::string>>{{0.0f, {"a"}}, {1.0f, {"b"}}}, 1);
-    EXPECT_STREQ(s.getNearestSample(0.5f)[0], "a");
-    EXPECT_TRUE(FloatAttribute().getNearestSample(0.0f).empty());
 }
 
 TEST_F(DataAttributeTest, CreationRejectsBadInputWithANullHandle) {
@@ -232,17 +187,6 @@ TYPED_TEST(InterpolationTest, WeightIsComputedInTheValuePrecision) {
     EXPECT_EQ(out, T(1) / T(3));
 }
 
-TYPED_TEST(InterpolationTest, OneSampleGivesItsValuesAtAnyTime) {
-    using T = typename TypeParam::value_type;
-    const TypeParam attr(std::map<float, std::vector<T>>{{5.0f, {3, 4}}}, 2);
-    for (float time : {-100.0f, 0.0f, 5.0f, 5.5f}) {
-        T out[2] = {0, 0};
-        attr.fillInterpolatedValues(out, 2, time);
-        EXPECT_EQ(out[0], T(3));
-        EXPECT_EQ(out[1], T(4));
-    }
-}
-
 TYPED_TEST(InterpolationTest, MissingValuesTakeTheDefaultOrThrow) {
     using T = typename TypeParam::value_type;
     const bool isFloat = std::is_same_v<T, float>;
@@ -282,16 +226,6 @@ TYPED_TEST(InterpolationTest, MissingValuesTakeTheDefaultOrThrow) {
     EXPECT_EQ(std::vector<T>(defaults, defaults + 3), (std::vector<T>{2, 2, 2}));
     EXPECT_EQ(thrownMessage([&] { empty.fillInterpolatedValues(defaults, 1, 0.0f, T(2), true); }),
               countMessage);
-}
-
-TYPED_TEST(InterpolationTest, ThreeSamplesInterpolateWithinTheBracketingPair) {
-    using T = typename TypeParam::value_type;
-    const TypeParam attr(std::map<float, std::vector<T>>{{-1.0f, {4}}, {0.0f, {8}}, {1.0f, {0}}}, 1);
-    T out = 0;
-    attr.fillInterpolatedValues(&out, 1, -0.25f); // 4 + (8 - 4) * 0.75
-    EXPECT_EQ(out, T(7));
-    attr.fillInterpolatedValues(&out, 1, 0.25f); // 8 + (0 - 8) * 0.25
-    EXPECT_EQ(out, T(6));
 }
 
 } // namespace

@@ -82,17 +82,6 @@ TEST_F(GroupAttributeTest, DottedSetReachesIntoAnExistingGroupChild) {
     EXPECT_EQ(describe(args), "y=1 z=2");
 }
 
-TEST_F(GroupAttributeTest, LiteralModeTakesNamesAsTheyAre) {
-    GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    builder.set("/root/world/geo.001", IntAttribute(1))
-        .set("a..b", IntAttribute(2))
-        .set("x.y", IntAttribute(3));
-    builder.set("/root/world/geo.001", IntAttribute(4)).del("x.y");
-    const GroupAttribute g = builder.build();
-    EXPECT_EQ(describe(g), "/root/world/geo.001=4 a..b=2");
-    EXPECT_EQ(IntAttribute(g.getChildByName("/root/world/geo.001")).getValue(), 4);
-}
-
 TEST_F(GroupAttributeTest, UpdateSetsEveryChildInOrderReplacingWholeChildren) {
     GroupBuilder source;
     source.set("b", IntAttribute(20)).set("args.x", IntAttribute(30)).set("d", IntAttribute(40));
@@ -158,20 +147,6 @@ TEST_F(GroupAttributeTest, ChildLookupByIndexAndDottedName) {
     EXPECT_EQ(GroupAttribute(g.getChildByName("a.b")).getNumberOfChildren(), 1);
     EXPECT_EQ(GroupAttribute().getChildName(0), "");
     EXPECT_FALSE(GroupAttribute().getChildByName("a").isValid());
-}
-
-TEST_F(GroupAttributeTest, LargeGroupsFindEveryChildByName) {
-    GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    for (int i = 0; i < 500; ++i)
-        builder.set("/root/world/geo" + std::to_string(i), IntAttribute(i));
-    builder.set("/root/world/geo7", IntAttribute(-7)); // replaced in place
-    const GroupAttribute g = builder.build();
-    ASSERT_EQ(g.getNumberOfChildren(), 500);
-    EXPECT_EQ(g.getChildName(7), "/root/world/geo7");
-    for (int i = 0; i < 500; ++i)
-        EXPECT_EQ(IntAttribute(g.getChildByName("/root/world/geo" + std::to_string(i))).getValue(),
-                  i == 7 ? -7 : i);
-    EXPECT_FALSE(g.getChildByName("/root/world/geo500").isValid());
 }
 
 TEST_F(GroupAttributeTest, BuilderIgnoresNullArguments) {

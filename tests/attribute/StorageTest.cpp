@@ -1,5 +1,5 @@
-// Values of every size: no samples' values, odd counts, many samples, long strings and long or
-// dotted child names all read back exactly, compare equal and survive a serialised round trip.
+// Sizes the fuzzer's small shapes never reach: long strings in every layout (up to 100,000 samples)
+// read back exactly and survive a serialised round trip; counts no memory could hold are refused.
 #include "tests/attribute/AttributeTestSupport.h"
 
 #include <map>
@@ -38,49 +38,6 @@ Attribute roundTrip(const Attribute& a) {
     return Attribute::deserialise(bytes.data(), bytes.size());
 }
 
-template <typename A> class NumericStorageTest : public AttributeTest {};
-using NumericKinds = ::testing::Types<IntAttribute, FloatAttribute, DoubleAttribute>;
-TYPED_TEST_SUITE(NumericStorageTest, NumericKinds);
-
-TYPED_TEST(NumericStorageTest, EveryTimeAndValueReadsBack) {
-    using T = typename TypeParam::value_type;
-    for (const Layout& l : kLayouts) {
-        SCOPED_TRACE(std::to_string(l.samples) + " x " + std::to_string(l.valuesPerSample));
-        std::vector<float> times;
-        std::vector<std::vector<T>> values(static_cast<size_t>(l.samples));
-        std::vector<const T*> pointers;
-        for (int64_t i = 0; i < l.samples; ++i) {
-            times.push_back(timeOf(i));
-            for (int64_t j = 0; j < l.valuesPerSample; ++j)
-                values[static_cast<size_t>(i)].push_back(static_cast<T>(valueOf(i, j)));
-            pointers.push_back(values[static_cast<size_t>(i)].data());
-        }
-        const TypeParam a(times.data(), l.samples, pointers.data(), l.valuesPerSample, l.tupleSize);
-        ASSERT_TRUE(a.isValid());
-        EXPECT_EQ(a.getNumberOfTimeSamples(), l.samples);
-        EXPECT_EQ(a.getNumberOfValues(), l.valuesPerSample);
-        EXPECT_EQ(a.getTupleSize(), l.tupleSize);
-        for (int64_t i = 0; i < l.samples; ++i) {
-            EXPECT_EQ(a.getSampleTime(i), timeOf(i));
-            const auto view = a.getNearestSample(timeOf(i));
-            ASSERT_EQ(view.size, l.valuesPerSample);
-            for (int64_t j = 0; j < l.valuesPerSample; ++j)
-                ASSERT_EQ(view[j], static_cast<T>(valueOf(i, j))) << i << "," << j;
-        }
-        const TypeParam same(times.data(), l.samples, pointers.data(), l.valuesPerSample, l.tupleSize);
-        EXPECT_TRUE(a.isContentEqual(same));
-        EXPECT_EQ(a.getHash(), same.getHash());
-        const Attribute back = roundTrip(a);
-        EXPECT_TRUE(a.isContentEqual(back));
-        EXPECT_EQ(a.getHash(), back.getHash());
-        if (l.valuesPerSample > 0) {
-            values.back().back() += 1;
-            const TypeParam changed(times.data(), l.samples, pointers.data(), l.valuesPerSample, l.tupleSize);
-            EXPECT_FALSE(a.isContentEqual(changed));
-        }
-    }
-}
-
 using StorageTest = AttributeTest;
 
 TEST_F(StorageTest, LongStringsOfEveryLayoutReadBack) {
@@ -107,44 +64,6 @@ TEST_F(StorageTest, LongStringsOfEveryLayoutReadBack) {
         EXPECT_EQ(a.getHash(), back.getHash());
     }
 }
-
-TEST_F(StorageTest, LongAndDottedChildNamesAreFoundAfterEveryPossibleSplit) {
-    const std::string longName(300, 'n');
-    GroupBuilder inner(QN_GROUP_BUILDER_MODE_LITERAL);
-    inner.set("c", IntAttribute(1));
-    GroupBuilder other(QN_GROUP_BUILDER_MODE_LITERAL);
-    other.set("x", IntAttribute(2)).set(longName, IntAttribute(3));
-    GroupBuilder outer(QN_GROUP_BUILDER_MODE_LITERAL);
-    outer.set("a", other.build()).set("a.b", inner.build());
-    const GroupAttribute g = outer.build();
-
-    struct Case {
-        std::string path;
-        int expected; // -1: no such child
-    };
-    const Case cases[] = {
-        {"a.b.c", 1}, // only the split after "a.b" leads anywhere
-        {"a.x", 2},    {"a." + longName, 3}, {"", -1},    {"a.b", -1}, // "a.b" is a group, not an int
-        {"a.b.x", -1}, {"a.c", -1},          {"b.c", -1},
-    };
-    for (const Case& c : cases) {
-        const Attribute child = g.getChildByName(c.path);
-        if (c.expected < 0)
-            EXPECT_FALSE(IntAttribute(child).isValid()) << c.path;
-        else
-            EXPECT_EQ(IntAttribute(child).getValue(-1, false), c.expected) << c.path;
-    }
-    EXPECT_EQ(g.getChildName(1), "a.b");
-    EXPECT_EQ(GroupAttribute(g.getChildByName("a")).getChildName(1), longName);
-    EXPECT_EQ(GroupAttribute(g.getChildByName("a.b")).getNumberOfChildren(), 1);
-    const Attribute back = roundTrip(g);
-    EXPECT_TRUE(g.isContentEqual(back));
-    EXPECT_EQ(g.getHash(), back.getHash());
-}
-
-} // namespace
-
-namespace {
 
 TEST_F(StorageTest, CountsNoMemoryCouldHoldGiveANullHandle) {
     const float times[] = {0.0f, 1.0f};

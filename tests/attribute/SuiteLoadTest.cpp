@@ -72,38 +72,4 @@ TEST(SuiteLoadTest, TheHostOffersOnlyTheAttributeSuiteVersion5) {
     EXPECT_EQ(host->getSuite(nullptr, 5), nullptr);
 }
 
-const void* noSuites(const char*, unsigned int) {
-    return nullptr;
-}
-const char* noName() {
-    return "empty";
-}
-
-TEST(SuiteLoadTest, SetHostAndSetSuiteKeepTwoPointers) {
-    ASSERT_NE(hostSuite(), nullptr);
-    const VexilHost empty = {noSuites, noName};
-    EXPECT_EQ(Attribute::setHost(nullptr), -1);
-    EXPECT_EQ(GroupBuilder::setHost(nullptr), -1);
-    EXPECT_EQ(Attribute::setHost(&empty), -1);
-    EXPECT_EQ(GroupBuilder::setHost(&empty), -1);
-    EXPECT_EQ(Attribute::suite(), hostSuite());
-    EXPECT_EQ(Attribute::setHost(realHost()), 0);
-    EXPECT_EQ(GroupBuilder::setHost(realHost()), 0);
-
-    // A stand-in table with the same entries tells the two pointers apart.
-    const AttributeHostSuite copy = *hostSuite();
-    Attribute::setSuite(&copy);
-    EXPECT_EQ(Attribute::suite(), &copy);
-    EXPECT_EQ(GroupBuilder::suite(), hostSuite());
-    GroupBuilder::setSuite(&copy);
-    EXPECT_EQ(GroupBuilder::suite(), &copy);
-    Attribute::setSuite(nullptr);
-    GroupBuilder::setSuite(nullptr);
-    Attribute::setSuites(nullptr);
-    EXPECT_EQ(Attribute::suite(), &copy);
-    Attribute::setSuites(hostSuite());
-    EXPECT_EQ(Attribute::suite(), hostSuite());
-    EXPECT_EQ(GroupBuilder::suite(), hostSuite());
-}
-
 } // namespace

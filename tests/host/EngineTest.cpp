@@ -86,6 +86,10 @@ TEST(Engine, QueriesOfMissingLocationsAnswerAbsent) {
     EXPECT_FALSE(attrOf(out, "/root/world/cam", "copied").isValid());
     EXPECT_FALSE(attrOf(out, "/root/world/cam", "fromType").isValid());
     EXPECT_EQ(intOf(out, "/root/world/cam", "before"), 1);
+    // A path that only begins with the root's name is not below the root.
+    const SceneLocation beside = cook({op(
+        "TestQuery", "/root/world/cam", {{"from", strings({"/rootxworld"})}, {"attr", strings({"list"})}})});
+    EXPECT_EQ(intOf(beside, "/root/world/cam", "exists"), 0);
 
     const SceneLocation typed =
         cook({op("TestQuery", "/root/world/geo/b",

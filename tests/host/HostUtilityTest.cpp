@@ -12,7 +12,6 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <sstream>
 #include <thread>
 
 namespace VexilHost {
@@ -402,41 +401,6 @@ TEST(HostUtilities, CopiesAbortForALocationNotCookedYetAndAnswerOnceItIs) {
                   cooked ? 1 : 0);
         EXPECT_EQ(abortTimes + abortMatrix, cooked ? 0 : 2);
         EXPECT_EQ(matrix[13], cooked ? 12.0 : 0.0); // the target's origin at time 1 is (0, 12, 0)
-    }
-}
-
-TEST(HostUtilities, AConstraintSeesEveryTimeOfAChainWithMoreTimesThanItsStackBuffer) {
-    // A follower at (10,0,0) point-constrained to a target sampled at seven times: resolved = target - 10x.
-    const std::vector<std::pair<float, std::vector<double>>> path = {
-        {0.0f, {0, 0, 0}}, {0.1f, {1, 0, 0}}, {0.2f, {2, 1, 0}}, {0.3f, {3, 1, 1}},
-        {0.4f, {4, 2, 0}}, {0.5f, {4, 2, 0}}, {0.7f, {5, 5, 5}}};
-    const SceneLocation root = location(
-        "root", {},
-        {location("world", {},
-                  {location("target", {{"xform", group({{"translate", animated(path, 3)}})}}),
-                   location("follower", {{"xform", group({{"translate", doubles({10, 0, 0})}})}})})});
-    const NamedAttrs args = {
-        {"constraints",
-         group({{"follow", group({{"baseLocationPath", strings({"/root/world/follower"})},
-                                  {"constraintGroup",
-                                   group({{"type", strings({"Point"})},
-                                          {"target", strings({"/root/world/target"})},
-                                          {"args", group({{"targetOrigin", strings({"origin"})},
-                                                          {"baseOrigin", strings({"origin"})}})}})}})}})}};
-    const SceneFile file =
-        sceneFile(root, {op("ConstraintSetup", "/root", args), op("ConstraintResolve", "/root")});
-    std::ostringstream diagnostics;
-    const OpRegistry registry = OpRegistry::load(OpRegistry::defaultSearchPath({}), diagnostics);
-    Engine engine(file, registry);
-    const SceneLocation out = engine.cook();
-    const Qn::DoubleAttribute resolved(
-        attrOf(out, "/root/world/follower", "xform.resolvedconstraint.matrix"));
-    ASSERT_EQ(resolved.getNumberOfTimeSamples(), 7) << dump(out);
-    for (const auto& [time, origin] : path) {
-        const auto m = resolved.getNearestSample(time);
-        EXPECT_EQ(std::vector<double>(m.begin() + 12, m.end()),
-                  (std::vector<double>{origin[0] - 10, origin[1], origin[2], 1}))
-            << time;
     }
 }
 

@@ -69,6 +69,7 @@ TEST(OpRegistry, ReportsAndSkipsUnusableLibrariesAndRecords) {
         records + "record 5: has no name; skipped",
         records + "op \"BadGood\": already provided by " + bad + "BadRecords.so; skipped",
         records + "op \"TestMark\": already provided by " + testPluginDir() + "/VexilTestOps.so; skipped",
+        records + "op \"BadOldVersion\": VexilOp version 0 is not supported (expected 1); skipped",
         "plug-in " + bad + "NoEntry.so: no getPlugins symbol; skipped",
         "plug-in " + bad + "NoRecords.so: offers no plug-ins; skipped",
     };
@@ -84,7 +85,8 @@ TEST(OpRegistry, ReportsAndSkipsUnusableLibrariesAndRecords) {
     // The usable op of the bad library is kept; the first provider of a duplicate wins.
     EXPECT_NE(registry.find("BadGood"), nullptr);
     EXPECT_EQ(registry.libraryOf("TestMark"), testPluginDir() + "/VexilTestOps.so");
-    for (const char* skipped : {"BadApi", "BadVersion", "BadSetHost", "BadNoSuite", "BadNoCook"}) {
+    for (const char* skipped :
+         {"BadApi", "BadVersion", "BadOldVersion", "BadSetHost", "BadNoSuite", "BadNoCook"}) {
         EXPECT_EQ(registry.find(skipped), nullptr) << skipped;
     }
 }
@@ -157,6 +159,14 @@ TEST(OpRegistry, SkipsWhatTheLoaderWouldBlockOrDieOnAndGoesOn) {
          cut(header.e_shoff + 100, "section headers", sectionHeadersEnd)},
         {"dir.so", [](const std::string& path) { mkdir(path.c_str(), 0755); },
          "not a regular file (a directory)" + skipped},
+        // A 32-bit header is shorter than a 64-bit one, but it is not cut: the loader gives its reason.
+        {"elf32.so",
+         [&](const std::string& path) {
+             std::string head = bytes.substr(0, sizeof(Elf32_Ehdr));
+             head[EI_CLASS] = ELFCLASS32;
+             std::ofstream(path, std::ios::binary) << head;
+         },
+         "cannot be loaded ("},
         // Not ELF at all: the loader reads it and gives its reason.
         {"empty.so", [&](const std::string&) { write("empty.so", 0); }, "cannot be loaded ("},
         {"fifo.so", [](const std::string& path) { mkfifo(path.c_str(), 0644); },

@@ -178,35 +178,6 @@ TEST(XformModel, InterpolatesRotationAnglesNotMatrices) {
                  "rotate 90");
 }
 
-TEST(XformModel, WorldTransformsChainThroughAnimatedParents) {
-    // /root: nothing. parent: translate (0,0,0) at 0 -> (0,10,0) at 1. child: rotate(90, z), then
-    // translate(1,0,0) sampled at 0.5 only. W_child = T(1,0,0) * R * W_parent.
-    const Operations root;
-    const Operations parent =
-        XformModel::flatten(group({{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {0, 10, 0}}})}}));
-    const Operations child = XformModel::flatten(
-        group({{"rotate", doubles({90, 0, 0, 1})}, {"translate", animated({{0.5f, {1, 0, 0}}})}}));
-    const std::vector<const Operations*> chain = {&root, &parent, &child};
-
-    EXPECT_EQ(XformModel::worldSampleTimes(chain), (std::vector<float>{0.0f, 0.5f, 1.0f}));
-    // The child's origin goes to (1,0,0), turned to (0,1,0), then moved by the parent.
-    expectMatrix(XformModel::worldAt(chain, 0.0f), {0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 1, 0, 1}, "t=0");
-    expectMatrix(XformModel::worldAt(chain, 0.5f), {0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 6, 0, 1},
-                 "t=0.5");
-    expectMatrix(XformModel::worldAt(chain, 1.0f), {0, 1, 0, 0, -1, 0, 0, 0, 0, 0, 1, 0, 0, 11, 0, 1}, "t=1");
-}
-
-TEST(XformModel, ParentScaleAndRotationApplyAfterTheChild) {
-    // parent: rotate 90 about z, then scale 2 (L = S * R); child: translate (1,0,0).
-    // A point p of the child goes to (p + (1,0,0)) * S * R: its origin to (2,0,0) and then (0,2,0).
-    const Operations parent =
-        XformModel::flatten(group({{"rotate", doubles({90, 0, 0, 1})}, {"scale", doubles({2, 2, 2})}}));
-    const Operations child = XformModel::flatten(group({{"translate", doubles({1, 0, 0})}}));
-    const std::vector<const Operations*> chain = {&parent, &child};
-    expectMatrix(XformModel::worldAt(chain, 0.0f), {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1},
-                 "child of scaled parent");
-}
-
 TEST(XformModel, OriginDropsTheParentButNotItsSampleTimes) {
     const Operations parent =
         XformModel::flatten(group({{"translate", animated({{0.0f, {3, 0, 0}}, {1.0f, {6, 0, 0}}})}}));

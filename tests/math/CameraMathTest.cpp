@@ -2,20 +2,16 @@
 // of a pinhole camera looking down its local -Z axis (screen x = x / (depth·tan(fov/2))).
 #include "constraints/resolvers/CameraMath.h"
 #include "tests/support/NearChecks.h"
-#include "tests/support/ThrownMessage.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <stdexcept>
-#include <string>
 
 using namespace Vexil3Constraints::Private;
 using Imath::Box3d;
 using Imath::M44d;
 using Imath::V3d;
 using VexilTest::expectVecNear;
-using VexilTest::thrownMessage;
 
 namespace {
 
@@ -114,15 +110,6 @@ TEST(CameraMathScreenWindow, CameraScaleIsDroppedAndTheCardFacesTheCamera) {
     expectVecNear(normal.normalized(), cameraZ.normalized());
 }
 
-TEST(CameraMathScreenWindow, ZeroScaleAndSingularInputsFailWithTheMatrixLibraryTexts) {
-    const M44d flat = scaling(V3d(1, 0, 1));
-    EXPECT_EQ(thrownMessage([&] { cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false); }),
-              "Cannot remove zero scaling from matrix.");
-    EXPECT_EQ(thrownMessage([&] { cameraScreenWindowMatrix(M44d(), flat, 1.0f, {}, 45.0, false); }),
-              "Cannot remove zero scaling from matrix.");
-    EXPECT_THROW(cameraScreenWindowMatrix(flat, M44d(), 1.0f, {}, 45.0, false), std::domain_error);
-}
-
 // ---------------------------------------------------------------------------------------------------
 // Clipping
 
@@ -145,8 +132,6 @@ TEST(CameraMathClipping, ViewRayFollowsTheCameraAndIgnoresItsScale) {
         expectVecNear(ray.direction, c.direction);
         expectVecNear(ray.position, c.position);
     }
-    EXPECT_EQ(thrownMessage([] { clippingViewRay(scaling(V3d(1, 1, 0))); }),
-              "Cannot invert singular matrix.");
 }
 
 TEST(CameraMathClipping, DepthIsMeasuredAlongTheViewDirection) {
@@ -204,24 +189,6 @@ TEST(CameraMathDolly, HalfAnglesComeFromTheWindowAndTheNarrowedFov) {
     EXPECT_NEAR(skew.top, std::atan(0.5), kTol);
     // An edge exactly at the origin is allowed.
     EXPECT_EQ(dollyHalfAngles({0, 1, -1, 0}, 60.0, 0.0).left, 0.0);
-}
-
-TEST(CameraMathDolly, HalfAngleFailuresInOrder) {
-    const std::string fovText = "Dolly constraint resolver: fov - angleOffset must be greater than zero.";
-    const std::string windowText = "Dolly constraint resolver: Screen window must include origin";
-    struct Case {
-        ScreenWindow window;
-        double fov, offset;
-        std::string message;
-    } cases[] = {
-        {{-1, 1, -1, 1}, 40, 40, fovText},    {{-1, 1, -1, 1}, 40, 50, fovText},
-        {{0.2, 1, -1, 1}, 40, 50, fovText}, // the fov is checked before the window
-        {{0.2, 1, -1, 1}, 40, 0, windowText}, {{-1, -0.1, -1, 1}, 40, 0, windowText},
-        {{-1, 1, 0.1, 1}, 40, 0, windowText}, {{-1, 1, -1, -0.1}, 40, 0, windowText},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(thrownMessage([&] { dollyHalfAngles(c.window, c.fov, c.offset); }), c.message);
-    }
 }
 
 TEST(CameraMathDolly, FrameIsNormalisedAndASingularCameraGivesTheIdentityFrame) {
@@ -462,11 +429,4 @@ TEST(CameraMathScreenCoordinate, OrthographicPlacementOfAHandWorkedWindow) {
     const M44d p = screenPlacement(m, V3d(0.5, -1, -7));
     const M44d expected(4, 0, 0, 0, 0, 3, 0, 0, 0, 0, 1, 0, 2, -3, -7, 1);
     EXPECT_TRUE(p.equalWithAbsError(expected, 1e-12));
-}
-
-TEST(CameraMathScreenCoordinate, SingularBaseFails) {
-    const ScreenMapping m{{-1, 1, -1, 1}, 50.0, false, true};
-    const M44d flat = scaling(V3d(1, 0, 1)) * translation(V3d(0, 0, -5));
-    EXPECT_EQ(thrownMessage([&] { screenCoordinateMatrix(flat, M44d(), m); }),
-              "Cannot invert singular matrix.");
 }

@@ -3,7 +3,6 @@
 // about y, mirrors across simple planes).
 #include "constraints/resolvers/MirrorAndScaleMath.h"
 #include "constraints/resolvers/BillboardMath.h"
-#include "tests/support/ThrownMessage.h"
 
 #include <Imath/ImathQuat.h>
 #include <gtest/gtest.h>
@@ -17,7 +16,6 @@
 using namespace Vexil3Constraints::Private;
 using Imath::M44d;
 using Imath::V3d;
-using VexilTest::thrownMessage;
 
 namespace {
 
@@ -145,28 +143,6 @@ TEST(ScaleMath, TinyAxesUseTheUnderflowSafeLength) {
     EXPECT_NEAR(x[0][0], 5.0, 1e-12);
 }
 
-TEST(ScaleMath, ZeroBaseAxisIsUnguardedAndTheInverseFails) {
-    const M44d flat = scaling(V3d(1, 0, 1));
-    const M44d desired = scaleMatchedTransform(flat, scaling(V3d(1, 2, 1)));
-    // 2 / 0 times the zero entries of that row: 0 * inf is NaN.
-    EXPECT_TRUE(std::isnan(desired[1][1]));
-    EXPECT_EQ(desired[0][0], 1.0);
-    struct Case {
-        const char* name;
-        M44d base;
-    };
-    const Case cases[] = {
-        {"zero axis", flat},
-        {"coplanar axes", rows(V3d(1, 0, 0), V3d(0, 1, 0), V3d(1, 1, 0))},
-        {"all zero", rows(V3d(0.0), V3d(0.0), V3d(0.0), V3d(1, 2, 3))},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(thrownMessage([&] { scaleConstraintMatrix(c.base, M44d()); }),
-                  "Cannot invert singular matrix.");
-    }
-}
-
 TEST(ScaleMath, RandomTransformsMatchAxisLengthsKeepDirectionsAndPosition) {
     Random random(20240611u);
     for (int n = 0; n < 500; ++n) {
@@ -228,20 +204,6 @@ TEST(BillboardMath, TurnsAboutTheRotateAxisTowardsTheTarget) {
         SCOPED_TRACE(c.name);
         EXPECT_TRUE(near(billboardRotation(c.aim, c.rotate, c.target), c.expected, 1e-12));
     }
-}
-
-TEST(BillboardMath, ZeroAxesFailWithTheExactMessage) {
-    struct Case {
-        V3d aim;
-        V3d rotate;
-    };
-    const Case cases[] = {{V3d(0, 0, 0), V3d(0, 1, 0)}, {V3d(0, 0, 1), V3d(0, 0, 0)}, {V3d(0.0), V3d(0.0)}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(thrownMessage([&] { billboardRotation(c.aim, c.rotate, V3d(1, 2, 3)); }),
-                  "Base aim or rotate axis is zero.");
-    }
-    // Only exact zeros count.
-    EXPECT_NO_THROW(billboardRotation(V3d(0, 0, 1e-300), V3d(0, 1e-300, 0), V3d(1, 0, 0)));
 }
 
 TEST(BillboardMath, SingularBaseSeesTheTargetUntransformed) {
@@ -322,18 +284,6 @@ TEST(ReflectionMath, LocalMirrorMapsPointsToTheirReflections) {
         ASSERT_NO_THROW(mirror = localMirror(c.p0, c.p1, c.p2));
         EXPECT_TRUE(near(point(c.in, mirror), c.out, 1e-12));
     }
-}
-
-TEST(ReflectionMath, SingularMatricesFail) {
-    const V3d p0(0, 0, 0), p1(1, 0, 0), p2(0, 0, 1);
-    const M44d flat = scaling(V3d(1, 0, 1));
-    EXPECT_EQ(thrownMessage([&] { worldMirror(M44d(), flat); }), "Cannot invert singular matrix.");
-    EXPECT_EQ(thrownMessage([&] { reflectionConstraintMatrix(M44d(), flat, p0, p1, p2); }),
-              "Cannot invert singular matrix.");
-    EXPECT_EQ(thrownMessage([&] { reflectionConstraintMatrix(flat, M44d(), p0, p1, p2); }),
-              "Cannot invert singular matrix.");
-    // A degenerate plane gives a degenerate mirror, not an error.
-    EXPECT_NO_THROW(reflectionConstraintMatrix(M44d(), M44d(), p0, p0, p0));
 }
 
 TEST(ReflectionMath, RandomRigidTargetsGiveTrueMirrorImages) {

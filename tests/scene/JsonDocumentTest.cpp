@@ -91,20 +91,6 @@ TEST(JsonDocument, NestingIsLimited) {
     }
 }
 
-TEST(JsonDocument, ObjectsKeepTheOrderOfTheText) {
-    const nlohmann::ordered_json document =
-        parseJsonDocument("{\"zeta\": 1, \"alpha\": {\"y\": true, \"b\": null}, \"mid\": [3, \"s\", 2.5]}");
-    std::vector<std::string> keys;
-    for (const auto& member : document.items()) {
-        keys.push_back(member.key());
-    }
-    EXPECT_EQ(keys, (std::vector<std::string>{"zeta", "alpha", "mid"}));
-    EXPECT_EQ(document["alpha"].begin().key(), "y");
-    EXPECT_EQ(document["mid"][1], "s");
-    EXPECT_EQ(document["mid"][2].get<double>(), 2.5);
-    EXPECT_TRUE(document["alpha"]["b"].is_null());
-}
-
 TEST(JsonDocument, WideObjectsParseInOrder) {
     std::string text = "{";
     const int count = 100000;
@@ -115,12 +101,6 @@ TEST(JsonDocument, WideObjectsParseInOrder) {
     ASSERT_EQ(document.size(), static_cast<std::size_t>(count));
     EXPECT_EQ(document.begin().key(), "n" + std::to_string(count - 1));
     EXPECT_EQ(document.back().get<int>(), 0);
-}
-
-TEST(JsonDocument, PathsAreWrittenWithDotsAndBrackets) {
-    EXPECT_EQ(formatJsonPath({key("scene"), key("children"), key("world")}), "scene.children.world");
-    EXPECT_EQ(formatJsonPath({key("ops"), index(1), key("type")}), "ops[1].type");
-    EXPECT_EQ(formatJsonPath({}), "");
 }
 
 TEST(JsonDocument, LinesOfPaths) {

@@ -37,24 +37,4 @@ std::string readError(const std::string& text, const SceneReadOptions& options) 
     return "no error";
 }
 
-std::string sceneDifference(const SceneLocation& a, const SceneLocation& b, const std::string& path) {
-    if (a.name != b.name) {
-        return path + ": names " + a.name + " and " + b.name;
-    }
-    if (!a.attrs.isContentEqual(b.attrs)) {
-        return path + ": attributes differ";
-    }
-    if (a.children.size() != b.children.size()) {
-        return path + ": child counts differ";
-    }
-    for (size_t i = 0; i < a.children.size(); ++i) {
-        const std::string difference =
-            sceneDifference(a.children[i], b.children[i], path + "/" + a.children[i].name);
-        if (!difference.empty()) {
-            return difference;
-        }
-    }
-    return std::string();
-}
-
 } // namespace VexilHost::SceneTest

@@ -13,9 +13,4 @@ SceneFile read(const std::string& text, const SceneReadOptions& options = {});
 /// The message of the SceneFileError that reading `text` raises, or "no error".
 std::string readError(const std::string& text, const SceneReadOptions& options = {});
 
-/// An empty string when both trees hold the same names, attribute content and child order;
-/// otherwise the path of the first difference.
-std::string sceneDifference(const SceneLocation& a, const SceneLocation& b,
-                            const std::string& path = "/root");
-
 } // namespace VexilHost::SceneTest

@@ -47,6 +47,7 @@ extern "C" __attribute__((visibility("default"))) VexilPluginRecord* getPlugins(
         record("BadGood", VEXIL_OP_API_NAME, 1, &setHostOk, &suite),
         record("BadGood", VEXIL_OP_API_NAME, 1, &setHostOk, &suite),
         record("TestMark", VEXIL_OP_API_NAME, 1, &setHostOk, &suite),
+        record("BadOldVersion", VEXIL_OP_API_NAME, 0, &setHostOk, &suite),
     };
     *count = static_cast<unsigned int>(g_records.size());
     return g_records.data();

@@ -654,7 +654,9 @@ PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size
         if (!creator) {
             throw std::runtime_error("'" + constraint.type + "' is an invalid constraint type.");
         }
-        constraint.resolver = creator(group);
+        const ConstraintArguments arguments(group, description.args, description.dottedNames);
+        constraint.resolver =
+            creator(group, ResolverSetup{&arguments, m_list ? m_list->arguments.get() : nullptr});
 
         // The written paths are read in place: only the kept ones are copied.
         const Qn::StringAttribute targetAttribute(description.target);

@@ -126,6 +126,10 @@ struct PreparedConstraint {
     bool respectMotionBlur = true;
     /// The memo slots of the listed constrained locations it needs, in the order of their first entries.
     std::vector<size_t> needs;
+    /// The slot of the nearest listed location at or above the base, and at or above each kept target
+    /// (kNoSlot: none), found with the needs and kept for the routes of the queries about them.
+    size_t baseListed = ConstraintListData::kNoSlot;
+    std::vector<size_t> targetsListed;
     /// Some need is not listed before the location that needs it.
     bool needsOutOfOrder = false;
 };
@@ -337,9 +341,12 @@ private:
 class ConstraintFrame : public ResolvedCache {
 public:
     /// `targets` are the constraint's kept targets: with the base, the locations whose routes are kept.
-    ConstraintFrame(const ResolveSession& session, std::string_view basePath, const TargetPaths& targets,
-                    const PartialXform& partialXform, const OutputAttributes& baseOutput)
-        : m_session(session), m_basePath(basePath), m_targets(targets), m_partialXform(partialXform.xform),
+    ConstraintFrame(const ResolveSession& session, std::string_view basePath,
+                    const PreparedConstraint& constraint, const PartialXform& partialXform,
+                    const OutputAttributes& baseOutput)
+        : m_session(session), m_basePath(basePath), m_targets(constraint.targets),
+          m_baseListed(constraint.baseListed), m_targetsListed(constraint.targetsListed),
+          m_partialXform(partialXform.xform),
           m_baseOverride(partialXform.asInput ? Qn::GroupAttribute() : partialXform.xform),
           m_baseOutput(baseOutput) {}
 
@@ -491,17 +498,22 @@ private:
             }
         }
         std::string_view kept;
+        // The nearest listed location at or above it, when the needs found it already.
+        std::optional<size_t> listed;
+        const bool knownListed = m_session.list() != nullptr && m_targetsListed.size() == m_targets.size();
         if (locationPath == m_basePath) {
             kept = m_basePath;
+            listed = knownListed ? std::optional<size_t>(m_baseListed) : std::nullopt;
         } else {
-            for (const std::string& target : m_targets) {
-                if (target == locationPath) {
-                    kept = target;
+            for (size_t i = 0; i < m_targets.size(); ++i) {
+                if (m_targets[i] == locationPath) {
+                    kept = m_targets[i];
+                    listed = knownListed ? std::optional<size_t>(m_targetsListed[i]) : std::nullopt;
                     break;
                 }
             }
         }
-        Route route = makeRoute(locationPath);
+        Route route = makeRoute(locationPath, listed ? *listed : m_session.nearestListed(locationPath));
         if (kept.data() == nullptr) {
             m_other = std::move(route);
             return m_other;
@@ -511,9 +523,9 @@ private:
         return m_routes.back();
     }
 
-    Route makeRoute(const std::string& locationPath) const {
+    /// The route of `locationPath`, whose nearest listed location at or above it is `listed`.
+    Route makeRoute(const std::string& locationPath, size_t listed) const {
         Route route;
-        const size_t listed = m_session.nearestListed(locationPath);
         // Where the host can continue from is the first resolved location up the links: the walk stops
         // there, and goes on to the top only when the overrides need every resolved one.
         const std::optional<ResolvedAbove> nearest =
@@ -559,6 +571,8 @@ private:
     const ResolveSession& m_session;
     std::string_view m_basePath;
     const TargetPaths& m_targets;
+    size_t m_baseListed;
+    const std::vector<size_t>& m_targetsListed;
     /// The routes of the base and the targets asked about so far; a handful.
     boost::container::small_vector<Route, 4> m_routes;
     /// The route of the last other location asked about.
@@ -719,15 +733,17 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
     };
     // The listed locations at or above a path: its nearest, then each one's nearest listed ancestor.
     auto considerListedAtOrAbove = [&](std::string_view location) {
-        for (size_t slot = m_list->nearestListed(location, true); slot != ConstraintListData::kNoSlot;
-             slot = m_list->slotAbove[slot]) {
+        const size_t nearest = m_list->nearestListed(location, true);
+        for (size_t slot = nearest; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
             consider(slot);
         }
+        return nearest;
     };
+    constraint.targetsListed.reserve(constraint.targets.size());
     for (const std::string& target : constraint.targets) {
-        considerListedAtOrAbove(target);
+        constraint.targetsListed.push_back(considerListedAtOrAbove(target));
     }
-    considerListedAtOrAbove(path);
+    constraint.baseListed = considerListedAtOrAbove(path);
     // They resolve in the order of their first entries, as a walk of the list would meet them.
     std::sort(needs.begin(), needs.end());
     needs.erase(std::unique(needs.begin(), needs.end()), needs.end());
@@ -816,7 +832,7 @@ ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
                                                      OutputAttributes& output) {
     const std::string base(path);
     const TargetPaths& targets = constraint.targets;
-    ConstraintFrame frame(*this, path, targets, partialXform, output);
+    ConstraintFrame frame(*this, path, constraint, partialXform, output);
 
     SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, base);
     for (const std::string& target : targets) {

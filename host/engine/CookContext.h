@@ -120,6 +120,10 @@ private:
     std::mutex m_mutex; // guards everything below
     bool m_attrsMaterialised = false;
     std::vector<std::pair<std::string, Qn::Attribute>> m_attrs;
+    /// Top-level attributes set while the output is still the input's (nothing removed, no nested
+    /// edit), each once, in the order first set: the output is the input's group updated with them,
+    /// built in one pass without copying the input's children out and back.
+    std::vector<std::pair<std::string, Qn::Attribute>> m_edits;
     bool m_ownChildNames = false; ///< set once a child is created; m_childNames then holds them all
     std::vector<std::string> m_childNames;
     const OpInstance* m_childOp;

@@ -113,6 +113,9 @@ QnAttributeHandle getAttr(VexilCookHandle h, const char* name, int32_t nameLengt
 uint8_t doesLocationExist(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
                           uint8_t* abort) {
     try {
+        if (ctx(h).knownToExist(path, pathLength, inputIndex, abort)) {
+            return 1;
+        }
         Node node;
         return ctx(h).queryNode(path, pathLength, inputIndex, abort, node) && node.exists() ? 1 : 0;
     } catch (...) {
@@ -503,6 +506,36 @@ bool CookContext::queryNode(const char* path, int32_t pathLength, int32_t inputI
     }
     out = m_graph.locate(m_stage - 1, p);
     return true;
+}
+
+StageGraph::WorldMemo* CookContext::findInputWorld(std::string_view path) {
+    StageGraph::WorldMemo* last = m_lastWorld.load(std::memory_order_acquire);
+    if (last != nullptr && last->path == path) {
+        return last;
+    }
+    StageGraph::WorldMemo* found = m_graph.findWorldMemo(inputStage(), path);
+    if (found != nullptr) {
+        m_lastWorld.store(found, std::memory_order_release);
+    }
+    return found;
+}
+
+bool CookContext::knownToExist(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort) {
+    if (!validInput(inputIndex)) {
+        return false;
+    }
+    const std::string_view view = queriedPath(path, pathLength);
+    if (view == m_path) {
+        return false;
+    }
+    if (m_graph.abortMode() && abort != nullptr) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_aborted) {
+            return false; // the graph's answer reports the abort
+        }
+    }
+    // A memo is made only from the finished walk of an existing location.
+    return findInputWorld(view) != nullptr;
 }
 
 bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,

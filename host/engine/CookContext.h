@@ -9,6 +9,7 @@
 
 #include <vexil/VexilOp.h>
 
+#include <atomic>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -62,6 +63,14 @@ public:
     bool hasInput() const { return m_input.exists(); }
     /// True for the input indices queries accept (-1, the current input, and 0).
     static bool isValidInput(int32_t inputIndex) { return inputIndex == -1 || inputIndex == 0; }
+    /// The world memo of `path` on the input step, or null when none was made yet. The last one found
+    /// is kept: a constraint asks about the same target several times in a row (whether it exists, its
+    /// sample times, its matrices), and a comparison of its path costs less than hashing it again.
+    StageGraph::WorldMemo* findInputWorld(std::string_view path);
+    /// True when the location at `path` on the input is known to exist without a walk: its world memo
+    /// was made. False says nothing (the caller asks the graph), and is the answer for the cook's own
+    /// location and whenever an aborted attempt must be reported.
+    bool knownToExist(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort);
     /// The absolute path a query names: trailing slashes dropped, empty meaning this location. The
     /// view points into `path` or into this context's own path.
     std::string_view queriedPath(const char* path, int32_t pathLength) const;
@@ -114,6 +123,8 @@ private:
     XformModel::Operations m_ownXform;
     OnceGate m_ownParentWorldGate;
     StageGraph::WorldMemo* m_ownParentWorld = nullptr;
+    /// The world memo findInputWorld found last (immutable once made), or null.
+    std::atomic<StageGraph::WorldMemo*> m_lastWorld{nullptr};
     OnceGate m_ownChainGate;
     std::vector<Node> m_ownChain;
 

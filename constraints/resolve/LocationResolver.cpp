@@ -129,7 +129,7 @@ struct PreparedConstraint {
     /// The slot of the nearest listed location at or above the base, and at or above each kept target
     /// (kNoSlot: none), found with the needs and kept for the routes of the queries about them.
     size_t baseListed = ConstraintListData::kNoSlot;
-    std::vector<size_t> targetsListed;
+    boost::container::small_vector<size_t, 4> targetsListed;
     /// Some need is not listed before the location that needs it.
     bool needsOutOfOrder = false;
 };
@@ -196,6 +196,7 @@ public:
     /// into `unlisted`.
     const ResolvedLocation& resolveTop(const std::string& path, const Qn::GroupAttribute& xform,
                                        ResolvedLocation& unlisted) {
+        m_topPath = &path;
         if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
             // A listed location may have been resolved already, as what another location needed.
             return resolveListed(listed->slot, path, xform);
@@ -330,6 +331,8 @@ private:
     }
 
     Qn::VexilCookInterface& m_cookInterface;
+    /// The cooked location's path, which the queries about it take as it is, without a copy.
+    const std::string* m_topPath = nullptr;
     const ConstraintListData* m_list;
     mutable std::optional<ResolvedWorlds> m_worlds;
     /// The memo slots on the walk's stack: a need among them closes a cycle.
@@ -572,7 +575,7 @@ private:
     std::string_view m_basePath;
     const TargetPaths& m_targets;
     size_t m_baseListed;
-    const std::vector<size_t>& m_targetsListed;
+    const boost::container::small_vector<size_t, 4>& m_targetsListed;
     /// The routes of the base and the targets asked about so far; a handful.
     boost::container::small_vector<Route, 4> m_routes;
     /// The route of the last other location asked about.
@@ -830,7 +833,9 @@ ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
                                                      const PreparedConstraint& constraint,
                                                      const PartialXform& partialXform, std::string& warnings,
                                                      OutputAttributes& output) {
-    const std::string base(path);
+    std::string copied;
+    const std::string& base =
+        m_topPath != nullptr && *m_topPath == path ? *m_topPath : copied.assign(path.data(), path.size());
     const TargetPaths& targets = constraint.targets;
     ConstraintFrame frame(*this, path, constraint, partialXform, output);
 

@@ -509,13 +509,16 @@ bool CookContext::queryNode(const char* path, int32_t pathLength, int32_t inputI
 }
 
 StageGraph::WorldMemo* CookContext::findInputWorld(std::string_view path) {
-    StageGraph::WorldMemo* last = m_lastWorld.load(std::memory_order_acquire);
-    if (last != nullptr && last->path == path) {
-        return last;
+    for (const std::atomic<StageGraph::WorldMemo*>& kept : m_lastWorlds) {
+        StageGraph::WorldMemo* last = kept.load(std::memory_order_acquire);
+        if (last != nullptr && last->path == path) {
+            return last;
+        }
     }
     StageGraph::WorldMemo* found = m_graph.findWorldMemo(inputStage(), path);
     if (found != nullptr) {
-        m_lastWorld.store(found, std::memory_order_release);
+        const unsigned slot = m_nextLastWorld.fetch_add(1, std::memory_order_relaxed) % 2;
+        m_lastWorlds[slot].store(found, std::memory_order_release);
     }
     return found;
 }

@@ -63,9 +63,10 @@ public:
     bool hasInput() const { return m_input.exists(); }
     /// True for the input indices queries accept (-1, the current input, and 0).
     static bool isValidInput(int32_t inputIndex) { return inputIndex == -1 || inputIndex == 0; }
-    /// The world memo of `path` on the input step, or null when none was made yet. The last one found
-    /// is kept: a constraint asks about the same target several times in a row (whether it exists, its
-    /// sample times, its matrices), and a comparison of its path costs less than hashing it again.
+    /// The world memo of `path` on the input step, or null when none was made yet. The last two found
+    /// are kept: a constraint asks about the same target several times (whether it exists, its sample
+    /// times, its matrices), with the parent of the cook's own location in between, and a comparison of
+    /// a path costs less than hashing it again.
     StageGraph::WorldMemo* findInputWorld(std::string_view path);
     /// True when the location at `path` on the input is known to exist without a walk: its world memo
     /// was made. False says nothing (the caller asks the graph), and is the answer for the cook's own
@@ -123,8 +124,10 @@ private:
     XformModel::Operations m_ownXform;
     OnceGate m_ownParentWorldGate;
     StageGraph::WorldMemo* m_ownParentWorld = nullptr;
-    /// The world memo findInputWorld found last (immutable once made), or null.
-    std::atomic<StageGraph::WorldMemo*> m_lastWorld{nullptr};
+    /// The world memos findInputWorld found last (immutable once made), or null; and the one to
+    /// replace next.
+    std::atomic<StageGraph::WorldMemo*> m_lastWorlds[2] = {nullptr, nullptr};
+    std::atomic<unsigned> m_nextLastWorld{0};
     OnceGate m_ownChainGate;
     std::vector<Node> m_ownChain;
 

@@ -643,9 +643,10 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
 PreparedLocation ResolveSession::prepare(std::string_view path, const Qn::GroupAttribute& xform) {
     PreparedLocation location{path, xform, {}};
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
-        if (isConstraintChildName(xform.getChildNameView(i))) {
-            location.constraints.push_back(prepareConstraint(
-                path, static_cast<size_t>(i), xform.getChildNameView(i), xform.getChildByIndex(i)));
+        const std::string_view name = xform.getChildNameView(i); // valid while `xform` lives
+        if (isConstraintChildName(name)) {
+            location.constraints.push_back(
+                prepareConstraint(path, static_cast<size_t>(i), name, xform.getChildByIndex(i)));
         }
     }
     return location;

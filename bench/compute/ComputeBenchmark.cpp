@@ -58,7 +58,7 @@ KindInputs prepare(const std::string& kind) {
         const Qn::GroupAttribute group = inputs.index->attrs(p.path).getChildByName("xform.constraint");
         p.targets = Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
         p.description = group;
-        p.resolver = inputs.create(group);
+        p.resolver = inputs.create(group, ResolverSetup());
         p.times = cache.getWorldXformSampleTimes(cook, p.path);
         for (const std::string& target : p.targets) {
             const SampleTimes t = cache.getWorldXformSampleTimes(cook, target);
@@ -85,7 +85,7 @@ void computeStep(benchmark::State& state, const std::string& kind) {
         const auto start = std::chrono::steady_clock::now();
         for (const Prepared& p : inputs.locations) {
             OutputAttributes outputs;
-            const ConstraintResolverPtr resolver = inputs.create(p.description);
+            const ConstraintResolverPtr resolver = inputs.create(p.description, ResolverSetup());
             Qn::GroupAttribute result =
                 resolver->resolve(p.times, cook, p.base, p.path, p.targetSamples, p.targets, cache, outputs);
             benchmark::DoNotOptimize(result);

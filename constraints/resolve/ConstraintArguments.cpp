@@ -86,6 +86,10 @@ ConstraintArguments::ConstraintArguments(const Qn::GroupAttribute& constraintGro
     }
 }
 
+ConstraintArguments::ConstraintArguments(const Qn::GroupAttribute& constraintGroup, const Qn::Attribute& args,
+                                         bool dottedNames)
+    : m_group(constraintGroup), m_args(dottedNames ? Qn::Attribute() : args), m_direct(!dottedNames) {}
+
 Qn::Attribute ConstraintArguments::get(std::string_view name) const {
     // Without dotted child names, the dotted lookup of "args.<rest>" can only end in `args`.
     if (m_direct && name.substr(0, kArgsPrefix.size()) == kArgsPrefix) {

@@ -68,12 +68,21 @@ class ConstraintArguments {
 public:
     explicit ConstraintArguments(const Qn::GroupAttribute& constraintGroup);
 
+    /// The arguments of `constraintGroup` as a pass over its children found them: `args`, its first
+    /// child of that name (null when there is none), and whether some child name holds a dot.
+    ConstraintArguments(const Qn::GroupAttribute& constraintGroup, const Qn::Attribute& args,
+                        bool dottedNames);
+
     /// The child at the dotted `name` ("args.xAxis"); an invalid attribute when there is none.
     Qn::Attribute get(std::string_view name) const;
 
     /// The first value (nearest to time 0) of the string argument `name`; empty when it is missing,
     /// not a string or has no value. Valid while the constraint group lives.
     std::string_view stringValue(std::string_view name) const;
+
+    /// The `args` group when every `args.*` argument is read from it alone, so that what is read
+    /// depends on that value and nothing else; null otherwise (no `args` group, or dotted names).
+    const Qn::Attribute* argsOnly() const { return m_direct && m_args.isValid() ? &m_args : nullptr; }
 
 private:
     const Qn::GroupAttribute& m_group;

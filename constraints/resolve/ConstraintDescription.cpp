@@ -17,9 +17,11 @@ ConstraintDescription readConstraintDescription(const Qn::GroupAttribute& constr
         {"allowMissingTargets", &description.allowMissingTargets},
         {"requireTargetBounds", &description.requireTargetBounds},
         {"respectMotionBlur", &description.respectMotionBlur},
+        {"args", &description.args},
     };
     for (int64_t i = 0, n = constraintGroup.getNumberOfChildren(); i < n; ++i) {
         const std::string_view name = constraintGroup.getChildNameView(i);
+        description.dottedNames = description.dottedNames || name.find('.') != std::string_view::npos;
         for (const Slot& slot : slots) {
             // The first child of a name wins, as in the lookup by name.
             if (name == slot.name && !slot.attribute->isValid()) {

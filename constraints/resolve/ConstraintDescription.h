@@ -18,6 +18,9 @@ struct ConstraintDescription {
     Qn::Attribute allowMissingTargets;
     Qn::Attribute requireTargetBounds;
     Qn::Attribute respectMotionBlur;
+    /// The first child named `args`, and whether some child name holds a dot (see ConstraintArguments).
+    Qn::Attribute args;
+    bool dottedNames = false;
 };
 
 /// Finds the children in one pass over the group's names: cheaper than one lookup each.

@@ -1,6 +1,7 @@
 // The constraint list as the ConstraintResolve traversal carries it below "/root/world".
 #pragma once
 
+#include "constraints/resolve/ArgumentsMemo.h"
 #include "constraints/resolve/ResolvedMemo.h"
 #include "hostapi/attribute/DataAttribute.h"
 
@@ -58,6 +59,8 @@ struct ConstraintListData {
     std::string_view pathOfSlot(size_t slot) const { return slotPaths[slot]; }
     /// The listed locations resolved so far in this traversal, one slot per distinct listed path.
     std::unique_ptr<ResolvedMemo> memo;
+    /// What the constraint kinds read from `args` values shared by constraints of this traversal.
+    std::unique_ptr<ArgumentsMemo> arguments = std::make_unique<ArgumentsMemo>();
 
     /// Builds the data from the list attribute's sample nearest to time 0.
     static ConstraintListData* build(const Qn::StringAttribute& list);

@@ -2,6 +2,7 @@
 // ops offer.
 #pragma once
 
+#include "constraints/resolve/ArgumentsMemo.h"
 #include "constraints/resolve/ConstraintArguments.h"
 #include "constraints/resolve/ConstraintResolver.h"
 
@@ -9,17 +10,27 @@
 
 #include <map>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace Vexil3Constraints {
 namespace Private {
 
-/// Makes a resolver holding the given constraint description group.
-using ConstraintResolverCreator = ConstraintResolverPtr (*)(const Qn::GroupAttribute& constraintGroup);
+/// Makes a resolver holding the given constraint description group; `setup` is what the framework
+/// already found in it (a default one: nothing).
+using ConstraintResolverCreator = ConstraintResolverPtr (*)(const Qn::GroupAttribute& constraintGroup,
+                                                            const ResolverSetup& setup);
 
-/// The creator of resolvers of the class `Resolver`, made from the constraint description group.
-template <typename Resolver> ConstraintResolverPtr createResolver(const Qn::GroupAttribute& constraintGroup) {
-    return boost::make_shared<Resolver>(constraintGroup);
+/// The creator of resolvers of the class `Resolver`, made from the constraint description group, and
+/// from the setup when the class takes one.
+template <typename Resolver>
+ConstraintResolverPtr createResolver(const Qn::GroupAttribute& constraintGroup, const ResolverSetup& setup) {
+    if constexpr (std::is_constructible_v<Resolver, const Qn::GroupAttribute&, const ResolverSetup&>) {
+        return boost::make_shared<Resolver>(constraintGroup, setup);
+    } else {
+        static_cast<void>(setup);
+        return boost::make_shared<Resolver>(constraintGroup);
+    }
 }
 
 /// What the plug-in knows of one constraint kind; each kind defines its own in its source unit.

@@ -126,6 +126,10 @@ struct PreparedConstraint {
     bool respectMotionBlur = true;
     /// The memo slots of the listed constrained locations it needs, in the order of their first entries.
     std::vector<size_t> needs;
+    /// The slot of the nearest listed location at or above the base, and at or above each kept target
+    /// (kNoSlot: none), found with the needs and kept for the routes of the queries about them.
+    size_t baseListed = ConstraintListData::kNoSlot;
+    boost::container::small_vector<size_t, 4> targetsListed;
     /// Some need is not listed before the location that needs it.
     bool needsOutOfOrder = false;
 };
@@ -192,6 +196,7 @@ public:
     /// into `unlisted`.
     const ResolvedLocation& resolveTop(const std::string& path, const Qn::GroupAttribute& xform,
                                        ResolvedLocation& unlisted) {
+        m_topPath = &path;
         if (const ConstraintListData::Position* listed = m_list ? m_list->find(path) : nullptr) {
             // A listed location may have been resolved already, as what another location needed.
             return resolveListed(listed->slot, path, xform);
@@ -326,6 +331,8 @@ private:
     }
 
     Qn::VexilCookInterface& m_cookInterface;
+    /// The cooked location's path, which the queries about it take as it is, without a copy.
+    const std::string* m_topPath = nullptr;
     const ConstraintListData* m_list;
     mutable std::optional<ResolvedWorlds> m_worlds;
     /// The memo slots on the walk's stack: a need among them closes a cycle.
@@ -337,9 +344,12 @@ private:
 class ConstraintFrame : public ResolvedCache {
 public:
     /// `targets` are the constraint's kept targets: with the base, the locations whose routes are kept.
-    ConstraintFrame(const ResolveSession& session, std::string_view basePath, const TargetPaths& targets,
-                    const PartialXform& partialXform, const OutputAttributes& baseOutput)
-        : m_session(session), m_basePath(basePath), m_targets(targets), m_partialXform(partialXform.xform),
+    ConstraintFrame(const ResolveSession& session, std::string_view basePath,
+                    const PreparedConstraint& constraint, const PartialXform& partialXform,
+                    const OutputAttributes& baseOutput)
+        : m_session(session), m_basePath(basePath), m_targets(constraint.targets),
+          m_baseListed(constraint.baseListed), m_targetsListed(constraint.targetsListed),
+          m_partialXform(partialXform.xform),
           m_baseOverride(partialXform.asInput ? Qn::GroupAttribute() : partialXform.xform),
           m_baseOutput(baseOutput) {}
 
@@ -491,17 +501,22 @@ private:
             }
         }
         std::string_view kept;
+        // The nearest listed location at or above it, when the needs found it already.
+        std::optional<size_t> listed;
+        const bool knownListed = m_session.list() != nullptr && m_targetsListed.size() == m_targets.size();
         if (locationPath == m_basePath) {
             kept = m_basePath;
+            listed = knownListed ? std::optional<size_t>(m_baseListed) : std::nullopt;
         } else {
-            for (const std::string& target : m_targets) {
-                if (target == locationPath) {
-                    kept = target;
+            for (size_t i = 0; i < m_targets.size(); ++i) {
+                if (m_targets[i] == locationPath) {
+                    kept = m_targets[i];
+                    listed = knownListed ? std::optional<size_t>(m_targetsListed[i]) : std::nullopt;
                     break;
                 }
             }
         }
-        Route route = makeRoute(locationPath);
+        Route route = makeRoute(locationPath, listed ? *listed : m_session.nearestListed(locationPath));
         if (kept.data() == nullptr) {
             m_other = std::move(route);
             return m_other;
@@ -511,9 +526,9 @@ private:
         return m_routes.back();
     }
 
-    Route makeRoute(const std::string& locationPath) const {
+    /// The route of `locationPath`, whose nearest listed location at or above it is `listed`.
+    Route makeRoute(const std::string& locationPath, size_t listed) const {
         Route route;
-        const size_t listed = m_session.nearestListed(locationPath);
         // Where the host can continue from is the first resolved location up the links: the walk stops
         // there, and goes on to the top only when the overrides need every resolved one.
         const std::optional<ResolvedAbove> nearest =
@@ -559,6 +574,8 @@ private:
     const ResolveSession& m_session;
     std::string_view m_basePath;
     const TargetPaths& m_targets;
+    size_t m_baseListed;
+    const boost::container::small_vector<size_t, 4>& m_targetsListed;
     /// The routes of the base and the targets asked about so far; a handful.
     boost::container::small_vector<Route, 4> m_routes;
     /// The route of the last other location asked about.
@@ -626,9 +643,10 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
 PreparedLocation ResolveSession::prepare(std::string_view path, const Qn::GroupAttribute& xform) {
     PreparedLocation location{path, xform, {}};
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
-        if (isConstraintChildName(xform.getChildNameView(i))) {
-            location.constraints.push_back(prepareConstraint(
-                path, static_cast<size_t>(i), xform.getChildNameView(i), xform.getChildByIndex(i)));
+        const std::string_view name = xform.getChildNameView(i); // valid while `xform` lives
+        if (isConstraintChildName(name)) {
+            location.constraints.push_back(
+                prepareConstraint(path, static_cast<size_t>(i), name, xform.getChildByIndex(i)));
         }
     }
     return location;
@@ -654,7 +672,9 @@ PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size
         if (!creator) {
             throw std::runtime_error("'" + constraint.type + "' is an invalid constraint type.");
         }
-        constraint.resolver = creator(group);
+        const ConstraintArguments arguments(group, description.args, description.dottedNames);
+        constraint.resolver =
+            creator(group, ResolverSetup{&arguments, m_list ? m_list->arguments.get() : nullptr});
 
         // The written paths are read in place: only the kept ones are copied.
         const Qn::StringAttribute targetAttribute(description.target);
@@ -717,15 +737,17 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
     };
     // The listed locations at or above a path: its nearest, then each one's nearest listed ancestor.
     auto considerListedAtOrAbove = [&](std::string_view location) {
-        for (size_t slot = m_list->nearestListed(location, true); slot != ConstraintListData::kNoSlot;
-             slot = m_list->slotAbove[slot]) {
+        const size_t nearest = m_list->nearestListed(location, true);
+        for (size_t slot = nearest; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
             consider(slot);
         }
+        return nearest;
     };
+    constraint.targetsListed.reserve(constraint.targets.size());
     for (const std::string& target : constraint.targets) {
-        considerListedAtOrAbove(target);
+        constraint.targetsListed.push_back(considerListedAtOrAbove(target));
     }
-    considerListedAtOrAbove(path);
+    constraint.baseListed = considerListedAtOrAbove(path);
     // They resolve in the order of their first entries, as a walk of the list would meet them.
     std::sort(needs.begin(), needs.end());
     needs.erase(std::unique(needs.begin(), needs.end()), needs.end());
@@ -812,9 +834,11 @@ ConstraintOutcome ResolveSession::resolveWithTargets(std::string_view path,
                                                      const PreparedConstraint& constraint,
                                                      const PartialXform& partialXform, std::string& warnings,
                                                      OutputAttributes& output) {
-    const std::string base(path);
+    std::string copied;
+    const std::string& base =
+        m_topPath != nullptr && *m_topPath == path ? *m_topPath : copied.assign(path.data(), path.size());
     const TargetPaths& targets = constraint.targets;
-    ConstraintFrame frame(*this, path, targets, partialXform, output);
+    ConstraintFrame frame(*this, path, constraint, partialXform, output);
 
     SampleTimes sampleTimes = frame.getWorldXformSampleTimes(m_cookInterface, base);
     for (const std::string& target : targets) {

@@ -41,8 +41,7 @@ struct PointArguments {
     bool followZ = true;
 };
 
-PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
-    const ConstraintArguments arguments(constraintGroup);
+PointArguments readPointArguments(const ConstraintArguments& arguments) {
     PointArguments args;
     args.targetOrigin = findOriginMode(arguments, kTargetOrigin.name);
     args.baseOrigin = findOriginMode(arguments, kBaseOrigin.name);
@@ -54,9 +53,9 @@ PointArguments readPointArguments(const Qn::GroupAttribute& constraintGroup) {
 
 class PointConstraintResolver : public PerSampleConstraintResolver {
 public:
-    explicit PointConstraintResolver(const Qn::GroupAttribute& constraintGroup)
-        : PerSampleConstraintResolver(kKind, constraintGroup), m_args(readPointArguments(m_constraintGroup)) {
-    }
+    PointConstraintResolver(const Qn::GroupAttribute& constraintGroup, const ResolverSetup& setup)
+        : PerSampleConstraintResolver(kKind, constraintGroup),
+          m_args(readKindArguments(setup, m_constraintGroup, &readPointArguments)) {}
 
 private:
     void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {

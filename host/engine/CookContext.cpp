@@ -113,6 +113,9 @@ QnAttributeHandle getAttr(VexilCookHandle h, const char* name, int32_t nameLengt
 uint8_t doesLocationExist(VexilCookHandle h, const char* path, int32_t pathLength, int32_t inputIndex,
                           uint8_t* abort) {
     try {
+        if (ctx(h).knownToExist(path, pathLength, inputIndex, abort)) {
+            return 1;
+        }
         Node node;
         return ctx(h).queryNode(path, pathLength, inputIndex, abort, node) && node.exists() ? 1 : 0;
     } catch (...) {
@@ -385,6 +388,17 @@ void CookContext::finish(CookedLocation& out) {
             builder.set(entry.first, entry.second);
         }
         out.attrs = builder.build();
+    } else if (!m_edits.empty()) {
+        // The input's children in their order, each edit in place or after them: as materialised.
+        Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+        const Qn::GroupAttribute input = m_input.exists() ? m_input.attrs() : Qn::GroupAttribute();
+        if (input.isValid()) {
+            builder.update(input);
+        }
+        for (const auto& edit : m_edits) {
+            builder.set(edit.first, edit.second);
+        }
+        out.attrs = builder.build();
     } else if (m_input.exists()) {
         out.attrs = m_input.attrs();
     } else {
@@ -494,6 +508,39 @@ bool CookContext::queryNode(const char* path, int32_t pathLength, int32_t inputI
     return true;
 }
 
+StageGraph::WorldMemo* CookContext::findInputWorld(std::string_view path) {
+    for (const std::atomic<StageGraph::WorldMemo*>& kept : m_lastWorlds) {
+        StageGraph::WorldMemo* last = kept.load(std::memory_order_acquire);
+        if (last != nullptr && last->path == path) {
+            return last;
+        }
+    }
+    StageGraph::WorldMemo* found = m_graph.findWorldMemo(inputStage(), path);
+    if (found != nullptr) {
+        const unsigned slot = m_nextLastWorld.fetch_add(1, std::memory_order_relaxed) % 2;
+        m_lastWorlds[slot].store(found, std::memory_order_release);
+    }
+    return found;
+}
+
+bool CookContext::knownToExist(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort) {
+    if (!validInput(inputIndex)) {
+        return false;
+    }
+    const std::string_view view = queriedPath(path, pathLength);
+    if (view == m_path) {
+        return false;
+    }
+    if (m_graph.abortMode() && abort != nullptr) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_aborted) {
+            return false; // the graph's answer reports the abort
+        }
+    }
+    // A memo is made only from the finished walk of an existing location.
+    return findInputWorld(view) != nullptr;
+}
+
 bool CookContext::queryChain(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort,
                              std::vector<Node>& chain, std::vector<std::string>* paths) {
     chain.clear();
@@ -565,14 +612,18 @@ void CookContext::materialiseAttrs() {
         return;
     }
     m_attrsMaterialised = true;
-    if (!m_input.exists()) {
-        return;
+    if (m_input.exists()) {
+        const Qn::GroupAttribute attrs = m_input.attrs();
+        const int64_t n = attrs.getNumberOfChildren();
+        m_attrs.reserve(static_cast<size_t>(n) + m_edits.size());
+        for (int64_t i = 0; i < n; ++i) {
+            m_attrs.emplace_back(attrs.getChildName(i), attrs.getChildByIndex(i));
+        }
     }
-    const Qn::GroupAttribute attrs = m_input.attrs();
-    const int64_t n = attrs.getNumberOfChildren();
-    m_attrs.reserve(static_cast<size_t>(n));
-    for (int64_t i = 0; i < n; ++i) {
-        m_attrs.emplace_back(attrs.getChildName(i), attrs.getChildByIndex(i));
+    std::vector<std::pair<std::string, Qn::Attribute>> edits;
+    edits.swap(m_edits);
+    for (auto& edit : edits) {
+        setTopLevel(edit.first, edit.second);
     }
 }
 
@@ -593,6 +644,7 @@ void CookContext::setAttr(const std::string& name, const Qn::Attribute& attr) {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_attrsMaterialised = true;
         m_attrs.clear();
+        m_edits.clear();
         for (int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
             m_attrs.emplace_back(group.getChildName(i), group.getChildByIndex(i));
         }
@@ -621,10 +673,11 @@ void CookContext::setAttr(const std::string& name, const Qn::Attribute& attr) {
 }
 
 void CookContext::setTopLevel(const std::string& name, const Qn::Attribute& attr) {
-    materialiseAttrs();
-    auto it = std::find_if(m_attrs.begin(), m_attrs.end(), [&](const auto& e) { return e.first == name; });
-    if (it == m_attrs.end()) {
-        m_attrs.emplace_back(name, attr);
+    // Until something needs the whole output, a set is kept as an edit of the input.
+    auto& target = m_attrsMaterialised ? m_attrs : m_edits;
+    auto it = std::find_if(target.begin(), target.end(), [&](const auto& e) { return e.first == name; });
+    if (it == target.end()) {
+        target.emplace_back(name, attr);
     } else {
         it->second = attr;
     }
@@ -657,6 +710,9 @@ void CookContext::deleteAttr(const std::string& name) {
 Qn::Attribute CookContext::outputAttr(const std::string& name) {
     const std::vector<std::string> parts = AttributeEdit::splitDotted(name);
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_attrsMaterialised && !m_edits.empty()) {
+        materialiseAttrs();
+    }
     if (!m_attrsMaterialised) {
         return m_input.exists() ? AttributeEdit::get(m_input.attrs(), parts) : Qn::Attribute();
     }

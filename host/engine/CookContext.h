@@ -9,6 +9,7 @@
 
 #include <vexil/VexilOp.h>
 
+#include <atomic>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -62,6 +63,15 @@ public:
     bool hasInput() const { return m_input.exists(); }
     /// True for the input indices queries accept (-1, the current input, and 0).
     static bool isValidInput(int32_t inputIndex) { return inputIndex == -1 || inputIndex == 0; }
+    /// The world memo of `path` on the input step, or null when none was made yet. The last two found
+    /// are kept: a constraint asks about the same target several times (whether it exists, its sample
+    /// times, its matrices), with the parent of the cook's own location in between, and a comparison of
+    /// a path costs less than hashing it again.
+    StageGraph::WorldMemo* findInputWorld(std::string_view path);
+    /// True when the location at `path` on the input is known to exist without a walk: its world memo
+    /// was made. False says nothing (the caller asks the graph), and is the answer for the cook's own
+    /// location and whenever an aborted attempt must be reported.
+    bool knownToExist(const char* path, int32_t pathLength, int32_t inputIndex, uint8_t* abort);
     /// The absolute path a query names: trailing slashes dropped, empty meaning this location. The
     /// view points into `path` or into this context's own path.
     std::string_view queriedPath(const char* path, int32_t pathLength) const;
@@ -114,12 +124,20 @@ private:
     XformModel::Operations m_ownXform;
     OnceGate m_ownParentWorldGate;
     StageGraph::WorldMemo* m_ownParentWorld = nullptr;
+    /// The world memos findInputWorld found last (immutable once made), or null; and the one to
+    /// replace next.
+    std::atomic<StageGraph::WorldMemo*> m_lastWorlds[2] = {nullptr, nullptr};
+    std::atomic<unsigned> m_nextLastWorld{0};
     OnceGate m_ownChainGate;
     std::vector<Node> m_ownChain;
 
     std::mutex m_mutex; // guards everything below
     bool m_attrsMaterialised = false;
     std::vector<std::pair<std::string, Qn::Attribute>> m_attrs;
+    /// Top-level attributes set while the output is still the input's (nothing removed, no nested
+    /// edit), each once, in the order first set: the output is the input's group updated with them,
+    /// built in one pass without copying the input's children out and back.
+    std::vector<std::pair<std::string, Qn::Attribute>> m_edits;
     bool m_ownChildNames = false; ///< set once a child is created; m_childNames then holds them all
     std::vector<std::string> m_childNames;
     const OpInstance* m_childOp;

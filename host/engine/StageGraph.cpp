@@ -175,6 +175,7 @@ StageGraph::WorldMemo* StageGraph::findWorldMemo(int stage, std::string_view pat
 StageGraph::WorldMemo& StageGraph::makeWorldMemo(int stage, const std::string& path,
                                                  std::vector<const XformModel::Operations*> chain) {
     auto memo = std::make_unique<WorldMemo>();
+    memo->path = path;
     memo->times = XformModel::worldSampleTimes(chain);
     memo->timed = std::any_of(chain.begin(), chain.end(), [](const XformModel::Operations* ops) {
         return ops != nullptr && !ops->empty();

@@ -104,6 +104,8 @@ public:
     /// What the world-transform queries keep of a location seen without overrides, once its walk has
     /// finished: its transform chain, its sample times, and its world matrix at each time asked for.
     struct WorldMemo {
+        /// The location's path, as the memo is found by.
+        std::string path;
         std::vector<const XformModel::Operations*> chain;
         std::vector<float> times;
         /// Whether an operation of the chain has sample times (`times` is {0} otherwise).

@@ -105,7 +105,7 @@ bool plainWorld(VexilCookHandle h, const char* path, int32_t pathLength, int32_t
         return false;
     }
     const std::string_view queried = context.queriedPath(path, pathLength);
-    memo = context.graph().findWorldMemo(context.inputStage(), queried);
+    memo = context.findInputWorld(queried);
     if (memo != nullptr) {
         return true;
     }

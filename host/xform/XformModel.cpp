@@ -76,13 +76,15 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
     out.reserve(out.size() + static_cast<size_t>(n));
     for (int64_t i = 0; i < n; ++i) {
         const std::string_view name = group.getChildNameView(i);
+        // Constraint descriptions not yet resolved do not move anything, and no operation has such a
+        // name: the child is not read at all.
+        if (name.substr(0, 10) == "constraint") {
+            continue;
+        }
         Qn::Attribute child = group.getChildByIndex(i);
         const int32_t type = child.getType();
         if (type == QN_ATTRIBUTE_TYPE_GROUP) {
-            // Constraint descriptions not yet resolved do not move anything.
-            if (name.substr(0, 10) != "constraint") {
-                flattenInto(Qn::GroupAttribute(std::move(child)), out);
-            }
+            flattenInto(Qn::GroupAttribute(std::move(child)), out);
             continue;
         }
         Operation::Kind kind = Operation::Kind::Origin;

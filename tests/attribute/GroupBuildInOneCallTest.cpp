@@ -151,6 +151,9 @@ TEST_F(GroupBuildInOneCallTest, BuildersMakeTheSameGroupsWithAndWithoutTheExtens
              GroupBuilder assigned(QN_GROUP_BUILDER_MODE_LITERAL);
              assigned.set("dropped", IntAttribute(0));
              assigned = std::move(moved);
+             // The builders moved from are empty and usable; what they collect now is theirs alone.
+             a.set("overwrites", IntAttribute(7));
+             moved.set("overwrites", IntAttribute(8));
              return assigned.set("b.d", IntAttribute(3)).build();
          }},
         {"more children than are compared pairwise",

@@ -1,5 +1,6 @@
 // The C entry points of the AttributeHost suite and the exported service table. Every entry is
 // safe on a null handle and never lets an exception out.
+#include "host/attribute/AttributeHostExtensionSuite.h"
 #include "host/attribute/CaughtException.h"
 #include "host/attribute/DataValue.h"
 #include "host/attribute/GroupBuilderState.h"
@@ -437,6 +438,9 @@ const void* hostGetSuite(const char* name, unsigned int version) {
     if (name && std::strcmp(name, QN_ATTRIBUTE_HOST_SUITE_NAME) == 0 &&
         version == QN_ATTRIBUTE_HOST_SUITE_VERSION)
         return &kSuite;
+    if (name && std::strcmp(name, QN_ATTRIBUTE_HOST_EXTENSION_SUITE_NAME) == 0 &&
+        version == QN_ATTRIBUTE_HOST_EXTENSION_SUITE_VERSION && hostExtensionsOffered())
+        return attributeHostExtension();
     return nullptr;
 }
 
@@ -449,7 +453,8 @@ const VexilHostServices kHost = {hostGetSuite, hostName};
 } // namespace
 } // namespace VexilHost
 
-/// The attribute library's service table: offers "AttributeHost" version 5.
+/// The attribute library's service table: offers "AttributeHost" version 5 and, unless withheld,
+/// "AttributeHostExtension" version 1.
 extern "C" __attribute__((visibility("default"))) const VexilHostServices* getAttributeHost(void) {
     return &VexilHost::kHost;
 }

@@ -2,6 +2,7 @@
 
 #include "host/loader/OpRegistry.h"
 #include "hostapi/attribute/Attribute.h"
+#include "hostapi/attribute/GroupAttribute.h"
 
 #include <cstring>
 #include <mutex>
@@ -19,6 +20,11 @@ const void* getSuite(const char* suiteName, unsigned int suiteVersion) {
     if (std::strcmp(suiteName, QN_ATTRIBUTE_HOST_SUITE_NAME) == 0 &&
         suiteVersion == QN_ATTRIBUTE_HOST_SUITE_VERSION) {
         return attributeSuite();
+    }
+    // Offered exactly when the attribute library offers it (not when VEXIL_HOST_EXTENSIONS=0).
+    if (std::strcmp(suiteName, QN_ATTRIBUTE_HOST_EXTENSION_SUITE_NAME) == 0) {
+        const VexilHostServices* attributeHost = getAttributeHost();
+        return attributeHost == nullptr ? nullptr : attributeHost->getSuite(suiteName, suiteVersion);
     }
     // Later versions only added entries at the end: a plug-in built for an earlier one reads the same
     // table.
@@ -49,6 +55,11 @@ const AttributeHostSuite* attributeSuite() {
                                 : static_cast<const AttributeHostSuite*>(attributeHost->getSuite(
                                       QN_ATTRIBUTE_HOST_SUITE_NAME, QN_ATTRIBUTE_HOST_SUITE_VERSION));
         Qn::Attribute::setSuites(found);
+        if (attributeHost != nullptr) {
+            Qn::GroupBuilder::setExtension(
+                static_cast<const AttributeHostExtensionSuite*>(attributeHost->getSuite(
+                    QN_ATTRIBUTE_HOST_EXTENSION_SUITE_NAME, QN_ATTRIBUTE_HOST_EXTENSION_SUITE_VERSION)));
+        }
         return found;
     }();
     return suite;

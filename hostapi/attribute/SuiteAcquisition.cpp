@@ -13,12 +13,21 @@ namespace Qn {
 namespace {
 
 std::atomic<const AttributeHostSuite*> g_builderSuite{nullptr};
+std::atomic<const AttributeHostExtensionSuite*> g_builderExtension{nullptr};
 
 const AttributeHostSuite* suiteFromHost(const VexilHost* host) {
     if (!host || !host->getSuite)
         return nullptr;
     return static_cast<const AttributeHostSuite*>(
         host->getSuite(QN_ATTRIBUTE_HOST_SUITE_NAME, QN_ATTRIBUTE_HOST_SUITE_VERSION));
+}
+
+/// The host's extension suite, or null when it withholds it.
+const AttributeHostExtensionSuite* extensionFromHost(const VexilHost* host) {
+    if (!host || !host->getSuite)
+        return nullptr;
+    return static_cast<const AttributeHostExtensionSuite*>(
+        host->getSuite(QN_ATTRIBUTE_HOST_EXTENSION_SUITE_NAME, QN_ATTRIBUTE_HOST_EXTENSION_SUITE_VERSION));
 }
 
 std::string loaderError() {
@@ -63,7 +72,8 @@ bool Attribute::loadSuite(const std::string& directory) {
         return false;
     }
     const auto getHost = reinterpret_cast<QnGetAttributeHostFn>(symbol);
-    const AttributeHostSuite* s = suiteFromHost(getHost());
+    const VexilHost* host = getHost();
+    const AttributeHostSuite* s = suiteFromHost(host);
     // A host that offers no suite is as useless as no host at all.
     if (!s) {
         std::cerr << "Error obtaining QnAttribute host." << std::endl;
@@ -71,7 +81,8 @@ bool Attribute::loadSuite(const std::string& directory) {
         return false;
     }
     setSuites(s);
-    return true; // the library stays open: the suite lives in it
+    GroupBuilder::setExtension(extensionFromHost(host));
+    return true; // the library stays open: the suites live in it
 }
 
 int GroupBuilder::setHost(const VexilHost* host) {
@@ -79,6 +90,7 @@ int GroupBuilder::setHost(const VexilHost* host) {
     if (!s)
         return -1;
     g_builderSuite.store(s, std::memory_order_release);
+    setExtension(extensionFromHost(host));
     return 0;
 }
 
@@ -89,6 +101,14 @@ void GroupBuilder::setSuite(const AttributeHostSuite* s) {
 
 const AttributeHostSuite* GroupBuilder::suite() {
     return g_builderSuite.load(std::memory_order_acquire);
+}
+
+void GroupBuilder::setExtension(const AttributeHostExtensionSuite* extension) {
+    g_builderExtension.store(extension, std::memory_order_release);
+}
+
+const AttributeHostExtensionSuite* GroupBuilder::extension() {
+    return g_builderExtension.load(std::memory_order_acquire);
 }
 
 } // namespace Qn

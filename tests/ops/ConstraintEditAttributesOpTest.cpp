@@ -269,19 +269,8 @@ TEST(ConstraintEditAttributes, AgreesWithWhatConstraintEditCreates) {
     }
 }
 
-// A type that exists but is not editable; the catalogue cooks the other bad arguments.
-TEST(ConstraintEditAttributes, BadArgumentsReportAClearError) {
-    CookResult result =
-        cookChain({{"a", placed({0, 0, 0})}},
-                  Json::array({op("ConstraintEditAttributes", describeArgs("Billboard", "/root/world/a"))}));
-    EXPECT_EQ(stringValue(result.scene, "/root", "type"), "error");
-    EXPECT_EQ(
-        stringValue(result.scene, "/root", "errorMessage"),
-        "ConstraintEditAttributes: unsupported constraint type 'Billboard'; the types are 'Aim', 'Orient' "
-        "and 'Point'.");
-    EXPECT_TRUE(attribute(result.scene, "/root/world/a", "constraintForEditing").is_null());
-    EXPECT_TRUE(attribute(result.scene, "/root/world", "errorMessage").is_null());
-    // A location that is not in the scene gets no description, and nothing fails.
+// A location that is not in the scene gets no description, and nothing fails.
+TEST(ConstraintEditAttributes, AnAbsentLocationIsNoError) {
     CookResult absent =
         cookChain({{"a", placed({0, 0, 0})}},
                   Json::array({op("ConstraintEditAttributes", describeArgs("Aim", "/root/world/b"))}));

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
@@ -26,187 +27,33 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-const std::string kHelp = "Run vexil-cook --help for the options.\n";
-
-const char* const kKnownOps =
-    "ConstraintEdit, ConstraintEditAttributes, ConstraintListEdit, ConstraintResolve, "
-    "ConstraintSetup";
-
 } // namespace
 
 // Every kind of input that cannot be used ends the run with one "vexil-cook ERROR:" line naming the
 // file (and the line and attribute where there is one), nothing on standard output, and status 1
-// (2 for a bad command line). {FILE} stands for the scene file's path, {DIR} for the scratch folder.
+// (2 for a bad command line). The cases are the rows of unusable-input.json: the scene file's text ("-":
+// none is written), the arguments, the status and the exact standard error, where {FILE} stands for
+// the scene file's path and {DIR} for the scratch folder.
 TEST(VexilCook, UnusableInputFailsWithOneClearLine) {
-    const std::string tinyTime = "0." + std::string(49, '0') + "1";
-    const struct {
-        const char* name;
-        std::string scene; // "-": no scene file is written
-        std::vector<std::string> arguments;
-        int status;
-        std::string err;
-    } cases[] = {
-        {"bad JSON",
-         "{\"scene\": {\n  \"attrs\": {,}\n}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 2, column 13: invalid JSON: syntax error while parsing object key - "
-         "unexpected ','; expected string literal\n"},
-        {"duplicate key",
-         "{\"scene\": {},\n \"scene\": {}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 2, column 8: duplicate key \"scene\" in one object\n"},
-        {"bare number",
-         "{\"scene\": {\"attrs\": {\n  \"n\": 3}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 2: scene.attrs.n: bare number 3: the kind must be explicit "
-         "({\"int\": "
-         "V}, {\"float\": V} or {\"double\": V})\n"},
-        {"ragged samples",
-         "{\"scene\": {\"children\": {\"world\": {\"attrs\": {\"xform\": {\n"
-         "  \"translate\": {\"double\": {\"0\": [1, 2, 3], \"1\": [1, 2]}}}}}}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 2: scene.children.world.attrs.xform.translate: samples differ in "
-         "length: time 0 has 3 values, time 1 has 2\n"},
-        {"time key",
-         "{\"scene\": {\"attrs\": {\"t\": {\"float\": {\"soon\": [1]}}}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 1: scene.attrs.t: sample time \"soon\" is not a decimal number "
-         "(such "
-         "as \"0\" or \"-0.25\")\n"},
-        {"op without type",
-         "{\"scene\": {},\n \"ops\": [\n  {\"location\": \"/root\"}]}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 3: ops[0]: an op needs a \"type\"\n"},
-        {"unknown op type",
-         "{\"scene\": {},\n \"ops\": [\n  {\"type\": \"ConstraintSetup\"},\n  {\"type\": \"Constrain\"}]}",
-         {},
-         1,
-         std::string(
-             "vexil-cook ERROR: {FILE}: line 4: ops[1].type: unknown op type \"Constrain\" (known types: ") +
-             kKnownOps + ")\n"},
-        {"no scene", "{\"ops\": []}", {}, 1, "vexil-cook ERROR: {FILE}: the file has no \"scene\"\n"},
-        {"sample time too small for a float",
-         "{\"scene\": {\"attrs\": {\"t\": {\"float\": {\"" + tinyTime + "\": [1]}}}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 1: scene.attrs.t: sample time \"" + tinyTime +
-             "\" is too close to zero for a float time (floats reach down to about 1.4e-45)\n"},
-        {"name that is a step up",
-         "{\"scene\": {\"children\": {\"world\": {\"children\": {\"..\": {}}}}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 1: scene.children.world.children...: \"..\" is not a location name "
-         "(a "
-         "name is not empty, \".\" or \"..\", and holds no \"/\" or NUL)\n"},
-        {"name with a NUL",
-         "{\"scene\": {\"children\": {\"a\\u0000b\": {}}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 1: scene.children.a\\u0000b: \"a\\u0000b\" is not a location name "
-         "(a name is not empty, \".\" or \"..\", and holds no \"/\" "
-         "or NUL)\n"},
-        {"string value with a NUL",
-         "{\"scene\": {\"attrs\": {\"target\": \"/root/a\\u0000/root/b\"}}}",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 1: scene.attrs.target: \"string\" value \"/root/a\\u0000/root/b\" "
-         "holds a "
-         "NUL character, which a string attribute cannot keep\n"},
-        {"file over the size limit",
-         "{\"scene\": {}, \"comment\": \"" + std::string(3000, 'x') + "\"}",
-         {"--max-input-size", "2K"},
-         1,
-         "vexil-cook ERROR: {FILE}: cannot read: larger than the input size limit of 2 KiB (raise it with "
-         "--max-input-size)\n"},
-
-        {"empty file",
-         "",
-         {},
-         1,
-         "vexil-cook ERROR: {FILE}: line 1, column 1: invalid JSON: syntax error while parsing value - "
-         "unexpected "
-         "end of input; expected '[', '{', or a literal\n"},
-        {"missing file", "-", {}, 1, "vexil-cook ERROR: {FILE}: cannot open: No such file or directory\n"},
-        {"bad location path",
-         "{\"scene\": {}}",
-         {"--location", "root/world"},
-         1,
-         "vexil-cook ERROR: {FILE}: --location \"root/world\" is not a location path (such as "
-         "/root/world)\n"},
-        {"missing location",
-         "{\"scene\": {\"children\": {\"world\": {}}}}",
-         {"--location", "/root/world/geo"},
-         1,
-         "vexil-cook ERROR: {FILE}: --location /root/world/geo: no such location in the cooked scene\n"},
-        {"unwritable output",
-         "{\"scene\": {}}",
-         {"-o", "{DIR}/no/such/folder/out.json"},
-         1,
-         "vexil-cook ERROR: {DIR}/no/such/folder/out.json: cannot write: No such file or directory\n"},
-        {"negative threads",
-         "{\"scene\": {}}",
-         {"--threads", "-1"},
-         2,
-         "vexil-cook ERROR: --threads: Value -1 not in range 0 to 4096\nRun vexil-cook --help for the "
-         "options.\n"},
-        {"unknown option",
-         "{\"scene\": {}}",
-         {"--wrld"},
-         2,
-         "vexil-cook ERROR: The following argument was not expected: --wrld\nRun vexil-cook --help for the "
-         "options.\n"},
-        {"empty output",
-         "{\"scene\": {}}",
-         {"-o", ""},
-         2,
-         "vexil-cook ERROR: -o: the value is empty\n" + kHelp},
-        {"empty explain",
-         "{\"scene\": {}}",
-         {"--explain", ""},
-         2,
-         "vexil-cook ERROR: --explain: the value is empty\n" + kHelp},
-        {"empty camera at the end",
-         "{\"scene\": {}}",
-         {"--svg", "{DIR}/p.svg", "--camera="},
-         2,
-         "vexil-cook ERROR: --camera: the value is empty\n" + kHelp},
-        {"frame range",
-         "{\"scene\": {}}",
-         {"--frames", "5-1"},
-         2,
-         "vexil-cook ERROR: --frames: \"5-1\" is not a frame range (such as 1-24 or 1-100:5)\n" + kHelp},
-        {"frame range to one JSON",
-         "{\"scene\": {}}",
-         {"--frames", "1-5", "-o", "{DIR}/out.json"},
-         2,
-         "vexil-cook ERROR: --frames: a range writes one JSON file per frame: give -o a name with # for the "
-         "frame number (such as -o cooked.####.json), or a .gltf or .glb file\n" +
-             kHelp},
-        {"shutter",
-         "{\"scene\": {}}",
-         {"--shutter", "0.5", "0"},
-         2,
-         "vexil-cook ERROR: --shutter: OPEN 0.5 is after CLOSE 0\n" + kHelp},
-    };
-    for (const auto& c : cases) {
+    std::ifstream table(VEXIL_CLI_CASES_DIR "/unusable-input.json");
+    const Json cases = Json::parse(table);
+    ASSERT_FALSE(cases.empty());
+    for (const Json& c : cases) {
+        const std::string name = c.at("name");
+        const std::string scene = c.at("scene");
         const ScratchFolder folder;
         const std::string file =
-            c.scene != "-" ? folder.write("scene.json", c.scene) : folder.path("missing.json");
+            scene != "-" ? folder.write("scene.json", scene) : folder.path("missing.json");
         std::vector<std::string> arguments;
-        for (const std::string& argument : c.arguments) {
-            arguments.push_back(replaced(argument, "{DIR}/", folder.path("")));
+        for (const Json& argument : c.at("args")) {
+            arguments.push_back(replaced(argument.get<std::string>(), "{DIR}/", folder.path("")));
         }
         arguments.push_back(file);
         const RunResult result = runCook(arguments);
-        EXPECT_EQ(result.status, c.status) << c.name;
-        EXPECT_EQ(result.out, "") << c.name;
-        EXPECT_EQ(result.err, replaced(replaced(c.err, "{FILE}", file), "{DIR}/", folder.path(""))) << c.name;
+        EXPECT_EQ(result.status, c.at("status").get<int>()) << name;
+        EXPECT_EQ(result.out, "") << name;
+        EXPECT_EQ(result.err, replaced(replaced(c.at("stderr"), "{FILE}", file), "{DIR}/", folder.path("")))
+            << name;
     }
     // An endless device.
     const RunResult endless = runCook({"--max-input-size", "1M", "/dev/zero"});

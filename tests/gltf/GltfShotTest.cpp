@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -125,109 +125,32 @@ void expectNear(const std::vector<double>& actual, const std::vector<double>& ex
 } // namespace
 
 // Each malformed shot ends the run with status 1, nothing on standard output, and one line that
-// names the node, accessor, animation, camera or mesh at fault.
+// names the node, accessor, animation, camera or mesh at fault. The cases are the rows of
+// malformed-shots.json: a JSON patch of the valid shot and the line after "vexil-cook ERROR: <file>: "
+// ({DIR} is the scratch folder; an empty line: the shot cooks).
 TEST(GltfShot, MalformedShotsEndWithOneLine) {
-    using Edit = std::function<void(Json&)>;
-    const struct {
-        const char* name;
-        Edit edit;
-        std::string err; // after "vexil-cook ERROR: <file>: "
-    } cases[] = {
-        {"valid", [](Json&) {}, ""},
-        {"not JSON", [](Json& s) { s = "{"; }, "not a readable glTF 2.0 file: JSON string too short."},
-        {"missing buffer file", [](Json& s) { s["buffers"][0]["uri"] = "missing.bin"; },
-         "not a readable glTF 2.0 file: File not found : missing.bin"},
-        {"buffer shorter than stated", [](Json& s) { s["buffers"][0]["byteLength"] = 200; },
-         "not a readable glTF 2.0 file: Failed to decode 'uri' : data:application/octet-stream;base64,... in "
-         "Buffer"},
-        {"buffer file shorter than stated", [](Json& s) { s["buffers"][0]["uri"] = "short.bin"; },
-         "not a readable glTF 2.0 file: File size mismatch : {DIR}short.bin, requestedBytes 76, but got 10"},
-        {"accessor longer than its view", [](Json& s) { s["accessors"][3]["count"] = 3; },
-         "accessor 3: 3 elements of 12 bytes every 12 bytes from byte 0 do not fit in the 24 bytes of buffer "
-         "view 3"},
-        {"view beyond the buffer", [](Json& s) { s["bufferViews"][3]["byteLength"] = 40; },
-         "accessor 3: buffer view 3 (40 bytes from byte 52) does not fit in the 76 bytes of buffer 0"},
-        {"missing buffer view", [](Json& s) { s["accessors"][0]["bufferView"] = 9; },
-         "accessor 0: buffer view 9 does not exist (the file has 4)"},
-        {"sparse accessor",
-         [](Json& s) {
-             s["accessors"][3]["sparse"] = Json::parse(
-                 R"({"count": 1, "indices": {"bufferView": 1, "componentType": 5123}, "values": {"bufferView": 3}})");
-         },
-         "accessor 3: sparse accessors are not read"},
-        {"missing scene node",
-         [](Json& s) {
-             s["scenes"][0]["nodes"] = {0, 7};
-         },
-         "scene 0: node 7 does not exist (the file has 2 nodes)"},
-        {"missing child", [](Json& s) { s["nodes"][1]["children"] = {5}; },
-         "node 1 \"B\": node 5 does not exist (the file has 2 nodes)"},
-        {"node in a cycle", [](Json& s) { s["nodes"][1]["children"] = {0}; },
-         "node 0 \"A\": reached twice in the default scene (a node has one parent, and nodes make no cycle)"},
-        {"missing mesh", [](Json& s) { s["nodes"][1]["mesh"] = 3; }, "node 1 \"B\": mesh 3 does not exist"},
-        {"index beyond the points",
-         [](Json& s) {
-             s["accessors"][1]["bufferView"] = 3;
-             s["accessors"][1]["byteOffset"] = 14;
-         },
-         "accessor 1: index 16384 is beyond the 3 points of mesh 0 \"Tri\" primitive 0"},
-        {"key times out of order", [](Json& s) { s["accessors"][2]["bufferView"] = 3; },
-         "accessor 2: key times must increase, but element 1 (0 s) follows 0 s"},
-        {"fewer values than key times", [](Json& s) { s["accessors"][3]["count"] = 1; },
-         "animation 0 \"Slide\": channel 0: 2 key times (accessor 2) need 2 values, but accessor 3 holds 1"},
-        {"unknown interpolation",
-         [](Json& s) { s["animations"][0]["samplers"][0]["interpolation"] = "SMOOTH"; },
-         "animation 0 \"Slide\": channel 0: unknown interpolation \"SMOOTH\" (LINEAR, STEP or CUBICSPLINE)"},
-        {"missing sampler", [](Json& s) { s["animations"][0]["channels"][0]["sampler"] = 4; },
-         "animation 0 \"Slide\": channel 0: sampler 4 does not exist"},
-        {"animated node with a matrix",
-         [](Json& s) { s["nodes"][0]["matrix"] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; },
-         "node 0 \"A\": animated, but holds a matrix (an animated node has translation, rotation and scale)"},
-        {"matrix of 15 numbers",
-         [](Json& s) { s["nodes"][1]["matrix"] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0}; },
-         "node 1 \"B\": matrix has 15 numbers, not 16"},
-        {"zero rotation",
-         [](Json& s) {
-             s["nodes"][1]["rotation"] = {0, 0, 0, 0};
-         },
-         "node 1 \"B\": rotation is not a rotation (a zero quaternion)"},
-        {"camera without a field of view",
-         [](Json& s) {
-             s["cameras"] =
-                 Json::parse(R"([{"type": "perspective", "perspective": {"yfov": 0, "znear": 0.1}}])");
-             s["nodes"][1]["camera"] = 0;
-         },
-         "camera 0: yfov 0 is not between 0 and pi"},
-        {"constraints not in an array",
-         [](Json& s) { s["nodes"][1]["extras"]["vexilConstraints"] = Json::object(); },
-         "node 1 \"B\": extras.vexilConstraints must be an array of constraint groups"},
-        {"constraint with a bare number",
-         [](Json& s) {
-             s["nodes"][1]["extras"]["vexilConstraints"] =
-                 Json::parse(R"([{"type": "Point", "args": {"weight": 2}}])");
-         },
-         "node 1 \"B\": extras.vexilConstraints[0].args.weight: bare number 2: the kind must be explicit "
-         "({\"int\": V}, {\"float\": V} or {\"double\": V})"},
-    };
-    for (const auto& c : cases) {
+    std::ifstream table(VEXIL_GLTF_CASES_DIR "/malformed-shots.json");
+    const Json cases = Json::parse(table);
+    ASSERT_FALSE(cases.empty());
+    for (const Json& c : cases) {
+        const std::string name = c.at("name");
         const ScratchFolder folder;
-        Json shot = validShot();
-        c.edit(shot);
+        const Json shot = validShot().patch(c.at("patch"));
         folder.write("short.bin", std::string(10, '\0'));
         const std::string file =
             folder.write("shot.gltf", shot.is_string() ? shot.get<std::string>() : shot.dump(1));
         const RunResult run = runCook({"-q", file});
-        if (c.err.empty()) {
+        std::string err = c.at("stderr");
+        if (err.empty()) {
             EXPECT_EQ(run.status, 0) << run.err;
             continue;
         }
-        EXPECT_EQ(run.status, 1) << c.name;
-        EXPECT_EQ(run.out, "") << c.name;
-        std::string err = c.err;
+        EXPECT_EQ(run.status, 1) << name;
+        EXPECT_EQ(run.out, "") << name;
         if (const size_t at = err.find("{DIR}"); at != std::string::npos) {
             err.replace(at, 5, folder.path(""));
         }
-        EXPECT_EQ(run.err, "vexil-cook ERROR: " + file + ": " + err + "\n") << c.name;
+        EXPECT_EQ(run.err, "vexil-cook ERROR: " + file + ": " + err + "\n") << name;
     }
 }
 
@@ -315,6 +238,33 @@ TEST(GltfShot, BakeKeepsTransformsTimesAndTurns) {
         }
     }
     EXPECT_EQ(rotations, 1u);
+}
+
+// Two rotation keys whose quaternions have a dot product of -0.28 stand for turns 147.5° apart one way
+// or 212.5° the other: the blend takes the shorter way. The second key, (0,0,-0.96,-0.28), is a turn
+// of 2·atan(24/7) about +z; half way is atan(24/7) about +z, whose x row is (7/25, 24/25, 0) (the
+// longer way would give (-7/25, -24/25, 0)).
+TEST(GltfShot, RotationKeysBlendTheShorterWay) {
+    std::string bytes;
+    append<float>(bytes, {0, 1});
+    append<float>(bytes, {0, 0, 0, 1, 0, 0, -0.96f, -0.28f});
+    const Json shot = Json::parse(R"({
+      "asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"name": "A"}],
+      "animations": [{"channels": [{"sampler": 0, "target": {"node": 0, "path": "rotation"}}],
+                      "samplers": [{"input": 0, "output": 1}]}],
+      "accessors": [{"bufferView": 0, "componentType": 5126, "count": 2, "type": "SCALAR", "min": [0], "max": [1]},
+                    {"bufferView": 1, "componentType": 5126, "count": 2, "type": "VEC4"}],
+      "bufferViews": [{"buffer": 0, "byteLength": 8}, {"buffer": 0, "byteOffset": 8, "byteLength": 32}],
+      "buffers": [{"byteLength": 40}]})");
+    Json withData = shot;
+    withData["buffers"][0]["uri"] = "data:application/octet-stream;base64," + base64(bytes);
+    const ScratchFolder folder;
+    const RunResult run = runCook({"-q", "--world", "--fps", "1", "--shutter", "0.5", "0.5", "--location",
+                                   "/root/world/A", folder.write("turn.gltf", withData.dump())});
+    ASSERT_EQ(run.status, 0) << run.err;
+    const Json world = Json::parse(run.out)["scene"]["attrs"]["world"]["double"];
+    const Json& m = world.is_object() ? world.begin().value() : world;
+    expectNear({m[0].get<double>(), m[1].get<double>(), m[2].get<double>()}, {0.28, 0.96, 0}, 1e-6, "x row");
 }
 
 // Chunks of a shot baked apart and joined give the same animation as one bake of the whole range.

@@ -1,6 +1,6 @@
-// The helpers of the authoring ops that need no host: constraint naming, the list removal rule, the
-// argument checks with their exact messages, setAttrs flattening and the argument kinds. The working
-// defaults and hints are checked end to end in ConstraintEditAttributesOpTest.
+// The helpers of the authoring ops that need no host: constraint naming, the list removal rule,
+// setAttrs flattening and the argument kinds (the argument checks' texts are the failure catalogue's). The
+// working defaults and hints are checked end to end in ConstraintEditAttributesOpTest.
 #include "constraints/ops/ConstraintListRules.h"
 #include "constraints/ops/EditArguments.h"
 #include "constraints/ops/EditableArguments.h"
@@ -102,67 +102,6 @@ TEST(ConstraintListRules, EachPathRemovesItsLastOccurrenceOnce) {
     }
 }
 
-TEST(EditArguments, LocationPathAndTypeChecksGiveExactMessages) {
-    struct Case {
-        Qn::Attribute arg;
-        std::string value;
-        std::string error;
-    };
-    const std::vector<Case> paths = {
-        {Qn::Attribute(), "", "Op: a 'locationPath' argument must be given."},
-        {Qn::IntAttribute(1), "", "Op: a 'locationPath' argument must be given."},
-        {Qn::StringAttribute(""), "", "Op: a 'locationPath' argument must be given."},
-        {Qn::StringAttribute(Strings{}), "", "Op: a 'locationPath' argument must be given."},
-        {Qn::StringAttribute("root/world/a"), "",
-         "Op: 'locationPath' must be an absolute location path, not 'root/world/a'."},
-        {Qn::StringAttribute("/root/world/a"), "/root/world/a", ""},
-        {Qn::StringAttribute("/root/world/a//"), "/root/world/a", ""},
-        {Qn::StringAttribute(Strings{"/root/world/b", "/root/world/c"}), "/root/world/b", ""},
-    };
-    for (const Case& c : paths) {
-        const CheckedArgument checked = checkLocationPathArg(c.arg, "Op");
-        EXPECT_EQ(checked.value, c.value);
-        EXPECT_EQ(checked.error, c.error);
-        EXPECT_EQ(checked.ok(), c.error.empty());
-    }
-    const std::string missingType =
-        "Op: a 'constraintType' argument must be given: 'Aim', 'Orient' or 'Point'.";
-    const std::vector<Case> types = {
-        {Qn::Attribute(), "", missingType},
-        {Qn::FloatAttribute(1.0f), "", missingType},
-        {Qn::StringAttribute(""), "", missingType},
-        {Qn::StringAttribute("aim"), "",
-         "Op: unsupported constraint type 'aim'; the types are 'Aim', 'Orient' and 'Point'."},
-        {Qn::StringAttribute("Scale"), "",
-         "Op: unsupported constraint type 'Scale'; the types are 'Aim', 'Orient' and 'Point'."},
-        {Qn::StringAttribute("Aim"), "Aim", ""},
-        {Qn::StringAttribute("Orient"), "Orient", ""},
-        {Qn::StringAttribute("Point"), "Point", ""},
-    };
-    for (const Case& c : types) {
-        const CheckedArgument checked = checkConstraintTypeArg(c.arg, "Op");
-        EXPECT_EQ(checked.value, c.value);
-        EXPECT_EQ(checked.error, c.error);
-    }
-    const std::string missingAction = "Op: an 'action' argument must be given: 'createOrOverride', "
-                                      "'addToConstraintList' or 'removeFromConstraintList'.";
-    const std::vector<Case> actions = {
-        {Qn::Attribute(), "", missingAction},
-        {Qn::IntAttribute(0), "", missingAction},
-        {Qn::StringAttribute("create"), "",
-         "Op: unsupported action 'create'; the actions are 'createOrOverride', 'addToConstraintList' and "
-         "'removeFromConstraintList'."},
-        {Qn::StringAttribute("createOrOverride"), "createOrOverride", ""},
-        {Qn::StringAttribute("addToConstraintList"), "addToConstraintList", ""},
-        {Qn::StringAttribute("removeFromConstraintList"), "removeFromConstraintList", ""},
-    };
-    for (const Case& c : actions) {
-        const CheckedArgument checked = checkActionArg(c.arg, "Op");
-        EXPECT_EQ(checked.value, c.value);
-        EXPECT_EQ(checked.error, c.error);
-    }
-}
-
 TEST(EditArguments, SetAttrsFlattenToDottedPathsInOrder) {
     Qn::GroupBuilder nestedArgs;
     nestedArgs.set("xAxis", Qn::IntAttribute(0));
@@ -180,26 +119,6 @@ TEST(EditArguments, SetAttrsFlattenToDottedPathsInOrder) {
     EXPECT_EQ(stringsOf(flat[1].second), Strings{"boundingBox"});
     EXPECT_EQ(Qn::IntAttribute(flat[3].second).getValue(), 2);
     EXPECT_TRUE(flattenSetAttrs(Qn::GroupAttribute()).empty());
-}
-
-TEST(EditArguments, SetAttrsMayNotChangeTheType) {
-    const std::string notGroup = "ConstraintEdit: 'setAttrs' must be a group of attributes.";
-    const std::string changesType =
-        "ConstraintEdit: 'setAttrs' cannot change the constraint type ('Aim'); choose the type with "
-        "'constraintType'.";
-    const std::vector<std::pair<Qn::Attribute, std::string>> cases = {
-        {Qn::Attribute(), ""},
-        {literalGroup({}), ""},
-        {literalGroup({{"args.xAxis", Qn::IntAttribute(0)}}), ""},
-        {literalGroup({{"type", Qn::StringAttribute("Aim")}}), ""},
-        {Qn::StringAttribute("args.xAxis"), notGroup},
-        {literalGroup({{"type", Qn::StringAttribute("Point")}}), changesType},
-        {literalGroup({{"type", Qn::IntAttribute(1)}}), changesType},
-        {literalGroup({{"type.inner", Qn::StringAttribute("Aim")}}), changesType},
-    };
-    for (const auto& [arg, expected] : cases) {
-        EXPECT_EQ(checkSetAttrsArg(arg, "Aim"), expected);
-    }
 }
 
 TEST(EditableArguments, KindsAcceptOnlyWhatTheResolversRead) {

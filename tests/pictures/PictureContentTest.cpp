@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <set>
 
@@ -226,9 +227,17 @@ TEST(Pictures, ExampleTargetLinesJoinEachBaseToItsTargets) {
 // coordinates put them, under one uniform scale (v up is y down), and the view is filled.
 TEST(Pictures, OrthographicViewsPlaceLocationsByTheirWorldPositions) {
     const ScratchFolder scratch;
-    const Json children{{"a", group({{"xform", VexilTest::translateXform({0, 0, 0})}})},
-                        {"b", group({{"xform", VexilTest::translateXform({4, 2, -3})}})},
-                        {"c", group({{"xform", VexilTest::translateXform({-2, 6, 1})}})}};
+    const Json children{
+        {"a", group({{"xform", VexilTest::translateXform({0, 0, 0})}})},
+        {"b", group({{"xform", VexilTest::translateXform({4, 2, -3})}})},
+        {"c", group({{"xform", VexilTest::translateXform({-2, 6, 1})}})},
+        // One face of two vertices, from a's position to b's: an edge both ways.
+        {"m",
+         group({{"type", "polymesh"},
+                {"geometry",
+                 {{"point", {{"P", VexilTest::floats({0, 0, 0, 4, 2, -3}, 3)}}},
+                  {"poly",
+                   {{"startIndex", VexilTest::ints({0, 2})}, {"vertexList", VexilTest::ints({0, 1})}}}}}})}};
     const Drawn drawn =
         draw(scratch, writeScene(scratch, "known.json", VexilTest::sceneFile(children, Json::array())));
     ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
@@ -253,6 +262,15 @@ TEST(Pictures, OrthographicViewsPlaceLocationsByTheirWorldPositions) {
         // Rounding of both ends to 0.01 px, magnified by the ratio of the distances.
         EXPECT_NEAR(pc.x - a.x, c.c.x * scale, 0.05) << "c.x";
         EXPECT_NEAR(pc.y - a.y, -c.c.y * scale, 0.05) << "c.y";
+
+        const auto edges =
+            select(drawn.elements, "path", "mesh", {{"data-view", c.view}, {"data-path", "/root/world/m"}});
+        ASSERT_EQ(edges.size(), 1u);
+        Imath::V2d from, to;
+        ASSERT_EQ(
+            std::sscanf(edges[0]->attr("d").c_str(), "M%lf,%lf L%lf,%lf", &from.x, &from.y, &to.x, &to.y), 4);
+        expectAt(from, a, "mesh edge start");
+        expectAt(to, b, "mesh edge end");
 
         const auto views = select(drawn.elements, "g", "view", {{"data-view", c.view}});
         ASSERT_EQ(views.size(), 1u);

@@ -216,14 +216,6 @@ TEST_F(ConstraintDescriptionsWithAttributes, ReadsConstraintChildrenInOrderWithD
     EXPECT_TRUE(readConstraintDescriptions(Qn::Attribute()).empty());
 }
 
-TEST(Progress, LineShowsCountRateAndElapsedTime) {
-    EXPECT_EQ(ProgressDisplay::line("vexil-cook: cooking", 1, 0.5),
-              "vexil-cook: cooking: 1 location cooked, 2 per second, 0.5 s elapsed");
-    EXPECT_EQ(ProgressDisplay::line("x", 1500, 2.0),
-              "x: 1500 locations cooked, 750 per second, 2.0 s elapsed");
-    EXPECT_EQ(ProgressDisplay::line("x", 0, 0.0), "x: 0 locations cooked, 0 per second, 0.0 s elapsed");
-}
-
 TEST(Progress, StaysQuietUntilTheDelayThenRewritesOneLine) {
     std::atomic<int64_t> counter{10};
     std::ostringstream out;

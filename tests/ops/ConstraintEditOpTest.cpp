@@ -75,29 +75,6 @@ TEST(ConstraintEdit, CreateOverrideAndResolveAnAim) {
     }
 }
 
-// Point: the target at (1,2,3), the base at (9,9,9) with x disabled ends at (9,2,3). Orient: a target
-// turned +90 degrees about z (x onto y) gives the base that rotation, at its own position (5,0,0).
-TEST(ConstraintEdit, CreatesPointAndOrientThatResolve) {
-    const Json children = {
-        {"t", placed({1, 2, 3})},
-        {"turned", placed({7, 7, 7}, {{"rotate", doubles({90, 0, 0, 1})}})},
-        {"p", placed({9, 9, 9})},
-        {"o", placed({5, 0, 0})},
-    };
-    const Json ops = Json::array({
-        op("ConstraintEdit",
-           editArgs("Point", "/root/world/p",
-                    {{"target", Json::array({"/root/world/t"})}, {"args", {{"xAxis", ints({0})}}}})),
-        op("ConstraintEdit", editArgs("Orient", "/root/world/o", {{"target", Json::array({"../turned"})}})),
-        op("ConstraintResolve", Json::object()),
-    });
-    CookResult result = cookChain(children, ops);
-    EXPECT_LT((position(result.scene, "/root/world/p") - Imath::V3d(9, 2, 3)).length(), kTolerance);
-    EXPECT_LT(maxDifference(world(result.scene, "/root/world/o"),
-                            frame({0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {5, 0, 0})),
-              1e-9);
-}
-
 // An existing constraint of the type is overridden where it stands; a location without one gets a new
 // child under the first free name, after what is there.
 TEST(ConstraintEdit, OverridesInPlaceOrAddsUnderAFreshName) {
@@ -186,33 +163,6 @@ TEST(ConstraintEdit, ListActionsAddAndRemoveEntries) {
         // The list actions leave the listed location alone.
         EXPECT_EQ(memberNames(attribute(result.scene, a, "xform")), Strings{"translate"}) << c.name;
     }
-}
-
-// Create, list and resolve in one chain; removing the entry again changes the list that ConstraintResolve
-// records, and which ancestors lose their bound, but the constraint itself is still resolved.
-TEST(ConstraintEdit, RoundTripWithTheConstraintList) {
-    const Json bound = doubles({-1, 1, -1, 1, -1, 1});
-    const Json children = {
-        {"t", placed({4, 0, 0})},
-        {"grp", {{"attrs", {{"type", "group"}, {"bound", bound}}}, {"children", {{"a", placed({0, 0, 0})}}}}},
-    };
-    const std::string a = "/root/world/grp/a";
-    const Json create =
-        op("ConstraintEdit", editArgs("Point", a, {{"target", Json::array({"/root/world/t"})}}));
-    const Json add = op("ConstraintEdit", listArgs("addToConstraintList", a));
-    const Json remove = op("ConstraintEdit", listArgs("removeFromConstraintList", a));
-    const Json resolve = op("ConstraintResolve", Json::object());
-
-    CookResult listed = cookChain(children, Json::array({create, add, resolve}));
-    bool present = false;
-    EXPECT_EQ(constraintList(listed.scene, present, "info.constraintList"), Strings{a});
-    EXPECT_TRUE(attribute(listed.scene, "/root/world/grp", "bound").is_null());
-    EXPECT_LT((position(listed.scene, a) - Imath::V3d(4, 0, 0)).length(), kTolerance);
-
-    CookResult unlisted = cookChain(children, Json::array({create, add, remove, resolve}));
-    EXPECT_TRUE(constraintList(unlisted.scene, present, "info.constraintList").empty());
-    EXPECT_EQ(attribute(unlisted.scene, "/root/world/grp", "bound"), bound);
-    EXPECT_LT((position(unlisted.scene, a) - Imath::V3d(4, 0, 0)).length(), kTolerance);
 }
 
 // Bad arguments the failure catalogue does not already cook with the same input: the error stops the

@@ -160,28 +160,13 @@ TEST(CameraMathDolly, PullBackPutsEveryPointInFront) {
 
 TEST(CameraMathDolly, BoxMoveOfHandWorkedPoints) {
     const CameraFrame frame = cameraFrame(M44d(), M44d());
-    const FrustumHalfAngles square = dollyHalfAngles({-1, 1, -1, 1}, 90.0, 0.0);
-    const FrustumHalfAngles wideLeft = dollyHalfAngles({-2, 1, -1, 1}, 90.0, 0.0);
-    struct Case {
-        const char* name;
-        FrustumHalfAngles angles;
+    for (const Json& c : mathCases("camera.json", "dollyBoxMoves")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
         std::vector<V3d> points;
-        double move;
-    } cases[] = {
-        // At 45° a point 2 off the axis touches the side at depth 2: from depth 10 that is 8 forward.
-        {"one point right", square, {V3d(2, 0, -10)}, 8.0},
-        {"limiting point below", square, {V3d(2, 0, -10), V3d(0, -3, -10)}, 7.0},
-        // The left side opens to atan(2): 4 to the left touches at depth 2.
-        {"wide left side", wideLeft, {V3d(-4, 0, -10)}, 8.0},
-        {"right side unchanged", wideLeft, {V3d(4, 0, -10)}, 6.0},
-        // Beyond the frustum the camera moves back: 12 off the axis needs depth 12.
-        {"backwards", square, {V3d(0, 12, -10)}, -2.0},
-        {"no points", square, {}, 0.0},
-        {"on the axis", square, {V3d(0, 0, -10)}, 10.0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_NEAR(dollyBoxMove(frame, frame.position, c.angles, c.points), c.move, 1e-9);
+        for (const Json& p : c.at("points"))
+            points.push_back(vec(p));
+        const FrustumHalfAngles angles = dollyHalfAngles(window(c.at("window")), 90.0, 0.0);
+        EXPECT_NEAR(dollyBoxMove(frame, frame.position, angles, points), c.at("move").get<double>(), 1e-9);
     }
 }
 

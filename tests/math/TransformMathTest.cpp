@@ -30,61 +30,26 @@ M44d rotationZ(double degrees) {
 // ---- Point ----
 
 TEST(PointConstraintMath, TranslationInBaseLocalFrame) {
-    struct Case {
-        const char* what;
-        M44d base;
-        V3d baseOrigin;
-        V3d target;
-        bool x, y, z;
-        V3d expected;
-    };
-    const Case cases[] = {
-        {"identity base", M44d(), V3d(0), V3d(1, 0, 0), true, true, true, V3d(1, 0, 0)},
-        // Base at (5,0,0) scaled by 2: the world point (9,2,0) is local (2,1,0).
-        {"scaled and moved base", scaling(V3d(2, 2, 2)) * translation(V3d(5, 0, 0)), V3d(0.5, 0, 0),
-         V3d(9, 2, 0), true, true, true, V3d(1.5, 1, 0)},
-        {"x axis off", scaling(V3d(2, 2, 2)) * translation(V3d(5, 0, 0)), V3d(0.5, 0, 0), V3d(9, 2, 0), false,
-         true, true, V3d(0, 1, 0)},
-        {"only z", M44d(), V3d(1, 1, 1), V3d(4, 5, 6), false, false, true, V3d(0, 0, 5)},
-        // The base's x axis points along world y, so world (0,3,0) is three units along local x.
-        {"rotated base", rotationZ(90), V3d(0), V3d(0, 3, 0), true, true, true, V3d(3, 0, 0)},
-        // A singular base inverts to the identity: the world point is used as it is.
-        {"singular base", scaling(V3d(1, 0, 1)), V3d(1, 1, 1), V3d(3, 4, 5), true, true, true, V3d(2, 3, 4)},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const M44d result = pointConstraintMatrix(c.base, c.baseOrigin, c.target, c.x, c.y, c.z);
-        M44d expected;
-        expected.setTranslation(c.expected);
-        expectNear(expected, result);
+    for (const Json& c : mathCases("transform.json", "pointTranslations")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
+        const Json& axes = c.at("axes");
+        const M44d result =
+            pointConstraintMatrix(matrix(c.at("base")), vec(c.at("baseOrigin")), vec(c.at("target")),
+                                  axes.at(0).get<bool>(), axes.at(1).get<bool>(), axes.at(2).get<bool>());
+        expectNear(translation(vec(c.at("moved"))), result);
     }
 }
 
 // ---- Aim ----
 
 TEST(AimConstraintMath, SideFallbackBranches) {
-    struct Case {
-        V3d up;
-        V3d expected;
-    };
-    const Case cases[] = {
-        {V3d(0, 2, 0), V3d(0, 0, 2)},
-        {V3d(-1, 0.5, 0), V3d(0, 0, 0.5)},
-        {V3d(3, 0, 0), V3d(0, 3, 0)},
-        {V3d(-3, 1e-8, 0), V3d(0, -3, 0)},
-        // The third branch tests z but uses y: zero (or tiny) whatever z is.
-        {V3d(0, 0, 5), V3d(0, 0, 0)},
-        {V3d(0, 5e-8, 1), V3d(0, 0, 5e-8)},
-        // Exactly 1e-7 is not above the threshold.
-        {V3d(1e-7, 1e-7, 1e-7), V3d(0, 0, 0)},
-        {V3d(0, 0, 0), V3d(0, 0, 0)},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(::testing::Message() << "up (" << c.up.x << ", " << c.up.y << ", " << c.up.z << ")");
-        const V3d side = aimSideFallback(c.up);
-        EXPECT_EQ(c.expected.x, side.x);
-        EXPECT_EQ(c.expected.y, side.y);
-        EXPECT_EQ(c.expected.z, side.z);
+    for (const Json& c : mathCases("transform.json", "aimSideFallbacks")) {
+        SCOPED_TRACE(c.dump());
+        const V3d side = aimSideFallback(vec(c.at("up")));
+        const V3d expected = vec(c.at("side"));
+        EXPECT_EQ(expected.x, side.x);
+        EXPECT_EQ(expected.y, side.y);
+        EXPECT_EQ(expected.z, side.z);
     }
 }
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 using namespace VexilTest;
 using Strings = std::vector<std::string>;
 
@@ -131,37 +133,28 @@ TEST(ConstraintEdit, OverridesInPlaceOrAddsUnderAFreshName) {
     EXPECT_EQ(stringValue(scene, "/root/world/oddXform", "xform.constraint.args.targetOrigin"), "origin");
 }
 
+// The rows of list-actions.json.
 TEST(ConstraintEdit, ListActionsAddAndRemoveEntries) {
-    const std::string a = "/root/world/a";
-    const std::string b = "/root/world/b";
-    struct Case {
-        const char* name;
-        Json initial; // the list before, or null for none
-        std::string action;
-        std::string path;
-        bool present;
-        Strings expected;
-    };
-    const std::vector<Case> cases = {
-        {"addToNone", Json(), "addToConstraintList", a, true, {a}},
-        {"addKeepsDuplicates", Json::array({a, b, a}), "addToConstraintList", b, true, {a, b, a, b}},
-        {"addStripsTrailingSlash", Json::array({b}), "addToConstraintList", a + "/", true, {b, a}},
-        {"removeTakesTheLast", Json::array({a, b, a}), "removeFromConstraintList", a, true, {a, b}},
-        {"removeUnlisted", Json::array({a, b}), "removeFromConstraintList", "/root/world/c", true, {a, b}},
-        {"removeTheOnlyEntry", Json::array({a}), "removeFromConstraintList", a, false, {}},
-        {"removeFromNone", Json(), "removeFromConstraintList", a, false, {}},
-    };
-    for (const Case& c : cases) {
-        const Json worldAttrs =
-            c.initial.is_null() ? Json::object() : Json{{"globals", {{"constraintList", c.initial}}}};
+    std::ifstream table(VEXIL_OPS_CASES_DIR "/list-actions.json");
+    const Json cases = Json::parse(table).at("cases");
+    ASSERT_FALSE(cases.empty());
+    for (const Json& c : cases) {
+        const std::string why = c.at("why");
+        const Json worldAttrs = c.at("before").is_null()
+                                    ? Json::object()
+                                    : Json{{"globals", {{"constraintList", c.at("before")}}}};
         const Json children = {{"a", placed({0, 0, 0})}, {"b", placed({0, 0, 0})}};
         CookResult result =
-            cookChain(children, Json::array({op("ConstraintEdit", listArgs(c.action, c.path))}), worldAttrs);
+            cookChain(children,
+                      Json::array({op("ConstraintEdit", listArgs(c.at("action").get<std::string>(),
+                                                                 c.at("path").get<std::string>()))}),
+                      worldAttrs);
         bool present = false;
-        EXPECT_EQ(constraintList(result.scene, present), c.expected) << c.name;
-        EXPECT_EQ(present, c.present) << c.name;
+        EXPECT_EQ(constraintList(result.scene, present), c.at("after").get<Strings>()) << why;
+        EXPECT_EQ(present, c.at("present").get<bool>()) << why;
         // The list actions leave the listed location alone.
-        EXPECT_EQ(memberNames(attribute(result.scene, a, "xform")), Strings{"translate"}) << c.name;
+        EXPECT_EQ(memberNames(attribute(result.scene, "/root/world/a", "xform")), Strings{"translate"})
+            << why;
     }
 }
 

@@ -1,7 +1,7 @@
 // Point, Aim and Orient mathematics against matrices worked out by hand, degenerate input first,
 // then seeded random transforms with non-uniform scale checked by geometric properties.
 #include "constraints/resolvers/TransformMath.h"
-#include "tests/support/NearChecks.h"
+#include "tests/math/MathTestSupport.h"
 #include "tests/support/ThrownMessage.h"
 
 #include <Imath/ImathMatrixAlgo.h>
@@ -15,40 +15,14 @@
 using namespace Vexil3Constraints::Private;
 using Imath::M44d;
 using Imath::V3d;
-using VexilTest::expectMatrixNear;
-using VexilTest::expectVecNear;
-using VexilTest::thrownMessage;
+using namespace VexilTest;
 
 namespace {
 
 constexpr double kDeg = M_PI / 180.0;
 
-M44d translation(double x, double y, double z) {
-    M44d m;
-    m.setTranslation(V3d(x, y, z));
-    return m;
-}
-
-M44d scaling(double x, double y, double z) {
-    M44d m;
-    m.setScale(V3d(x, y, z));
-    return m;
-}
-
-// Rotation about z by `degrees`, row vectors: +x turns towards +y.
 M44d rotationZ(double degrees) {
-    const double c = std::cos(degrees * kDeg), s = std::sin(degrees * kDeg);
-    return M44d(c, s, 0, 0, -s, c, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
-}
-
-V3d direction(const V3d& v, const M44d& m) {
-    V3d out;
-    m.multDirMatrix(v, out);
-    return out;
-}
-
-V3d translationOf(const M44d& m) {
-    return V3d(m[3][0], m[3][1], m[3][2]);
+    return rotation(V3d(0, 0, 1), degrees);
 }
 
 } // namespace
@@ -56,61 +30,26 @@ V3d translationOf(const M44d& m) {
 // ---- Point ----
 
 TEST(PointConstraintMath, TranslationInBaseLocalFrame) {
-    struct Case {
-        const char* what;
-        M44d base;
-        V3d baseOrigin;
-        V3d target;
-        bool x, y, z;
-        V3d expected;
-    };
-    const Case cases[] = {
-        {"identity base", M44d(), V3d(0), V3d(1, 0, 0), true, true, true, V3d(1, 0, 0)},
-        // Base at (5,0,0) scaled by 2: the world point (9,2,0) is local (2,1,0).
-        {"scaled and moved base", scaling(2, 2, 2) * translation(5, 0, 0), V3d(0.5, 0, 0), V3d(9, 2, 0), true,
-         true, true, V3d(1.5, 1, 0)},
-        {"x axis off", scaling(2, 2, 2) * translation(5, 0, 0), V3d(0.5, 0, 0), V3d(9, 2, 0), false, true,
-         true, V3d(0, 1, 0)},
-        {"only z", M44d(), V3d(1, 1, 1), V3d(4, 5, 6), false, false, true, V3d(0, 0, 5)},
-        // The base's x axis points along world y, so world (0,3,0) is three units along local x.
-        {"rotated base", rotationZ(90), V3d(0), V3d(0, 3, 0), true, true, true, V3d(3, 0, 0)},
-        // A singular base inverts to the identity: the world point is used as it is.
-        {"singular base", scaling(1, 0, 1), V3d(1, 1, 1), V3d(3, 4, 5), true, true, true, V3d(2, 3, 4)},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const M44d result = pointConstraintMatrix(c.base, c.baseOrigin, c.target, c.x, c.y, c.z);
-        M44d expected;
-        expected.setTranslation(c.expected);
-        expectMatrixNear(expected, result);
+    for (const Json& c : mathCases("transform.json", "pointTranslations")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
+        const Json& axes = c.at("axes");
+        const M44d result =
+            pointConstraintMatrix(matrix(c.at("base")), vec(c.at("baseOrigin")), vec(c.at("target")),
+                                  axes.at(0).get<bool>(), axes.at(1).get<bool>(), axes.at(2).get<bool>());
+        expectNear(translation(vec(c.at("moved"))), result);
     }
 }
 
 // ---- Aim ----
 
 TEST(AimConstraintMath, SideFallbackBranches) {
-    struct Case {
-        V3d up;
-        V3d expected;
-    };
-    const Case cases[] = {
-        {V3d(0, 2, 0), V3d(0, 0, 2)},
-        {V3d(-1, 0.5, 0), V3d(0, 0, 0.5)},
-        {V3d(3, 0, 0), V3d(0, 3, 0)},
-        {V3d(-3, 1e-8, 0), V3d(0, -3, 0)},
-        // The third branch tests z but uses y: zero (or tiny) whatever z is.
-        {V3d(0, 0, 5), V3d(0, 0, 0)},
-        {V3d(0, 5e-8, 1), V3d(0, 0, 5e-8)},
-        // Exactly 1e-7 is not above the threshold.
-        {V3d(1e-7, 1e-7, 1e-7), V3d(0, 0, 0)},
-        {V3d(0, 0, 0), V3d(0, 0, 0)},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(::testing::Message() << "up (" << c.up.x << ", " << c.up.y << ", " << c.up.z << ")");
-        const V3d side = aimSideFallback(c.up);
-        EXPECT_EQ(c.expected.x, side.x);
-        EXPECT_EQ(c.expected.y, side.y);
-        EXPECT_EQ(c.expected.z, side.z);
+    for (const Json& c : mathCases("transform.json", "aimSideFallbacks")) {
+        SCOPED_TRACE(c.dump());
+        const V3d side = aimSideFallback(vec(c.at("up")));
+        const V3d expected = vec(c.at("side"));
+        EXPECT_EQ(expected.x, side.x);
+        EXPECT_EQ(expected.y, side.y);
+        EXPECT_EQ(expected.z, side.z);
     }
 }
 
@@ -137,18 +76,18 @@ TEST(AimConstraintMath, HandWorkedFrames) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         const M44d x = aimConstraintMatrix(c.base, c.target, c.aim, c.up, c.targetUp);
-        expectMatrixNear(c.expectedWorld, x * c.base);
+        expectNear(c.expectedWorld, x * c.base);
     }
 }
 
 TEST(AimConstraintMath, TinyButNonZeroInputsPass) {
     // A target 1e-300 along +x is a valid direction (+x), and tiny axes are not zero.
-    expectMatrixNear(
-        M44d(), aimConstraintMatrix(M44d(), V3d(1e-300, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0)));
-    expectMatrixNear(M44d(), aimConstraintMatrix(M44d(), V3d(3, 0, 0), V3d(1e-30, 0, 0), V3d(0, 1e-30, 0),
-                                                 V3d(0, 1e-30, 0)));
+    expectNear(M44d(),
+               aimConstraintMatrix(M44d(), V3d(1e-300, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0)));
+    expectNear(M44d(), aimConstraintMatrix(M44d(), V3d(3, 0, 0), V3d(1e-30, 0, 0), V3d(0, 1e-30, 0),
+                                           V3d(0, 1e-30, 0)));
     // Base at (2,2,2), target 1e-300 away in z.
-    const M44d base = translation(2, 2, 2);
+    const M44d base = translation(V3d(2, 2, 2));
     EXPECT_NO_THROW(
         aimConstraintMatrix(base, V3d(2, 2, 2 + 1e-15), V3d(1, 0, 0), V3d(0, 1, 0), V3d(0, 1, 0)));
 }
@@ -165,11 +104,10 @@ TEST(AimConstraintMath, RandomTransformsAimAtTarget) {
         M44d rotation;
         rotation.setEulerAngles(randomVec(M_PI));
         const V3d s(scale(rng), scale(rng), scale(rng));
-        const M44d base =
-            scaling(s.x, s.y, s.z) * rotation * translation(unit(rng) * 10, unit(rng) * 10, unit(rng) * 10);
+        const M44d base = scaling(s) * rotation * translation(randomVec(10.0));
         const V3d target = randomVec(20.0);
         const V3d aim = randomVec(1.0), up = randomVec(1.0), targetUp = randomVec(1.0);
-        const V3d origin = translationOf(base);
+        const V3d origin = row(base, 3);
         V3d d = (target - origin).normalized();
         // Stay clear of near-parallel frames, whose orientation is ill-conditioned.
         if (std::abs(d.dot(targetUp.normalized())) > 0.95 ||
@@ -178,12 +116,12 @@ TEST(AimConstraintMath, RandomTransformsAimAtTarget) {
 
         const M44d world = aimConstraintMatrix(base, target, aim, up, targetUp) * base;
         // Position kept, each axis length (scale) kept.
-        expectVecNear(origin, translationOf(world), 1e-8);
+        expectNear(origin, row(world, 3), 1e-8);
         for (int row = 0; row < 3; ++row)
             EXPECT_NEAR(V3d(base[row][0], base[row][1], base[row][2]).length(),
                         V3d(world[row][0], world[row][1], world[row][2]).length(), 1e-8);
         // The aim axis points at the target.
-        expectVecNear(d, direction(aim, world).normalized(), 1e-8);
+        expectNear(d, direction(aim, world).normalized(), 1e-8);
         // The up axis lies in the plane of the aim direction and the target up, on the up side.
         const V3d worldUp = direction(up, world).normalized();
         const V3d planeNormal = d.cross(targetUp).normalized();
@@ -228,12 +166,12 @@ TEST(OrientConstraintMath, NormalizeEulerAnglesPicksShorterEquivalent) {
     for (const Case& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.in.x << " " << c.in.y << " " << c.in.z);
         const V3d result = normalizeEulerAngles(c.in * kDeg);
-        expectVecNear(c.out * kDeg, result, 1e-12);
+        expectNear(c.out * kDeg, result, 1e-12);
         // Either triple describes the same rotation.
         M44d a, b;
         a.setEulerAngles(c.in * kDeg);
         b.setEulerAngles(result);
-        expectMatrixNear(a, b, 1e-12);
+        expectNear(a, b, 1e-12);
     }
 }
 
@@ -243,68 +181,33 @@ TEST(OrientConstraintMath, NormalizeEulerAnglesKeepsTheFirstTripleOnATie) {
     EXPECT_EQ(angles, normalizeEulerAngles(angles));
 }
 
-// Leading coincident points are cooked end to end by the Orient resolver tests.
+// Leading coincident points are cooked end to end by the Orient resolver tests; the cases are the rows of
+// transform.json.
 TEST(OrientConstraintMath, FaceFrames) {
-    // The unit triangle in xy: e1 = +x, n = +z, m = e1 x n = -y: a turn of -90 degrees about z.
-    const M44d unitFrame(0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
-    const double kHalfRoot = std::sqrt(0.5);
-    const double kFifthRoot = std::sqrt(0.2);
-    struct Case {
-        const char* what;
+    for (const Json& c : mathCases("transform.json", "faceFrames")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
         std::vector<V3d> points;
-        std::optional<M44d> expected;
-    };
-    const Case cases[] = {
-        {"unit triangle", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0)}, unitFrame},
-        {"moved and scaled triangle", {V3d(5, 5, 5), V3d(9, 5, 5), V3d(5, 7, 5)}, unitFrame},
-        // (0,1,2) comes before (0,1,4), although 3 goes the way of 1 and 4 spans a plane with it too.
-        {"the nearest later point",
-         {V3d(0, 0, 0), V3d(1, 0, 0), V3d(0, 1, 0), V3d(2, 0, 0), V3d(0, 0, 1)},
-         unitFrame},
-        // First triple collinear: (0,1,3) qualifies, with e2 = +z, n = -y, m = -z.
-        {"collinear start",
-         {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0), V3d(0, 0, 1)},
-         M44d(0, 0, -1, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 0, 1)},
-        // Edges of 1e-300 are not zero for an underflow-safe length.
-        {"tiny triangle", {V3d(0, 0, 0), V3d(1e-300, 0, 0), V3d(0, 1e-300, 0)}, unitFrame},
-        // Nearly but not exactly collinear: the cross product's squared length is a denormal, not 0.
-        {"nearly collinear", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(1, 1e-160, 0)}, unitFrame},
-        {"collinear face", {V3d(0, 0, 0), V3d(1, 0, 0), V3d(2, 0, 0)}, std::nullopt},
-        {"points on a diagonal", {V3d(0, 0, 0), V3d(1, 1, 0), V3d(2, 2, 0), V3d(3, 3, 0)}, std::nullopt},
-        // Unit edges (a, 2a, 0): their cross products are exactly zero though the a differ.
-        {"points on a steep line", {V3d(0, 0, 0), V3d(1, 2, 0), V3d(3, 6, 0), V3d(7, 14, 0)}, std::nullopt},
-        // (0,1,4) qualifies in both: e1 = (1,1,0)/sqrt(2) or (1,2,0)/sqrt(5), e2 = +z, n = e1 x e2, m = -z.
-        {"a diagonal, then a point off it",
-         {V3d(0, 0, 0), V3d(1, 1, 0), V3d(2, 2, 0), V3d(3, 3, 0), V3d(0, 0, 1)},
-         M44d(0, 0, -1, 0, kHalfRoot, kHalfRoot, 0, 0, kHalfRoot, -kHalfRoot, 0, 0, 0, 0, 0, 1)},
-        {"a steep line, then a point off it",
-         {V3d(0, 0, 0), V3d(1, 2, 0), V3d(3, 6, 0), V3d(7, 14, 0), V3d(0, 0, 1)},
-         M44d(0, 0, -1, 0, kFifthRoot, 2 * kFifthRoot, 0, 0, 2 * kFifthRoot, -kFifthRoot, 0, 0, 0, 0, 0, 1)},
-        {"all points equal", {V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1), V3d(1, 1, 1)}, std::nullopt},
-        {"two points", {V3d(0, 0, 0), V3d(1, 0, 0)}, std::nullopt},
-        {"no points", {}, std::nullopt},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        const std::optional<M44d> frame = faceFrameMatrix(c.points);
-        ASSERT_EQ(c.expected.has_value(), frame.has_value());
+        for (const Json& p : c.at("points"))
+            points.push_back(vec(p));
+        const std::optional<M44d> frame = faceFrameMatrix(points);
+        ASSERT_EQ(!c.at("frame").is_null(), frame.has_value());
         if (frame)
-            expectMatrixNear(*c.expected, *frame, 1e-12);
+            expectNear(matrix(c.at("frame")), *frame, 1e-12);
     }
 }
 
 TEST(OrientConstraintMath, DecomposeScaleShearRotation) {
     M44d shear;
     shear.setShear(V3d(0.5, -0.25, 0.125));
-    const M44d m = scaling(2, 3, 4) * shear * rotationZ(30) * translation(7, 8, 9);
+    const M44d m = scaling(V3d(2, 3, 4)) * shear * rotationZ(30) * translation(V3d(7, 8, 9));
     const std::optional<ScaleShearRotation> parts = decomposeScaleShearRotation(m);
     ASSERT_TRUE(parts.has_value());
-    expectVecNear(V3d(2, 3, 4), parts->scale);
-    expectVecNear(V3d(0.5, -0.25, 0.125), parts->shear);
-    expectVecNear(V3d(0, 0, 30 * kDeg), parts->rotation);
+    expectNear(V3d(2, 3, 4), parts->scale);
+    expectNear(V3d(0.5, -0.25, 0.125), parts->shear);
+    expectNear(V3d(0, 0, 30 * kDeg), parts->rotation);
 
-    EXPECT_FALSE(decomposeScaleShearRotation(scaling(1, 0, 1)).has_value());
-    EXPECT_FALSE(decomposeScaleShearRotation(scaling(0, 0, 0)).has_value());
+    EXPECT_FALSE(decomposeScaleShearRotation(scaling(V3d(1, 0, 1))).has_value());
+    EXPECT_FALSE(decomposeScaleShearRotation(scaling(V3d(0, 0, 0))).has_value());
     // Two equal rows: the third scale vanishes once the rows are orthogonalised.
     EXPECT_FALSE(decomposeScaleShearRotation(M44d(1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1) *
                                              M44d(1, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 1))
@@ -336,11 +239,11 @@ TEST(OrientConstraintMath, RandomTransformsTakeTargetRotationPerAxis) {
         baseRotation.setEulerAngles(baseAngles);
         targetRotation.setEulerAngles(targetAngles);
         shear.setShear(baseShear);
-        const M44d base = scaling(baseScale.x, baseScale.y, baseScale.z) * shear * baseRotation *
-                          translation(small(rng) * 20, small(rng) * 20, small(rng) * 20);
+        const M44d base = scaling(baseScale) * shear * baseRotation *
+                          translation(V3d(small(rng), small(rng), small(rng)) * 20);
         // The target carries a non-uniform scale of its own, which must not leak into the base.
         const M44d target =
-            scaling(scale(rng), scale(rng), scale(rng)) * targetRotation * translation(3, 4, 5);
+            scaling(V3d(scale(rng), scale(rng), scale(rng))) * targetRotation * translation(V3d(3, 4, 5));
 
         const std::optional<ScaleShearRotation> baseParts = decomposeScaleShearRotation(base);
         const std::optional<ScaleShearRotation> targetParts = decomposeScaleShearRotation(target);
@@ -352,11 +255,11 @@ TEST(OrientConstraintMath, RandomTransformsTakeTargetRotationPerAxis) {
 
         const std::optional<ScaleShearRotation> after = decomposeScaleShearRotation(world);
         ASSERT_TRUE(after.has_value());
-        expectVecNear(baseScale, after->scale, 1e-8);
-        expectVecNear(baseShear, after->shear, 1e-8);
-        expectVecNear(translationOf(base), translationOf(world), 1e-8);
+        expectNear(baseScale, after->scale, 1e-8);
+        expectNear(baseShear, after->shear, 1e-8);
+        expectNear(row(base, 3), row(world, 3), 1e-8);
         const V3d expected(useX ? targetAngles.x : baseAngles.x, useY ? targetAngles.y : baseAngles.y,
                            useZ ? targetAngles.z : baseAngles.z);
-        expectVecNear(expected, after->rotation, 1e-8);
+        expectNear(expected, after->rotation, 1e-8);
     }
 }

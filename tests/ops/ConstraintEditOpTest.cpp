@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 using namespace VexilTest;
 using Strings = std::vector<std::string>;
 
@@ -75,29 +77,6 @@ TEST(ConstraintEdit, CreateOverrideAndResolveAnAim) {
     }
 }
 
-// Point: the target at (1,2,3), the base at (9,9,9) with x disabled ends at (9,2,3). Orient: a target
-// turned +90 degrees about z (x onto y) gives the base that rotation, at its own position (5,0,0).
-TEST(ConstraintEdit, CreatesPointAndOrientThatResolve) {
-    const Json children = {
-        {"t", placed({1, 2, 3})},
-        {"turned", placed({7, 7, 7}, {{"rotate", doubles({90, 0, 0, 1})}})},
-        {"p", placed({9, 9, 9})},
-        {"o", placed({5, 0, 0})},
-    };
-    const Json ops = Json::array({
-        op("ConstraintEdit",
-           editArgs("Point", "/root/world/p",
-                    {{"target", Json::array({"/root/world/t"})}, {"args", {{"xAxis", ints({0})}}}})),
-        op("ConstraintEdit", editArgs("Orient", "/root/world/o", {{"target", Json::array({"../turned"})}})),
-        op("ConstraintResolve", Json::object()),
-    });
-    CookResult result = cookChain(children, ops);
-    EXPECT_LT((position(result.scene, "/root/world/p") - Imath::V3d(9, 2, 3)).length(), kTolerance);
-    EXPECT_LT(maxDifference(world(result.scene, "/root/world/o"),
-                            frame({0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, {5, 0, 0})),
-              1e-9);
-}
-
 // An existing constraint of the type is overridden where it stands; a location without one gets a new
 // child under the first free name, after what is there.
 TEST(ConstraintEdit, OverridesInPlaceOrAddsUnderAFreshName) {
@@ -154,65 +133,29 @@ TEST(ConstraintEdit, OverridesInPlaceOrAddsUnderAFreshName) {
     EXPECT_EQ(stringValue(scene, "/root/world/oddXform", "xform.constraint.args.targetOrigin"), "origin");
 }
 
+// The rows of list-actions.json.
 TEST(ConstraintEdit, ListActionsAddAndRemoveEntries) {
-    const std::string a = "/root/world/a";
-    const std::string b = "/root/world/b";
-    struct Case {
-        const char* name;
-        Json initial; // the list before, or null for none
-        std::string action;
-        std::string path;
-        bool present;
-        Strings expected;
-    };
-    const std::vector<Case> cases = {
-        {"addToNone", Json(), "addToConstraintList", a, true, {a}},
-        {"addKeepsDuplicates", Json::array({a, b, a}), "addToConstraintList", b, true, {a, b, a, b}},
-        {"addStripsTrailingSlash", Json::array({b}), "addToConstraintList", a + "/", true, {b, a}},
-        {"removeTakesTheLast", Json::array({a, b, a}), "removeFromConstraintList", a, true, {a, b}},
-        {"removeUnlisted", Json::array({a, b}), "removeFromConstraintList", "/root/world/c", true, {a, b}},
-        {"removeTheOnlyEntry", Json::array({a}), "removeFromConstraintList", a, false, {}},
-        {"removeFromNone", Json(), "removeFromConstraintList", a, false, {}},
-    };
-    for (const Case& c : cases) {
-        const Json worldAttrs =
-            c.initial.is_null() ? Json::object() : Json{{"globals", {{"constraintList", c.initial}}}};
+    std::ifstream table(VEXIL_OPS_CASES_DIR "/list-actions.json");
+    const Json cases = Json::parse(table).at("cases");
+    ASSERT_FALSE(cases.empty());
+    for (const Json& c : cases) {
+        const std::string why = c.at("why");
+        const Json worldAttrs = c.at("before").is_null()
+                                    ? Json::object()
+                                    : Json{{"globals", {{"constraintList", c.at("before")}}}};
         const Json children = {{"a", placed({0, 0, 0})}, {"b", placed({0, 0, 0})}};
         CookResult result =
-            cookChain(children, Json::array({op("ConstraintEdit", listArgs(c.action, c.path))}), worldAttrs);
+            cookChain(children,
+                      Json::array({op("ConstraintEdit", listArgs(c.at("action").get<std::string>(),
+                                                                 c.at("path").get<std::string>()))}),
+                      worldAttrs);
         bool present = false;
-        EXPECT_EQ(constraintList(result.scene, present), c.expected) << c.name;
-        EXPECT_EQ(present, c.present) << c.name;
+        EXPECT_EQ(constraintList(result.scene, present), c.at("after").get<Strings>()) << why;
+        EXPECT_EQ(present, c.at("present").get<bool>()) << why;
         // The list actions leave the listed location alone.
-        EXPECT_EQ(memberNames(attribute(result.scene, a, "xform")), Strings{"translate"}) << c.name;
+        EXPECT_EQ(memberNames(attribute(result.scene, "/root/world/a", "xform")), Strings{"translate"})
+            << why;
     }
-}
-
-// Create, list and resolve in one chain; removing the entry again changes the list that ConstraintResolve
-// records, and which ancestors lose their bound, but the constraint itself is still resolved.
-TEST(ConstraintEdit, RoundTripWithTheConstraintList) {
-    const Json bound = doubles({-1, 1, -1, 1, -1, 1});
-    const Json children = {
-        {"t", placed({4, 0, 0})},
-        {"grp", {{"attrs", {{"type", "group"}, {"bound", bound}}}, {"children", {{"a", placed({0, 0, 0})}}}}},
-    };
-    const std::string a = "/root/world/grp/a";
-    const Json create =
-        op("ConstraintEdit", editArgs("Point", a, {{"target", Json::array({"/root/world/t"})}}));
-    const Json add = op("ConstraintEdit", listArgs("addToConstraintList", a));
-    const Json remove = op("ConstraintEdit", listArgs("removeFromConstraintList", a));
-    const Json resolve = op("ConstraintResolve", Json::object());
-
-    CookResult listed = cookChain(children, Json::array({create, add, resolve}));
-    bool present = false;
-    EXPECT_EQ(constraintList(listed.scene, present, "info.constraintList"), Strings{a});
-    EXPECT_TRUE(attribute(listed.scene, "/root/world/grp", "bound").is_null());
-    EXPECT_LT((position(listed.scene, a) - Imath::V3d(4, 0, 0)).length(), kTolerance);
-
-    CookResult unlisted = cookChain(children, Json::array({create, add, remove, resolve}));
-    EXPECT_TRUE(constraintList(unlisted.scene, present, "info.constraintList").empty());
-    EXPECT_EQ(attribute(unlisted.scene, "/root/world/grp", "bound"), bound);
-    EXPECT_LT((position(unlisted.scene, a) - Imath::V3d(4, 0, 0)).length(), kTolerance);
 }
 
 // Bad arguments the failure catalogue does not already cook with the same input: the error stops the

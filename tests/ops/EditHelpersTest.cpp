@@ -10,6 +10,9 @@
 #include "tests/support/LiteralGroup.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fstream>
 
 using namespace Vexil3Constraints::Private;
 using Strings = std::vector<std::string>;
@@ -27,21 +30,20 @@ Strings stringsOf(const Qn::Attribute& attr) {
 }
 
 using VexilTest::literalGroup;
+using Json = nlohmann::ordered_json;
+
+/// The table `name` of edit-helpers.json.
+Json helperCases(const std::string& name) {
+    std::ifstream in(VEXIL_OPS_CASES_DIR "/edit-helpers.json");
+    return Json::parse(in).at(name);
+}
 
 } // namespace
 
 TEST(ConstraintNaming, FreshNamesSkipTakenAndResolvedNames) {
-    const std::vector<std::pair<std::set<std::string>, std::string>> cases = {
-        {{}, "constraint"},
-        {{"constraint"}, "constraint1"},
-        {{"resolvedconstraint"}, "constraint1"},
-        {{"constraint", "resolvedconstraint1"}, "constraint2"},
-        {{"constraint1"}, "constraint"},
-        {{"constraint", "constraint1", "resolvedconstraint2", "constraint3"}, "constraint4"},
-        {{"constraintA", "translate", "Constraint"}, "constraint"},
-    };
-    for (const auto& [taken, expected] : cases) {
-        EXPECT_EQ(freshConstraintName(taken), expected) << ::testing::PrintToString(taken);
+    for (const Json& c : helperCases("freshNames")) {
+        EXPECT_EQ(freshConstraintName(c.at("taken").get<std::set<std::string>>()), c.at("name"))
+            << c.at("taken");
     }
     Qn::GroupBuilder xform;
     xform.set("translate", Qn::DoubleAttribute(1.0));
@@ -79,26 +81,11 @@ TEST(ConstraintNaming, ConstraintChildrenAndLookupByType) {
 }
 
 TEST(ConstraintListRules, EachPathRemovesItsLastOccurrenceOnce) {
-    struct Case {
-        Strings list;
-        Strings requested;
-        bool dropped;
-        Strings expected;
-    };
-    const std::vector<Case> cases = {
-        {{"/a", "/b", "/a", "/c"}, {"/a"}, true, {"/a", "/b", "/c"}},
-        {{"/a", "/b", "/a", "/c"}, {"/a", "/a"}, true, {"/a", "/b", "/c"}},
-        {{"/a", "/b", "/a", "/c"}, {"/c", "/a", "/b"}, true, {"/a"}},
-        {{"/a", "/b"}, {"/x"}, false, {"/a", "/b"}},
-        {{"/a"}, {"/a"}, true, {}},
-        {{}, {"/a"}, false, {}},
-        {{"/a", "/b"}, {}, false, {"/a", "/b"}},
-        {{"/a/", "/a"}, {"/a"}, true, {"/a/"}},
-    };
-    for (const Case& c : cases) {
-        Strings list = c.list;
-        EXPECT_EQ(removeLastOccurrences(list, c.requested), c.dropped) << ::testing::PrintToString(c.list);
-        EXPECT_EQ(list, c.expected) << ::testing::PrintToString(c.list);
+    for (const Json& c : helperCases("listRemovals")) {
+        Strings list = c.at("list");
+        EXPECT_EQ(removeLastOccurrences(list, c.at("remove").get<Strings>()), c.at("dropped").get<bool>())
+            << c.at("why");
+        EXPECT_EQ(list, c.at("left").get<Strings>()) << c.at("why");
     }
 }
 

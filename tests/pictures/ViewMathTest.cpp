@@ -33,21 +33,6 @@ void expectNear(const Imath::V2d& actual, const Imath::V2d& expected, const std:
 
 } // namespace
 
-TEST(ViewMath, OrthographicViewsLookAlongTheirAxes) {
-    const Imath::V3d p(1.0, 2.0, 3.0);
-    const struct {
-        OrthoView view;
-        Imath::V2d expected;
-    } cases[] = {
-        {OrthoView::Top, {1.0, -3.0}},  // from +y: x right, -z up the page
-        {OrthoView::Front, {1.0, 2.0}}, // from +z: x right, y up
-        {OrthoView::Side, {-3.0, 2.0}}, // from +x: -z right, y up
-    };
-    for (const auto& c : cases) {
-        expectNear(orthoProject(c.view, p), c.expected, "view " + std::to_string(int(c.view)));
-    }
-}
-
 TEST(ViewMath, ViewCornersFollowTheWindowAndLens) {
     Lens perspective;
     perspective.left = -1.5;

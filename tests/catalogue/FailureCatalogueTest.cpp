@@ -14,10 +14,10 @@
 // "Cannot get bounds attribute <path>)." and "Error building attribute time samples are different
 // sizes."; nor "<Op> Op: Unknown exception during op cook" (every op throws standard exceptions).
 #include "CookTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -28,10 +28,7 @@ using namespace VexilTest;
 const char* const kSubject = "/root/world/subject";
 
 const Json& catalogue() {
-    static const Json rows = [] {
-        std::ifstream in(VEXIL_CATALOGUE_FILE);
-        return Json::parse(in);
-    }();
+    static const Json rows = readJsonFile(VEXIL_CATALOGUE_FILE);
     return rows;
 }
 

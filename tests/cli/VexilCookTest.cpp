@@ -1,5 +1,6 @@
 #include "CookRunner.h"
 #include "CookTestSupport.h"
+#include "JsonFile.h"
 
 #include <Imath/ImathMatrix.h>
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
@@ -35,8 +35,7 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 // none is written), the arguments, the status and the exact standard error, where {FILE} stands for
 // the scene file's path and {DIR} for the scratch folder.
 TEST(VexilCook, UnusableInputFailsWithOneClearLine) {
-    std::ifstream table(VEXIL_CLI_CASES_DIR "/unusable-input.json");
-    const Json cases = Json::parse(table);
+    const Json cases = readJsonFile(VEXIL_CLI_CASES_DIR "/unusable-input.json");
     ASSERT_FALSE(cases.empty());
     for (const Json& c : cases) {
         const std::string name = c.at("name");

@@ -3,13 +3,13 @@
 // and chunks of a shot joined give the bake of the whole range.
 #include "CookRunner.h"
 #include "CookTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -129,8 +129,7 @@ void expectNear(const std::vector<double>& actual, const std::vector<double>& ex
 // malformed-shots.json: a JSON patch of the valid shot and the line after "vexil-cook ERROR: <file>: "
 // ({DIR} is the scratch folder; an empty line: the shot cooks).
 TEST(GltfShot, MalformedShotsEndWithOneLine) {
-    std::ifstream table(VEXIL_GLTF_CASES_DIR "/malformed-shots.json");
-    const Json cases = Json::parse(table);
+    const Json cases = readJsonFile(VEXIL_GLTF_CASES_DIR "/malformed-shots.json");
     ASSERT_FALSE(cases.empty());
     for (const Json& c : cases) {
         const std::string name = c.at("name");

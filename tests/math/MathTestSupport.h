@@ -2,13 +2,13 @@
 // tolerance, naming the element that differs. Matrices act on row vectors, as Imath's do.
 #pragma once
 
+#include "tests/support/JsonFile.h"
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <fstream>
 #include <string>
 
 namespace VexilTest {
@@ -71,8 +71,7 @@ using Json = nlohmann::ordered_json;
 
 /// The table `name` of the cases file `file` beside the maths tests.
 inline Json mathCases(const std::string& file, const std::string& name) {
-    std::ifstream in(std::string(VEXIL_MATH_CASES_DIR) + "/" + file);
-    return Json::parse(in).at(name);
+    return readJsonFile(std::string(VEXIL_MATH_CASES_DIR) + "/" + file).at(name);
 }
 
 /// A vector written as [x, y, z].

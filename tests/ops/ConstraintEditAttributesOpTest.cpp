@@ -2,10 +2,9 @@
 // and without an existing constraint, its hints, and an absent location (its error texts are the
 // failure catalogue's).
 #include "EditTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 using namespace VexilTest;
 using Strings = std::vector<std::string>;
@@ -33,8 +32,7 @@ Strings stringsOf(const Json& attr) {
 // of descriptions.json (the location's xform children, and the values written out by hand from the
 // working defaults and the constraint the case installs).
 TEST(ConstraintEditAttributes, DescribesEachTypeWithAndWithoutAConstraint) {
-    std::ifstream table(VEXIL_OPS_CASES_DIR "/descriptions.json");
-    const Json cases = Json::parse(table);
+    const Json cases = readJsonFile(VEXIL_OPS_CASES_DIR "/descriptions.json");
     ASSERT_FALSE(cases.empty());
     Json children = {{"t", placed({0, 0, 0})}, {"u", placed({0, 0, 0})}};
     Json ops = Json::array();
@@ -66,8 +64,7 @@ TEST(ConstraintEditAttributes, DescribesEachTypeWithAndWithoutAConstraint) {
 // Every value has a hint at the same path, naming its widget (and a popup's options), a label and help:
 // the rows of hints.json.
 TEST(ConstraintEditAttributes, HintsFollowTheValues) {
-    std::ifstream table(VEXIL_OPS_CASES_DIR "/hints.json");
-    Json expected = Json::parse(table);
+    Json expected = readJsonFile(VEXIL_OPS_CASES_DIR "/hints.json");
     expected.erase("why");
     Json children = Json::object();
     Json ops = Json::array();

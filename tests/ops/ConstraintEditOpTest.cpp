@@ -1,9 +1,8 @@
 // ConstraintEdit end to end through vexil-cook: create, override, resolve, list edits and errors.
 #include "EditTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 using namespace VexilTest;
 using Strings = std::vector<std::string>;
@@ -135,8 +134,7 @@ TEST(ConstraintEdit, OverridesInPlaceOrAddsUnderAFreshName) {
 
 // The rows of list-actions.json.
 TEST(ConstraintEdit, ListActionsAddAndRemoveEntries) {
-    std::ifstream table(VEXIL_OPS_CASES_DIR "/list-actions.json");
-    const Json cases = Json::parse(table).at("cases");
+    const Json cases = readJsonFile(VEXIL_OPS_CASES_DIR "/list-actions.json").at("cases");
     ASSERT_FALSE(cases.empty());
     for (const Json& c : cases) {
         const std::string why = c.at("why");

@@ -7,12 +7,11 @@
 #include "constraints/resolve/ConstraintNaming.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
+#include "tests/support/JsonFile.h"
 #include "tests/support/LiteralGroup.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-
-#include <fstream>
 
 using namespace Vexil3Constraints::Private;
 using Strings = std::vector<std::string>;
@@ -34,8 +33,7 @@ using Json = nlohmann::ordered_json;
 
 /// The table `name` of edit-helpers.json.
 Json helperCases(const std::string& name) {
-    std::ifstream in(VEXIL_OPS_CASES_DIR "/edit-helpers.json");
-    return Json::parse(in).at(name);
+    return VexilTest::readJsonFile(VEXIL_OPS_CASES_DIR "/edit-helpers.json").at(name);
 }
 
 } // namespace

@@ -3,17 +3,15 @@
 #include "PictureTestSupport.h"
 
 #include "CookTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 using namespace VexilPictureTest;
 using VexilTest::Json;
 
 TEST(Explain, AccountsOfLocations) {
-    std::ifstream table(VEXIL_PICTURE_CASES_DIR "/explain.json");
-    const Json cases = Json::parse(table);
+    const Json cases = VexilTest::readJsonFile(VEXIL_PICTURE_CASES_DIR "/explain.json");
     ASSERT_FALSE(cases.empty());
     for (const Json& c : cases) {
         const std::string path = c.at("path");

@@ -4,6 +4,7 @@
 #include "PictureTestSupport.h"
 
 #include "CookTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
 
@@ -194,8 +195,7 @@ TEST(Pictures, EveryExampleShowsEveryLocationInEveryView) {
 
 // Each base's dashed lines go to exactly its targets: the rows of target-lines.json.
 TEST(Pictures, ExampleTargetLinesJoinEachBaseToItsTargets) {
-    std::ifstream table(VEXIL_PICTURE_CASES_DIR "/target-lines.json");
-    Json cases = Json::parse(table);
+    Json cases = VexilTest::readJsonFile(VEXIL_PICTURE_CASES_DIR "/target-lines.json");
     cases.erase("why");
     for (const auto& [example, expected] : cases.items()) {
         SCOPED_TRACE(example);

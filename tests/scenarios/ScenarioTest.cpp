@@ -2,6 +2,7 @@
 // expected.json asks for (README.md describes the form and the tolerance).
 #include "CookRunner.h"
 #include "CookTestSupport.h"
+#include "JsonFile.h"
 
 #include <gtest/gtest.h>
 
@@ -27,14 +28,6 @@ std::vector<std::string> scenarioNames() {
     }
     std::sort(names.begin(), names.end());
     return names;
-}
-
-Json readJson(const std::string& path) {
-    std::ifstream in(path);
-    if (!in) {
-        throw std::runtime_error("cannot read " + path);
-    }
-    return Json::parse(in);
 }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
@@ -109,7 +102,7 @@ class Scenario : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(Scenario, Cooks) {
     const std::string folder = kScenarios + "/" + GetParam();
-    const Json expected = readJson(folder + "/expected.json");
+    const Json expected = readJsonFile(folder + "/expected.json");
     ASSERT_TRUE(std::filesystem::exists(folder + "/NOTE.md")) << "every scenario explains its values";
     ScratchFolder scratch;
     std::vector<std::string> arguments;

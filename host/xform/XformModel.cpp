@@ -35,15 +35,52 @@ template <class A> bool readSamples(Qn::Attribute&& attr, Operation& out) {
     return !out.times.empty();
 }
 
+/// The outcome of reading samples through an accessor record.
+enum class AccessorRead { Usable, Unusable, NoRecord };
+
+/// Copies the first `out.count` values of every sample of a float or double attribute (element T, of
+/// kind `type`) from the accessor record that views its own times and values: one call, or two when
+/// the record is handed back, where reading sample by sample takes two calls per sample and three
+/// more. NoRecord when the host gives no record (it could not make one).
+template <class T> AccessorRead readAccessor(const Qn::Attribute& attr, int32_t type, Operation& out) {
+    const AttributeHostSuite* suite = Qn::Attribute::suite();
+    const QnSampleAccessor* record = suite->getSampleAccessor(attr.getHandle(), type, 1);
+    if (record == nullptr) {
+        return AccessorRead::NoRecord;
+    }
+    const size_t numSamples = static_cast<size_t>(std::max<int64_t>(record->numSamples, 0));
+    const size_t perSample = static_cast<size_t>(std::max<int64_t>(record->valuesPerSample, 0));
+    const bool usable = numSamples > 0 && perSample >= out.count;
+    if (usable) {
+        out.times.assign(record->times, record->times + numSamples);
+        out.values.reserve(numSamples * out.count);
+        const bool contiguous = (record->flags & QN_SAMPLE_ACCESSOR_CONTIGUOUS) != 0;
+        for (size_t i = 0; i < numSamples; ++i) {
+            const T* sample = contiguous ? static_cast<const T*>(record->values) + i * perSample
+                                         : static_cast<const T* const*>(record->values)[i];
+            out.values.insert(out.values.end(), sample, sample + out.count);
+        }
+    }
+    if ((record->flags & QN_SAMPLE_ACCESSOR_HAND_BACK) != 0) {
+        suite->releaseSampleAccessor(record);
+    }
+    return usable ? AccessorRead::Usable : AccessorRead::Unusable;
+}
+
 /// Reads `attr`, of kind `type`, taking it over: a copy would count a reference up and down again.
 bool readNumeric(Qn::Attribute&& attr, int32_t type, Operation& out) {
+    AccessorRead read = AccessorRead::NoRecord;
     switch (type) {
     case QN_ATTRIBUTE_TYPE_INT:
         return readSamples<Qn::IntAttribute>(std::move(attr), out);
     case QN_ATTRIBUTE_TYPE_FLOAT:
-        return readSamples<Qn::FloatAttribute>(std::move(attr), out);
+        read = readAccessor<float>(attr, type, out);
+        return read == AccessorRead::NoRecord ? readSamples<Qn::FloatAttribute>(std::move(attr), out)
+                                              : read == AccessorRead::Usable;
     case QN_ATTRIBUTE_TYPE_DOUBLE:
-        return readSamples<Qn::DoubleAttribute>(std::move(attr), out);
+        read = readAccessor<double>(attr, type, out);
+        return read == AccessorRead::NoRecord ? readSamples<Qn::DoubleAttribute>(std::move(attr), out)
+                                              : read == AccessorRead::Usable;
     default:
         return false;
     }

@@ -52,9 +52,23 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
             data->ancestorsOfListed.insert(entry.substr(0, 1));
         }
     }
+    // The nearest listed location strictly above a path is the nearest at or above its parent, and
+    // siblings mostly stand together in a list: each parent is looked up once per run of them.
     data->slotAbove.reserve(data->slotPaths.size());
+    std::string_view lastParent;
+    size_t lastAbove = kNoSlot;
     for (std::string_view path : data->slotPaths) {
-        data->slotAbove.push_back(data->nearestListed(path, false));
+        const size_t slash = path.rfind('/');
+        if (slash == std::string_view::npos || slash == 0) {
+            data->slotAbove.push_back(kNoSlot);
+            continue;
+        }
+        const std::string_view parent = path.substr(0, slash);
+        if (lastParent.data() == nullptr || parent != lastParent) {
+            lastParent = parent;
+            lastAbove = data->nearestListed(parent, true);
+        }
+        data->slotAbove.push_back(lastAbove);
     }
     data->memo = std::make_unique<ResolvedMemo>(data->positions.size());
     return data;

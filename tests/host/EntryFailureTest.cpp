@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <functional>
 #include <iostream>
 #include <sstream>
@@ -46,16 +44,22 @@ const char kOpType[] = "NoOpTypeHasThisLongName";
 using CookEntry = std::function<bool(VexilCookHandle, const VexilCookSuite*)>;
 using PlainEntry = std::function<bool()>;
 
-struct EntryCase {
+/// An entry called from a cook, on a location of its own.
+struct CookCase {
     const char* entry;
-    CookEntry inCook; ///< called from a cook, on a location of its own
-    PlainEntry plain; ///< called outside any cook, when inCook is empty
-    const char* library = "vexil-cook";
+    CookEntry call;
+};
+
+/// An entry called outside any cook, and the library that names it on standard error.
+struct PlainCase {
+    const char* entry;
+    PlainEntry call;
+    const char* library;
 };
 
 /// Runs each in-cook case at its own location "/root/world/e<i>" of a TestCallback cook.
 struct CallbackContext {
-    const std::vector<EntryCase>* cases;
+    const std::vector<CookCase>* cases;
     std::vector<Outcome> outcomes;
 };
 
@@ -68,22 +72,11 @@ void runCase(VexilCookHandle handle, const VexilCookSuite* suite, void* context)
     if (where.compare(0, prefix.size(), prefix) != 0) {
         return;
     }
-    const EntryCase& c = (*run.cases)[std::stoul(where.substr(prefix.size()))];
-    if (c.inCook) {
-        run.outcomes[static_cast<size_t>(&c - run.cases->data())] =
-            callFailing([&] { return c.inCook(handle, suite); });
-    }
+    const size_t i = std::stoul(where.substr(prefix.size()));
+    run.outcomes[i] = callFailing([&] { return (*run.cases)[i].call(handle, suite); });
 }
 
 using SetCallback = void (*)(void (*)(VexilCookHandle, const VexilCookSuite*, void*), void*);
-
-SetCallback callbackSetter() {
-    testRegistry();
-    void* library = dlopen((testPluginDir() + "/VexilTestOps.so").c_str(), RTLD_NOW | RTLD_NOLOAD);
-    auto set = reinterpret_cast<SetCallback>(dlsym(library, "vexilTestSetCookCallback"));
-    dlclose(library); // the registry keeps the library loaded
-    return set;
-}
 
 TEST(EntryFailure, EveryEntryReportsWhatItCaughtAndGivesNothingBack) {
     useHostAttributes();
@@ -110,126 +103,119 @@ TEST(EntryFailure, EveryEntryReportsWhatItCaughtAndGivesNothingBack) {
         return builders.emplace_back(attributes->createGroupBuilder());
     };
 
-    const std::vector<EntryCase> cases = {
+    const std::vector<CookCase> cookCases = {
         // The cook suite, on the location being cooked.
         // getOpArg allocates nothing: it has no allocation to make fail.
-        {"prefetch", [](auto h, auto s) { return s->prefetch(h, kPath, kPathLength, 0), false; }, {}},
+        {"prefetch",
+         [](auto h, auto s) {
+             return s->prefetch(h, kPath, kPathLength, 0), false;
+         }},
         {"getAttr",
-         [&](auto h, auto s) { return s->getAttr(h, "x", 1, kPath, kPathLength, 0, &abort) != nullptr; },
-         {}},
+         [&](auto h, auto s) {
+             return s->getAttr(h, "x", 1, kPath, kPathLength, 0, &abort) != nullptr;
+         }},
         {"doesLocationExist",
-         [&](auto h, auto s) { return s->doesLocationExist(h, kPath, kPathLength, 0, &abort) != 0; },
-         {}},
+         [&](auto h, auto s) {
+             return s->doesLocationExist(h, kPath, kPathLength, 0, &abort) != 0;
+         }},
         {"getPotentialChildren",
-         [&](auto h, auto s) { return s->getPotentialChildren(h, kPath, kPathLength, 0, &abort) != nullptr; },
-         {}},
+         [&](auto h, auto s) {
+             return s->getPotentialChildren(h, kPath, kPathLength, 0, &abort) != nullptr;
+         }},
         {"createChild",
          [&](auto h, auto s) {
              return s->createChild(h, kName, kNameLength, "TestMark", 8, handle(args), 0, nullptr, nullptr),
                     false;
-         },
-         {}},
+         }},
         {"getAllAttrs",
-         [&](auto h, auto s) { return s->getAllAttrs(h, kPath, kPathLength, 0, &abort) != nullptr; },
-         {}},
+         [&](auto h, auto s) {
+             return s->getAllAttrs(h, kPath, kPathLength, 0, &abort) != nullptr;
+         }},
         {"getAttrWithFallback",
          [&](auto h, auto s) {
              return s->getAttrWithFallback(h, kPath, kPathLength, kPath, kPathLength, 0, handle(names),
                                            &abort) != nullptr;
-         },
-         {}},
+         }},
         {"setAttr",
-         [&](auto h, auto s) { return s->setAttr(h, kName, kNameLength, handle(value), 1), false; },
-         {}},
-        {"deleteAttr", [](auto h, auto s) { return s->deleteAttr(h, kName, kNameLength), false; }, {}},
+         [&](auto h, auto s) {
+             return s->setAttr(h, kName, kNameLength, handle(value), 1), false;
+         }},
+        {"deleteAttr",
+         [](auto h, auto s) {
+             return s->deleteAttr(h, kName, kNameLength), false;
+         }},
         {"replaceChildTraversalOp",
          [&](auto h, auto s) {
              return s->replaceChildTraversalOp(h, kOpType, sizeof(kOpType) - 1, handle(args), nullptr,
                                                nullptr),
                     false;
-         },
-         {}},
+         }},
         {"getLocationType",
-         [&](auto h, auto s) { return s->getLocationType(h, kPath, kPathLength, 0, &abort) != nullptr; },
-         {}},
+         [&](auto h, auto s) {
+             return s->getLocationType(h, kPath, kPathLength, 0, &abort) != nullptr;
+         }},
         {"setAttrsAt",
-         [&](auto h, auto s) { return s->setAttrsAt(h, kPath, kPathLength, handle(args)), false; },
-         {}},
+         [&](auto h, auto s) {
+             return s->setAttrsAt(h, kPath, kPathLength, handle(args)), false;
+         }},
         {"copyAttr",
          [&](auto h, auto s) {
              return s->copyAttr(h, kName, kNameLength, "x", 1, 1, kPath, kPathLength, 0, &abort), false;
-         },
-         {}},
+         }},
         {"extendAttr",
          [&](auto h, auto s) {
              return s->extendAttr(h, kName, kNameLength, handle(value), "", 0, 1, "", 0, -1, &abort), false;
-         },
-         {}},
+         }},
         // The utility suites, on the location being cooked.
         {"getWorldXformSampleTimes",
          [&](auto h, auto) {
              return xform->getWorldXformSampleTimes(h, kPath, kPathLength, 0, nullptr, &abort) != nullptr;
-         },
-         {}},
+         }},
         {"getWorldXformAtTimes",
          [&](auto h, auto) {
              return xform->getWorldXformAtTimes(h, kPath, kPathLength, 0, times, 1, nullptr, &abort) !=
                     nullptr;
-         },
-         {}},
+         }},
         {"copyWorldXformSampleTimes",
          [&](auto h, auto) {
              return xform->copyWorldXformSampleTimes(h, kPath, kPathLength, 0, nullptr, timesOut, 4,
                                                      &abort) != -1;
-         },
-         {}},
+         }},
         {"copyWorldXformAtTimes",
          [&](auto h, auto) {
              return xform->copyWorldXformAtTimes(h, kPath, kPathLength, 0, times, 1, nullptr, matricesOut,
                                                  &abort) != 0;
-         },
-         {}},
+         }},
         {"getWorldBound",
          [&](auto h, auto) {
              return utils->getWorldBound(h, kPath, kPathLength, 0, 0.0f, boundOut, &abort) != 0;
-         },
-         {}},
-        // Entries without a location: a line on standard error.
-        {"getLocalXformAtTimes",
-         {},
-         [&] {
-             return xform->getLocalXformAtTimes(handle(xformGroup), times, 1) != nullptr;
          }},
+    };
+    // Entries without a location: a line on standard error.
+    const std::vector<PlainCase> plainCases = {
+        {"getLocalXformAtTimes",
+         [&] { return xform->getLocalXformAtTimes(handle(xformGroup), times, 1) != nullptr; }, "vexil-cook"},
         {"createDoubleSamples",
-         {},
          [&] {
              const double one = 1.0;
              const double* values[] = {&one};
              return attributes->createDoubleSamples(times, 1, values, 1, 1) != nullptr;
          },
          "QnAttributeHost"},
-        {"createGroupBuilder",
-         {},
-         [&] { return attributes->createGroupBuilder() != nullptr; },
+        {"createGroupBuilder", [&] { return attributes->createGroupBuilder() != nullptr; },
          "QnAttributeHost"},
         {"groupBuilderSet",
-         {},
          [&, b = builder()] { return attributes->groupBuilderSet(b, kName, -1, handle(value)), false; },
          "QnAttributeHost"},
         {"groupBuilderDelete",
-         {},
          [&, b = builder()] { return attributes->groupBuilderDelete(b, "dotted.name", -1), false; },
          "QnAttributeHost"},
         {"groupBuilderUpdate",
-         {},
          [&, b = builder()] { return attributes->groupBuilderUpdate(b, handle(longNamed)), false; },
          "QnAttributeHost"},
-        {"groupBuilderBuild",
-         {},
-         [&, b = builder()] { return attributes->groupBuilderBuild(b, 0) != nullptr; },
+        {"groupBuilderBuild", [&, b = builder()] { return attributes->groupBuilderBuild(b, 0) != nullptr; },
          "QnAttributeHost"},
         {"getSampleAccessor",
-         {},
          [&] {
              return attributes->getSampleAccessor(handle(sampled), QN_ATTRIBUTE_TYPE_DOUBLE, 1) != nullptr;
          },
@@ -238,46 +224,44 @@ TEST(EntryFailure, EveryEntryReportsWhatItCaughtAndGivesNothingBack) {
 
     // The in-cook cases, each at its own location.
     std::vector<SceneLocation> locations;
-    for (size_t i = 0; i < cases.size(); ++i) {
+    for (size_t i = 0; i < cookCases.size(); ++i) {
         locations.push_back(location("e" + std::to_string(i)));
     }
     const SceneFile file = sceneFile(location("root", {}, {location("world", {}, locations)}),
                                      {op("TestCallback", "/root/world")});
-    CallbackContext context{&cases, std::vector<Outcome>(cases.size())};
-    const SetCallback setCallback = callbackSetter();
-    ASSERT_NE(setCallback, nullptr);
+    CallbackContext context{&cookCases, std::vector<Outcome>(cookCases.size())};
+    const auto setCallback = reinterpret_cast<SetCallback>(testSymbol("vexilTestSetCookCallback"));
     setCallback(&runCase, &context);
     EngineOptions oneThread;
     oneThread.threads = 1;
     const SceneLocation cooked = Engine(file, testRegistry(), oneThread).cook();
     setCallback(nullptr, nullptr);
+    for (size_t i = 0; i < cookCases.size(); ++i) {
+        const char* entry = cookCases[i].entry;
+        EXPECT_TRUE(context.outcomes[i].failed) << entry << ": no allocation to fail";
+        EXPECT_FALSE(context.outcomes[i].returned) << entry << " handed something back";
+        const std::string path = "/root/world/e" + std::to_string(i);
+        EXPECT_EQ(stringOf(cooked, path, "type"), "error") << entry;
+        EXPECT_EQ(stringOf(cooked, path, "errorMessage"),
+                  std::string("TestCallback Op: host caught an exception in ") + entry + ": std::bad_alloc");
+    }
 
     std::ostringstream errors;
     std::streambuf* const standardError = std::cerr.rdbuf(errors.rdbuf());
-    for (size_t i = 0; i < cases.size(); ++i) {
-        if (!cases[i].inCook) {
-            context.outcomes[i] = callFailing(cases[i].plain);
-        }
+    std::vector<Outcome> outcomes;
+    for (const PlainCase& c : plainCases) {
+        outcomes.push_back(callFailing(c.call));
     }
     std::cerr.rdbuf(standardError);
     for (QnGroupBuilderHandle b : builders) {
         attributes->releaseGroupBuilder(b);
     }
-
     std::string expectedErrors;
-    for (size_t i = 0; i < cases.size(); ++i) {
-        const EntryCase& c = cases[i];
-        EXPECT_TRUE(context.outcomes[i].failed) << c.entry << ": no allocation to fail";
-        EXPECT_FALSE(context.outcomes[i].returned) << c.entry << " handed something back";
-        const std::string path = "/root/world/e" + std::to_string(i);
-        if (c.inCook) {
-            EXPECT_EQ(stringOf(cooked, path, "type"), "error") << c.entry;
-            EXPECT_EQ(stringOf(cooked, path, "errorMessage"),
-                      std::string("TestCallback Op: host caught an exception in ") + c.entry +
-                          ": std::bad_alloc");
-        } else {
-            expectedErrors += std::string(c.library) + ": " + c.entry + " failed: std::bad_alloc\n";
-        }
+    for (size_t i = 0; i < plainCases.size(); ++i) {
+        EXPECT_TRUE(outcomes[i].failed) << plainCases[i].entry << ": no allocation to fail";
+        EXPECT_FALSE(outcomes[i].returned) << plainCases[i].entry << " handed something back";
+        expectedErrors +=
+            std::string(plainCases[i].library) + ": " + plainCases[i].entry + " failed: std::bad_alloc\n";
     }
     EXPECT_EQ(errors.str(), expectedErrors);
 }

@@ -124,16 +124,6 @@ int intOf(const SceneLocation& root, const std::string& path, const std::string&
     return Qn::IntAttribute(attrOf(root, path, name)).getValue(-999, false);
 }
 
-std::vector<std::string> childrenOf(const SceneLocation& root, const std::string& path) {
-    std::vector<std::string> names;
-    if (const SceneLocation* location = find(root, path)) {
-        for (const SceneLocation& child : location->children) {
-            names.push_back(child.name);
-        }
-    }
-    return names;
-}
-
 std::vector<std::string> attrNamesOf(const SceneLocation& root, const std::string& path) {
     std::vector<std::string> names;
     const SceneLocation* location = find(root, path);
@@ -143,42 +133,6 @@ std::vector<std::string> attrNamesOf(const SceneLocation& root, const std::strin
         }
     }
     return names;
-}
-
-namespace {
-
-void dumpInto(const SceneLocation& location, const std::string& path, std::ostringstream& out) {
-    out << path << " {" << location.attrs.serialise() << "}\n";
-    for (const SceneLocation& child : location.children) {
-        dumpInto(child, path + "/" + child.name, out);
-    }
-}
-
-void* testLibrary() {
-    const std::string path = testPluginDir() + "/VexilTestOps.so";
-    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-    if (handle == nullptr) {
-        throw std::runtime_error("the test op library is not loaded: " + path);
-    }
-    return handle;
-}
-
-int64_t callCounter(const char* symbol) {
-    void* handle = testLibrary();
-    auto fn = reinterpret_cast<int64_t (*)()>(dlsym(handle, symbol));
-    dlclose(handle); // drops the reference RTLD_NOLOAD took; the registry keeps its own
-    if (fn == nullptr) {
-        throw std::runtime_error(std::string("no ") + symbol + " in the test op library");
-    }
-    return fn();
-}
-
-} // namespace
-
-std::string dump(const SceneLocation& root) {
-    std::ostringstream out;
-    dumpInto(root, "/" + root.name, out);
-    return out.str();
 }
 
 std::string testPluginDir() {
@@ -201,24 +155,22 @@ const OpRegistry& testRegistry() {
     return registry;
 }
 
-int64_t testDeletions() {
+void* testSymbol(const char* symbol) {
     testRegistry();
-    return callCounter("vexilTestDeletions");
+    const std::string path = testPluginDir() + "/VexilTestOps.so";
+    void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    void* found = handle != nullptr ? dlsym(handle, symbol) : nullptr;
+    if (handle != nullptr) {
+        dlclose(handle); // drops the reference RTLD_NOLOAD took; the registry keeps its own
+    }
+    if (found == nullptr) {
+        throw std::runtime_error(std::string("no ") + symbol + " in the loaded test op library " + path);
+    }
+    return found;
 }
 
-int64_t testAttempts() {
-    testRegistry();
-    return callCounter("vexilTestAttempts");
-}
-
-int64_t testSmallestStack() {
-    testRegistry();
-    return callCounter("vexilTestSmallestStack");
-}
-
-int64_t testSerialOverlaps() {
-    testRegistry();
-    return callCounter("vexilTestSerialOverlaps");
+int64_t testCounter(const char* symbol) {
+    return reinterpret_cast<int64_t (*)()>(testSymbol(symbol))();
 }
 
 } // namespace HostTest

@@ -40,26 +40,20 @@ Qn::Attribute attrOf(const SceneLocation& root, const std::string& path, const s
 std::string stringOf(const SceneLocation& root, const std::string& path, const std::string& name);
 /// The first value of an int attribute at `path`, or -999.
 int intOf(const SceneLocation& root, const std::string& path, const std::string& name);
-/// The names of the children of the location at `path`, in order.
-std::vector<std::string> childrenOf(const SceneLocation& root, const std::string& path);
 /// The top-level attribute names of the location at `path`, in order.
 std::vector<std::string> attrNamesOf(const SceneLocation& root, const std::string& path);
-/// Every location's path, children order and serialised attributes: equal texts mean equal scenes.
-std::string dump(const SceneLocation& root);
 
 /// The folder of the test op plug-ins, and of the unusable libraries.
 std::string testPluginDir();
 std::string badPluginDir();
 /// The registry of the test op plug-ins (loaded once).
 const OpRegistry& testRegistry();
-/// Private data objects freed by the test ops so far.
-int64_t testDeletions();
-/// TestAttempts cooks so far.
-int64_t testAttempts();
-/// The smallest stack, in bytes, of a thread that cooked TestStack so far.
-int64_t testSmallestStack();
-/// TestSerial cooks that overlapped another one.
-int64_t testSerialOverlaps();
+/// The address of an exported symbol of the loaded test op library; throws when there is none.
+void* testSymbol(const char* symbol);
+/// A counter of the test op library: "vexilTestDeletions" (private data freed), "vexilTestAttempts"
+/// (TestAttempts cooks), "vexilTestSmallestStack" (bytes of the smallest stack that cooked TestStack)
+/// or "vexilTestSerialOverlaps" (TestSerial cooks that overlapped another).
+int64_t testCounter(const char* symbol);
 
 } // namespace HostTest
 } // namespace VexilHost

@@ -1,5 +1,6 @@
-// The XFormUtilHost and VexilCookInterfaceUtilsHost suites as an op sees them, against transforms
-// and bounds worked out by hand.
+// The XFormUtilHost suite's entries called directly, against transforms worked out by hand: the copying
+// entries, continuing from an ancestor's world, racing threads and abort mode. What an op gets through
+// the plug-in side is checked by the host_world_transforms_* scenario folders.
 #include "host/engine/CookContext.h"
 #include "host/engine/Engine.h"
 #include "host/engine/StageGraph.h"
@@ -36,129 +37,7 @@ SceneLocation scene() {
              location("probe")})});
 }
 
-SceneLocation probe(const std::string& of, const NamedAttrs& extra = {}, bool abortMode = false) {
-    NamedAttrs args = {{"at", strings({"/root/world/probe"})}, {"of", strings({of})}};
-    args.insert(args.end(), extra.begin(), extra.end());
-    // A first op makes the queried step a cooked one, so that abort mode has something to wait for.
-    const SceneFile file =
-        sceneFile(scene(), {op("TestMark", "/root/world"), op("TestWorld", "/root/world", args)});
-    EngineOptions options;
-    options.abortMode = abortMode;
-    Engine engine(file, testRegistry(), options);
-    return engine.cook();
-}
-
 using Rows = std::array<double, 16>;
-
-void expectSamples(const SceneLocation& out, const std::vector<float>& times,
-                   const std::vector<Rows>& matrices) {
-    const std::string at = "/root/world/probe";
-    const Qn::FloatAttribute gotTimes(attrOf(out, at, "queried.times"));
-    ASSERT_TRUE(gotTimes.isValid());
-    const auto t = gotTimes.getNearestSample(0.0f);
-    EXPECT_EQ(std::vector<float>(t.begin(), t.end()), times);
-    const Qn::DoubleAttribute world(attrOf(out, at, "queried.world"));
-    ASSERT_EQ(world.getNumberOfValues(), static_cast<int64_t>(16 * matrices.size()));
-    const auto values = world.getNearestSample(0.0f);
-    for (size_t m = 0; m < matrices.size(); ++m) {
-        for (size_t i = 0; i < 16; ++i) {
-            EXPECT_NEAR(values[static_cast<int64_t>(16 * m + i)], matrices[m][i], 1e-12)
-                << "sample " << m << " element " << i;
-        }
-    }
-}
-
-TEST(HostUtilities, WorldTransformOfALocationBelowAnimatedAncestors) {
-    // target: T(1,0,0) * (S * R) * T_world(t): its origin lands on (0, 2 + 10t, 0), axes turned and doubled.
-    for (bool abortMode : {false, true}) {
-        const SceneLocation out = probe("/root/world/parent/target", {}, abortMode);
-        expectSamples(out, {0.0f, 0.5f, 1.0f},
-                      {{0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1},
-                       {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 7, 0, 1},
-                       {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 12, 0, 1}});
-        // The unit cube goes to x in [-2,2], y in [0,4], z in [-2,2] at time 0.
-        const Qn::DoubleAttribute bound(attrOf(out, "/root/world/probe", "queried.bound"));
-        const auto b = bound.getNearestSample(0.0f);
-        const std::vector<double> expected = {-2, 2, 0, 4, -2, 2};
-        ASSERT_EQ(b.size, 6);
-        for (size_t i = 0; i < 6; ++i) {
-            EXPECT_NEAR(b[static_cast<int64_t>(i)], expected[i], 1e-12) << i;
-        }
-    }
-}
-
-TEST(HostUtilities, OverridesReplaceTheXformOfTheLocationsTheyName) {
-    // parent's xform replaced by translate (0,0,5): the target's origin is (1, 10t, 5), axes unchanged.
-    const SceneLocation out =
-        probe("/root/world/parent/target",
-              {{"overrides", group({{"/root/world/parent", group({{"translate", doubles({0, 0, 5})}})}})}});
-    expectSamples(out, {0.0f, 0.5f, 1.0f},
-                  {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 5, 1},
-                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 5, 5, 1},
-                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 10, 5, 1}});
-    // A key with a dot in it names one location; it is never split into nested names.
-    const SceneLocation dotted =
-        probe("/root/world/lamp.001",
-              {{"overrides", group({{"/root/world/lamp.001", group({{"translate", doubles({0, 3, 0})}})}})}});
-    expectSamples(dotted, {0.0f, 1.0f},
-                  {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 3, 0, 1},
-                   {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 13, 0, 1}});
-    // Without overrides, and with a key that only begins like the path (another location), the lamp
-    // keeps its own xform.
-    const SceneLocation plain = probe("/root/world/lamp.001");
-    const SceneLocation prefixed =
-        probe("/root/world/lamp.001",
-              {{"overrides", group({{"/root/world/lamp", group({{"translate", doubles({0, 7, 0})}})}})}});
-    for (const SceneLocation* out : {&plain, &prefixed}) {
-        expectSamples(*out, {0.0f, 1.0f},
-                      {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 0, 0, 1},
-                       {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 3, 10, 0, 1}});
-    }
-}
-
-TEST(HostUtilities, ALocationAskingForItsOwnTransformGetsTheTimesOfItsWholeChain) {
-    // "self" is translated by (1,0,0) sampled at 0.5 only; below "still" (no xform) its times are its
-    // own alone, below "moving" (translate (0,0,0) at 0 -> (0,10,0) at 1) they are both's.
-    const Qn::GroupAttribute selfXform = group({{"translate", animated({{0.5f, {1, 0, 0}}}, 3)}});
-    const SceneLocation root = location(
-        "root", {},
-        {location("still", {}, {location("self", {{"xform", selfXform}})}),
-         location("moving",
-                  {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {0, 10, 0}}}, 3)}})}},
-                  {location("self", {{"xform", selfXform}})})});
-    struct Case {
-        const char* path;
-        std::vector<float> times;
-        std::vector<double> y; ///< the world translation's y at each time (x is 1 throughout)
-    };
-    const Case cases[] = {{"/root/still/self", {0.5f}, {0}},
-                          {"/root/moving/self", {0.0f, 0.5f, 1.0f}, {0, 5, 10}}};
-    for (const Case& c : cases) {
-        const NamedAttrs args = {{"at", strings({c.path})}, {"of", strings({c.path})}};
-        const SceneFile file = sceneFile(root, {op("TestWorld", "/root", args)});
-        Engine engine(file, testRegistry());
-        const SceneLocation out = engine.cook();
-        const Qn::FloatAttribute times(attrOf(out, c.path, "queried.times"));
-        const auto t = times.getNearestSample(0.0f);
-        EXPECT_EQ(std::vector<float>(t.begin(), t.end()), c.times) << c.path;
-        const Qn::DoubleAttribute worldAttr(attrOf(out, c.path, "queried.world"));
-        const auto world = worldAttr.getNearestSample(0.0f);
-        ASSERT_EQ(world.size, static_cast<int64_t>(16 * c.y.size())) << c.path;
-        for (size_t i = 0; i < c.y.size(); ++i) {
-            EXPECT_EQ(world[static_cast<int64_t>(16 * i + 12)], 1.0) << c.path << " sample " << i;
-            EXPECT_EQ(world[static_cast<int64_t>(16 * i + 13)], c.y[i]) << c.path << " sample " << i;
-        }
-    }
-}
-
-TEST(HostUtilities, MissingLocationsHaveNoTransformAndNoBound) {
-    const SceneLocation out = probe("/root/world/missing");
-    EXPECT_EQ(Qn::DoubleAttribute(attrOf(out, "/root/world/probe", "queried.world")).getNumberOfValues(), 0);
-    EXPECT_FALSE(attrOf(out, "/root/world/probe", "queried.bound").isValid());
-    // A location without a bound has none either.
-    const SceneLocation unbounded = probe("/root/world/lamp.001");
-    EXPECT_FALSE(attrOf(unbounded, "/root/world/probe", "queried.bound").isValid());
-}
 
 TEST(HostUtilities, LocalTransformOfAnXformGroupAtSortedDistinctTimes) {
     const XFormUtilHostSuite* suite = xformUtilSuite();

@@ -1,9 +1,9 @@
-// Location-path ancestry and relative paths.
+// Location-path ancestry and relative paths against the hand-worked table paths.json.
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
+#include "tests/support/JsonFile.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -11,90 +11,33 @@ namespace {
 
 using namespace Qn::PathUtils;
 
-// The one rule by which a written path names a location, for targets, list entries, base paths and the
-// command line alike.
-TEST(PathUtilsTest, WrittenPathsNameOneLocation) {
-    const std::vector<std::array<std::string, 3>> cases = {
-        {"/root/world/a", "/root/world/t", "/root/world/t"},
-        {"/root/world/a", "../t", "/root/world/t"},
-        {"/root/world/geo/a", "../b", "/root/world/geo/b"},
-        {"/root/world/a", "child", "/root/world/a/child"},
-        {"/root/world/a", "./x", "/root/world/a/x"},
-        {"/root/world/a", ".", "/root/world/a"},
-        {"/root/world/a", "../../world/./t/", "/root/world/t"},
-        {"/root/world/a", "/root//world/t/", "/root/world/t"},
-        {"", "/root/world/./t//", "/root/world/t"},
-        {"/root/world/a", "/", "/"},
-        {"/root/world/a", "../../../..", ""}, // above the top
-        {"/root/world/a", "", ""},
-        {"", "relative/t", ""}, // a relative path without a base names nothing
-        {"/root/world/a", std::string("/root/wor\0ld", 13), ""},
+TEST(PathUtilsTest, CasesOfTheTable) {
+    const auto table = VexilTest::readJsonFile(VEXIL_PLUGIN_TEST_DIR "/paths.json");
+    const auto text = [](const nlohmann::ordered_json& value) {
+        return value.get<std::string>();
     };
-    for (const auto& [base, path, expected] : cases) {
-        EXPECT_EQ(normalisedPath(base, path), expected) << base << " + " << path;
-        if (!expected.empty()) {
-            EXPECT_TRUE(isNormalisedPath(expected)) << expected;
-        }
+    // The one rule by which a written path names a location, for targets, list entries, base paths and
+    // the command line alike.
+    for (const auto& c : table["normalisedPath"]) {
+        const std::string expected = text(c[2]);
+        EXPECT_EQ(normalisedPath(text(c[0]), text(c[1])), expected) << c;
+        EXPECT_TRUE(expected.empty() || isNormalisedPath(expected)) << c;
     }
-    for (const char* name : {"", ".", "..", "a/b"}) {
-        EXPECT_FALSE(isLocationName(name)) << name;
+    for (const auto& c : table["isStrictAncestor"]) {
+        EXPECT_EQ(isStrictAncestor(text(c[0]), text(c[1])), c[2].get<bool>()) << c;
     }
-    EXPECT_FALSE(isLocationName(std::string("a\0b", 3)));
-    EXPECT_TRUE(isLocationName("geo.001"));
-}
-
-TEST(PathUtilsTest, StrictAncestry) {
-    struct Case {
-        const char* ancestor;
-        const char* path;
-        bool expected;
-    };
-    const Case cases[] = {
-        {"/root/world", "/root/world/geo/a", true},
-        {"/root/world/", "/root/world/geo", true},
-        {"/root/world", "/root/world/geo//", true},
-        {"/", "/root", true},
-        {"///", "/root", true},
-        {"/root/world", "/root/world", false},  // not its own ancestor
-        {"/root/world", "/root/world/", false}, // trailing slashes ignored
-        {"/root/world/geo", "/root/world/geometry", false},
-        {"/root/world/geo/a", "/root/world/geo", false},
-        {"", "/root", false},
-        {"/root", "", false},
-        {"/", "/", false},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(isStrictAncestor(c.ancestor, c.path), c.expected) << c.ancestor << " above " << c.path;
+    for (const auto& c : table["makeRelativePath"]) {
+        EXPECT_EQ(makeRelativePath(text(c[0]), text(c[1])), text(c[2])) << c;
     }
-}
-
-TEST(PathUtilsTest, RelativePaths) {
-    struct Case {
-        const char* base;
-        const char* target;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {"/root/world/geo/a", "/root/world/geo/b", "../b"},
-        {"/root/world/a", "/root/world/a/child", "child"},
-        {"/root/world/a", "/root/world/a/child/leaf", "child/leaf"},
-        {"/root/world/geo/a", "/root/world/cam", "../../cam"},
-        {"/root/world/geo/a", "/root/world/geo", ".."},
-        {"/root/world/a", "/root/world/a", ""},
-        {"/root/world/a", "/other", "../../../other"},
-        {"/root/world/a", "relative/b", "../../../../relative/b"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(makeRelativePath(c.base, c.target), c.expected) << c.base << " -> " << c.target;
+    for (const auto& c : table["isLocationName"]) {
+        EXPECT_EQ(isLocationName(text(c[0])), c[1].get<bool>()) << c;
     }
-}
-
-TEST(PathUtilsTest, SplitKeepsEmptyComponents) {
-    EXPECT_EQ(splitPath("/root/world"), (std::vector<std::string>{"", "root", "world"}));
-    EXPECT_EQ(splitPath("a//b/"), (std::vector<std::string>{"a", "", "b", ""}));
-    EXPECT_EQ(stripTrailingSlashes("/root/world//"), "/root/world");
-    EXPECT_EQ(stripTrailingSlashes("//"), "/");
-    EXPECT_EQ(stripTrailingSlashes(""), "");
+    for (const auto& c : table["splitPath"]) {
+        EXPECT_EQ(splitPath(text(c[0])), c[1].get<std::vector<std::string>>()) << c;
+    }
+    for (const auto& c : table["stripTrailingSlashes"]) {
+        EXPECT_EQ(stripTrailingSlashes(text(c[0])), text(c[1])) << c;
+    }
 }
 
 } // namespace

@@ -18,6 +18,7 @@ using namespace VexilTest;
 namespace {
 
 const std::string kScenarios = VEXIL_SCENARIOS_DIR;
+const std::string kTestPlugins = VEXIL_TEST_PLUGINS_DIR;
 
 std::vector<std::string> scenarioNames() {
     std::vector<std::string> names;
@@ -56,6 +57,19 @@ std::vector<std::string> stringValues(const Json& attr) {
         }
     }
     return values;
+}
+
+/// The member names of a JSON object in order: child locations, or the children of a group.
+std::vector<std::string> keys(const Json& object) {
+    std::vector<std::string> names;
+    for (auto it = object.begin(); object.is_object() && it != object.end(); ++it) {
+        names.push_back(it.key());
+    }
+    return names;
+}
+
+std::vector<std::string> names(const Json& list) {
+    return list.get<std::vector<std::string>>();
 }
 
 bool isFloatAttribute(const Json& attr) {
@@ -107,7 +121,11 @@ TEST_P(Scenario, Cooks) {
     ScratchFolder scratch;
     std::vector<std::string> arguments;
     for (const Json& argument : expected.value("args", Json::array({"--world"}))) {
-        arguments.push_back(replaced(argument.get<std::string>(), "{DIR}", scratch.path("")));
+        const std::string text = replaced(argument.get<std::string>(), "{DIR}", scratch.path(""));
+        if (text.find("{TEST_PLUGINS}") != std::string::npos && kTestPlugins.empty()) {
+            GTEST_SKIP() << "this build has no test op plug-ins";
+        }
+        arguments.push_back(replaced(text, "{TEST_PLUGINS}", kTestPlugins));
     }
     const std::string scene = folder + "/" + expected.value("scene", std::string("scene.json"));
     arguments.push_back(scene);
@@ -128,8 +146,19 @@ TEST_P(Scenario, Cooks) {
             continue;
         }
         ASSERT_TRUE(hasLocation(cooked, path)) << path << " is missing";
+        const Json& cookedLocation = location(cooked, path);
         for (auto attr = it.value().begin(); attr != it.value().end(); ++attr) {
-            checkAttribute(attribute(cooked, path, attr.key()), attr.value(), path + " " + attr.key());
+            const std::string& name = attr.key();
+            if (name == "(children)") {
+                EXPECT_EQ(keys(cookedLocation.value("children", Json::object())), names(attr.value()))
+                    << path;
+            } else if (name.rfind("(attributes)", 0) == 0) {
+                const Json& group = name.size() > 12 ? attribute(cooked, path, name.substr(13))
+                                                     : cookedLocation.value("attrs", Json::object());
+                EXPECT_EQ(keys(group), names(attr.value())) << path << " " << name;
+            } else {
+                checkAttribute(attribute(cooked, path, name), attr.value(), path + " " + name);
+            }
         }
     }
 }

@@ -5,6 +5,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <limits>
@@ -46,12 +47,7 @@ std::vector<std::string> stringsArg(const VexilCookInterface& ci, const std::str
 }
 
 bool contains(const std::vector<std::string>& list, const std::string& value) {
-    for (const auto& item : list) {
-        if (item == value) {
-            return true;
-        }
-    }
-    return false;
+    return std::find(list.begin(), list.end(), value) != list.end();
 }
 
 std::string leafName(const std::string& path) {

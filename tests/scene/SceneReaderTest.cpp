@@ -30,7 +30,8 @@ TEST(SceneReader, FilesReadAndWrittenAgainTakeTheCanonicalForm) {
 }
 
 TEST(SceneReader, BadFilesGiveTheirExactMessages) {
-    for (const Json& c : VexilTest::readJsonFile(VEXIL_SCENE_CASES_DIR "/reader-errors.json").at("cases")) {
+    const Json cases = VexilTest::readJsonFile(VEXIL_SCENE_CASES_DIR "/reader-errors.json").at("cases");
+    for (const Json& c : cases) {
         const std::string text =
             c.contains("attribute")
                 ? "{\n  \"scene\": {\n    \"attrs\": {\n      \"x\": " + c["attribute"].get<std::string>() +

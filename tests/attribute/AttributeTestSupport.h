@@ -33,7 +33,6 @@ inline const AttributeHostSuite* hostSuite() {
 struct Live {
     int64_t attributes = 0;
     int64_t builders = 0;
-    bool operator==(const Live& o) const { return attributes == o.attributes && builders == o.builders; }
 };
 
 inline Live liveCounts() {
@@ -71,6 +70,14 @@ private:
     std::ostringstream m_text;
     std::streambuf* m_old;
 };
+
+/// `v` as `n` little-endian bytes, for the canonical encodings written out independently of the host.
+inline std::string le(uint64_t v, int n) {
+    std::string s;
+    for (int i = 0; i < n; ++i)
+        s.push_back(static_cast<char>(v >> (8 * i)));
+    return s;
+}
 
 /// The message of the std::runtime_error thrown by `f`, or "<no exception>".
 template <typename F> std::string thrownMessage(F&& f) {

@@ -10,7 +10,7 @@ namespace {
 
 using DataAttributeTest = AttributeTest;
 
-TEST_F(DataAttributeTest, GettersOfInvalidAttributesThrowTheirMessagesOrReturnTheDefault) {
+TEST_F(DataAttributeTest, GettersWithoutAValueThrowTheirMessagesOrReturnTheDefault) {
     EXPECT_EQ(thrownMessage([] { IntAttribute().getValue(); }), "Error getting int value from IntAttribute.");
     EXPECT_EQ(thrownMessage([] { FloatAttribute().getValue(); }),
               "Error getting float value from FloatAttribute.");
@@ -18,21 +18,16 @@ TEST_F(DataAttributeTest, GettersOfInvalidAttributesThrowTheirMessagesOrReturnTh
               "Error getting double value from DoubleAttribute.");
     EXPECT_EQ(thrownMessage([] { StringAttribute().getValue(); }),
               "Error getting string value from StringAttribute.");
-
     EXPECT_EQ(IntAttribute().getValue(-4, false), -4);
     EXPECT_EQ(FloatAttribute().getValue(2.5f, false), 2.5f);
     EXPECT_EQ(DoubleAttribute().getValue(-0.125, false), -0.125);
     EXPECT_EQ(StringAttribute().getValue("fallback", false), "fallback");
-}
-
-TEST_F(DataAttributeTest, AnAttributeWithoutValuesHasNoValueToGet) {
+    // A valid attribute without values has no value to get either.
     const IntAttribute empty(std::vector<int32_t>{});
     ASSERT_TRUE(empty.isValid());
-    EXPECT_EQ(empty.getNumberOfValues(), 0);
     EXPECT_EQ(thrownMessage([&] { empty.getValue(); }), "Error getting int value from IntAttribute.");
     EXPECT_EQ(empty.getValue(11, false), 11);
-    const StringAttribute noStrings(std::vector<std::string>{});
-    EXPECT_EQ(noStrings.getValue("none", false), "none");
+    EXPECT_EQ(StringAttribute(std::vector<std::string>{}).getValue("none", false), "none");
 }
 
 TEST_F(DataAttributeTest, KindMismatchMakesAnInvalidAttributeWithoutError) {
@@ -66,44 +61,28 @@ TEST_F(DataAttributeTest, ScalarGetterTakesTheSampleNearestToTimeZero) {
         "late");
 }
 
-TEST_F(DataAttributeTest, CreationRejectsBadInputWithANullHandle) {
+// Bad shapes (counts, tuple sizes, time order) are the attribute fuzz target's; these are the pointers
+// and the client's own checks it never passes.
+TEST_F(DataAttributeTest, CreationRejectsNullPointersWithANullHandle) {
     const float t2[] = {0.0f, 1.0f};
-    const float down[] = {1.0f, 0.0f};
-    const float same[] = {0.5f, 0.5f};
-    const float nan[] = {0.0f, std::numeric_limits<float>::quiet_NaN()};
     const float v0[] = {1, 2, 3, 4, 5, 6};
     const float* v2[] = {v0, v0};
     const float* vNull[] = {v0, nullptr};
-    struct Case {
+    const struct {
         const char* what;
         const float* times;
         int64_t samples;
         const float* const* values;
-        int64_t count;
-        int64_t tuple;
+    } cases[] = {
+        {"null times", nullptr, 2, v2},
+        {"negative samples", t2, -1, v2},
+        {"null values", t2, 2, nullptr},
+        {"null sample", t2, 2, vNull},
     };
-    const Case cases[] = {
-        {"null times", nullptr, 2, v2, 6, 1},
-        {"no samples", t2, 0, v2, 6, 1},
-        {"negative samples", t2, -1, v2, 6, 1},
-        {"negative count", t2, 2, v2, -6, 1},
-        {"zero tuple size", t2, 2, v2, 6, 0},
-        {"negative tuple size", t2, 2, v2, 6, -3},
-        {"count not a multiple of the tuple size", t2, 2, v2, 5, 3},
-        {"descending times", down, 2, v2, 6, 1},
-        {"repeated times", same, 2, v2, 6, 1},
-        {"NaN time", nan, 2, v2, 6, 1},
-        {"null values", t2, 2, nullptr, 6, 1},
-        {"null sample", t2, 2, vNull, 6, 1},
-    };
-    for (const Case& c : cases) {
-        const QnAttributeHandle h =
-            suite()->createFloatSamples(c.times, c.samples, c.values, c.count, c.tuple);
-        EXPECT_EQ(h, nullptr) << c.what;
-        suite()->release(h);
-        EXPECT_FALSE(FloatAttribute(c.times, c.samples, c.values, c.count, c.tuple).isValid()) << c.what;
+    for (const auto& c : cases) {
+        EXPECT_EQ(suite()->createFloatSamples(c.times, c.samples, c.values, 6, 1), nullptr) << c.what;
+        EXPECT_FALSE(FloatAttribute(c.times, c.samples, c.values, 6, 1).isValid()) << c.what;
     }
-    // The same layout with good arguments is accepted.
     EXPECT_TRUE(FloatAttribute(t2, 2, v2, 6, 3).isValid());
     // Zero values need no value pointers.
     EXPECT_TRUE(FloatAttribute(t2, 2, nullptr, 0, 1).isValid());

@@ -1,7 +1,17 @@
-// Groups: ordered children, dotted lookup, and both builder modes.
+// Groups: the rows of groups.json built with and without the build-in-one-call entry, lookup by index
+// and dotted name, the raw builder entries and the extension suite's references.
 #include "tests/attribute/AttributeTestSupport.h"
+#include "tests/support/JsonFile.h"
+
+#include <vexil/AttributeHostExtension.h>
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
 
 using namespace AttributeTests;
+using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -21,97 +31,80 @@ std::string describe(const GroupAttribute& g) {
     return text;
 }
 
-using GroupAttributeTest = AttributeTest;
+/// The extension suite the library's service table offers (loadSuite keeps the library open; this
+/// finds the same copy), or null.
+const AttributeHostExtensionSuite*
+offeredExtension(unsigned int version = QN_ATTRIBUTE_HOST_EXTENSION_SUITE_VERSION) {
+    void* library = dlopen(VEXIL_BUILD_DIR "/bin/libQnAttributeHost.so", RTLD_NOW | RTLD_NOLOAD);
+    const auto getHost = reinterpret_cast<QnGetAttributeHostFn>(dlsym(library, QN_GET_ATTRIBUTE_HOST_SYMBOL));
+    dlclose(library); // drops only this look-up's count
+    return static_cast<const AttributeHostExtensionSuite*>(
+        getHost()->getSuite(QN_ATTRIBUTE_HOST_EXTENSION_SUITE_NAME, version));
+}
 
-TEST_F(GroupAttributeTest, DefaultModeBuildsNestedGroupsFromDottedNames) {
-    struct Step {
-        const char* op; // "set" or "del"
-        const char* name;
-        int value;
-    };
-    struct Case {
-        const char* what;
-        std::vector<Step> steps;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {"dotted set creates the group", {{"set", "args.targetOrigin", 1}}, "args{targetOrigin=1}"},
-        {"a second dotted set keeps the other children",
-         {{"set", "args.a", 1}, {"set", "type", 2}, {"set", "args.b", 3}},
-         "args{a=1 b=3} type=2"},
-        {"set of an existing name replaces it in place",
-         {{"set", "a", 1}, {"set", "b", 2}, {"set", "c", 3}, {"set", "b", 9}},
-         "a=1 b=9 c=3"},
-        {"a non-group child gives way to a group at its position",
-         {{"set", "a", 1}, {"set", "b", 2}, {"set", "a.x", 3}},
-         "a{x=3} b=2"},
-        {"three levels", {{"set", "a.b.c", 1}, {"set", "a.b.d", 2}, {"set", "a.e", 3}}, "a{b{c=1 d=2} e=3}"},
-        {"a dotted delete keeps the siblings",
-         {{"set", "args.a", 1}, {"set", "args.b", 2}, {"del", "args.a", 0}},
-         "args{b=2}"},
-        {"deleting an absent name changes nothing",
-         {{"set", "a", 1}, {"del", "b", 0}, {"del", "a.b", 0}},
-         "a=1"},
-        {"delete then set appends",
-         {{"set", "a", 1}, {"set", "b", 2}, {"del", "a", 0}, {"set", "a", 3}},
-         "b=2 a=3"},
-        {"paths with empty segments are ignored",
-         {{"set", "a..b", 1}, {"set", ".a", 2}, {"set", "a.", 3}, {"set", "", 4}, {"set", "ok", 5}},
-         "ok=5"},
-    };
-    for (const Case& c : cases) {
-        GroupBuilder builder;
-        for (const Step& s : c.steps) {
-            if (std::string(s.op) == "set")
-                builder.set(s.name, IntAttribute(s.value));
-            else
-                builder.del(s.name);
+/// Runs the steps of a groups.json row on `builder`; a build step's group is kept with its expected
+/// shape in `built`, to be checked again once later steps could have changed it.
+void runSteps(GroupBuilder& builder, const Json& steps, std::vector<std::pair<GroupAttribute, Json>>& built) {
+    for (const Json& step : steps) {
+        const std::string op = step[0];
+        if (op == "build") {
+            built.emplace_back(builder.build(), step[1]);
+        } else if (op == "del") {
+            builder.del(step[1].get<std::string>());
+        } else {
+            const Json& value = step.back();
+            Attribute attribute;
+            if (value.is_number()) {
+                attribute = IntAttribute(value.get<int>());
+            } else if (value.is_array()) {
+                GroupBuilder inner;
+                runSteps(inner, value, built);
+                attribute = inner.build();
+            }
+            op == "set" ? builder.set(step[1].get<std::string>(), attribute)
+                        : builder.update(GroupAttribute(attribute));
         }
-        EXPECT_EQ(describe(builder.build()), c.expected) << c.what;
     }
 }
 
-TEST_F(GroupAttributeTest, DottedSetReachesIntoAnExistingGroupChild) {
-    GroupBuilder inner;
-    inner.set("y", IntAttribute(1)).set("z", IntAttribute(2));
-    const GroupAttribute args = inner.build();
-    GroupBuilder outer;
-    outer.set("args", args).set("args.x", IntAttribute(3)).set("args.y", IntAttribute(4));
-    EXPECT_EQ(describe(outer.build()), "args{y=4 z=2 x=3}");
-    // The group that was set is immutable and unchanged.
-    EXPECT_EQ(describe(args), "y=1 z=2");
+using GroupAttributeTest = AttributeTest;
+
+TEST_F(GroupAttributeTest, BuildersMakeTheGroupsOfTheTableWithAndWithoutTheExtension) {
+    const AttributeHostExtensionSuite* const offered = GroupBuilder::extension();
+    const Json cases = VexilTest::readJsonFile(VEXIL_ATTRIBUTE_CASES_DIR "/groups.json").at("cases");
+    for (const Json& c : cases) {
+        for (const AttributeHostExtensionSuite* extension :
+             {offered, (const AttributeHostExtensionSuite*)nullptr}) {
+            GroupBuilder::setExtension(extension);
+            GroupBuilder builder(c.value("mode", "") == "literal" ? QN_GROUP_BUILDER_MODE_LITERAL
+                                                                  : QN_GROUP_BUILDER_MODE_DEFAULT);
+            std::vector<std::pair<GroupAttribute, Json>> built;
+            runSteps(builder, c.at("steps"), built);
+            built.emplace_back(builder.build(), c.at("group"));
+            for (const auto& [group, expected] : built)
+                EXPECT_EQ(describe(group), expected) << c.at("why") << (extension ? " (in one call)" : "");
+        }
+        GroupBuilder::setExtension(offered);
+    }
 }
 
-TEST_F(GroupAttributeTest, UpdateSetsEveryChildInOrderReplacingWholeChildren) {
-    GroupBuilder source;
-    source.set("b", IntAttribute(20)).set("args.x", IntAttribute(30)).set("d", IntAttribute(40));
-    GroupBuilder builder;
-    builder.set("a", IntAttribute(1)).set("args.y", IntAttribute(2)).set("b", IntAttribute(3));
-    builder.update(source.build());
-    EXPECT_EQ(describe(builder.build()), "a=1 args{x=30} b=20 d=40");
-    builder.update(GroupAttribute()); // an invalid group changes nothing
-    EXPECT_EQ(describe(builder.build()), "a=1 args{x=30} b=20 d=40");
-}
-
-TEST_F(GroupAttributeTest, BuildLeavesTheBuilderUsable) {
-    GroupBuilder builder;
-    builder.set("a", IntAttribute(1));
-    const GroupAttribute first = builder.build();
-    builder.set("b", IntAttribute(2)).set("a", IntAttribute(5));
-    const GroupAttribute second = builder.build();
-    EXPECT_EQ(describe(first), "a=1");
-    EXPECT_EQ(describe(second), "a=5 b=2");
-    EXPECT_EQ(describe(GroupBuilder().build()), "");
-    EXPECT_TRUE(GroupBuilder().build().isValid());
-
-    // Flag bit 0 of the build entry empties the builder afterwards.
-    QnGroupBuilderHandle raw = suite()->createGroupBuilder();
-    suite()->groupBuilderSet(raw, "n", -1, IntAttribute(1).getHandle());
-    const GroupAttribute kept(Attribute::adopt(suite()->groupBuilderBuild(raw, 1)));
-    const GroupAttribute emptied(Attribute::adopt(suite()->groupBuilderBuild(raw, 0)));
-    suite()->releaseGroupBuilder(raw);
-    EXPECT_EQ(describe(kept), "n=1");
-    EXPECT_EQ(describe(emptied), "");
+TEST_F(GroupAttributeTest, AMovedBuilderKeepsItsChildrenAndSharesNothingWithTheOneMovedFrom) {
+    GroupBuilder a;
+    a.set("a", IntAttribute(1)).set("b.c", IntAttribute(2));
+    GroupBuilder moved(std::move(a));
+    GroupBuilder assigned(QN_GROUP_BUILDER_MODE_LITERAL);
+    assigned.set("dropped", IntAttribute(0));
+    assigned = std::move(moved);
+    // What the builders moved from are given now is not the moved builder's.
+    a.set("x", IntAttribute(7));
+    moved.set("y", IntAttribute(8));
+    EXPECT_EQ(describe(assigned.set("b.d", IntAttribute(3)).build()), "a=1 b{c=2 d=3}");
+    // With the extension a builder moved from collects anew; without it, it has no host builder left
+    // and drops what it is given.
+    if (GroupBuilder::extension()) {
+        EXPECT_EQ(describe(a.build()), "x=7");
+        EXPECT_EQ(describe(moved.build()), "y=8");
+    }
 }
 
 TEST_F(GroupAttributeTest, ChildLookupByIndexAndDottedName) {
@@ -149,7 +142,7 @@ TEST_F(GroupAttributeTest, ChildLookupByIndexAndDottedName) {
     EXPECT_FALSE(GroupAttribute().getChildByName("a").isValid());
 }
 
-TEST_F(GroupAttributeTest, BuilderIgnoresNullArguments) {
+TEST_F(GroupAttributeTest, RawBuilderEntriesIgnoreNullArgumentsAndEmptyTheBuilderOnRequest) {
     QnGroupBuilderHandle raw = suite()->createGroupBuilderWithMode(QN_GROUP_BUILDER_MODE_DEFAULT);
     const IntAttribute one(1);
     suite()->groupBuilderSet(raw, nullptr, 3, one.getHandle());
@@ -158,11 +151,64 @@ TEST_F(GroupAttributeTest, BuilderIgnoresNullArguments) {
     suite()->groupBuilderDelete(raw, nullptr, 0);
     suite()->groupBuilderUpdate(raw, one.getHandle());        // not a group
     suite()->groupBuilderSet(raw, "abc", 1, one.getHandle()); // the length counts, not the terminator
-    const GroupAttribute g(Attribute::adopt(suite()->groupBuilderBuild(raw, 0)));
+    // Flag bit 0 of the build entry empties the builder afterwards.
+    const GroupAttribute kept(Attribute::adopt(suite()->groupBuilderBuild(raw, 0)));
+    const GroupAttribute last(Attribute::adopt(suite()->groupBuilderBuild(raw, 1)));
+    const GroupAttribute emptied(Attribute::adopt(suite()->groupBuilderBuild(raw, 0)));
     suite()->releaseGroupBuilder(raw);
     suite()->releaseGroupBuilder(nullptr);
-    EXPECT_EQ(describe(g), "a=1");
+    EXPECT_EQ(describe(kept), "a=1");
+    EXPECT_EQ(describe(last), "a=1");
+    EXPECT_EQ(describe(emptied), "");
     EXPECT_EQ(suite()->groupBuilderBuild(nullptr, 0), nullptr);
+}
+
+TEST(AttributeHostExtensionOffer, OfferedUnlessTheEnvironmentSwitchesItOff) {
+    ASSERT_NE(hostSuite(), nullptr);
+    const char* setting = std::getenv("VEXIL_HOST_EXTENSIONS");
+    EXPECT_EQ(offeredExtension() != nullptr, !(setting && std::strcmp(setting, "0") == 0));
+    EXPECT_EQ(offeredExtension(2), nullptr);
+    // The client takes what the table offers.
+    EXPECT_EQ(GroupBuilder::extension(), offeredExtension());
+}
+
+TEST_F(GroupAttributeTest, TheOneCallEntryTakesReferencesOnlyWhenAskedAndWhenItSucceeds) {
+    const AttributeHostExtensionSuite* const extension = offeredExtension();
+    if (!extension)
+        GTEST_SKIP() << "the extension is withheld (VEXIL_HOST_EXTENSIONS=0)";
+    const IntAttribute one(1), two(2);
+    const char* names[] = {"a", nullptr, "bc", "x.y"};
+    const int32_t lengths[] = {-1, 1, 1, -1}; // "bc" counts one character
+    const QnAttributeHandle values[] = {one.getHandle(), two.getHandle(), two.getHandle(), one.getHandle()};
+
+    const GroupAttribute borrowed(Attribute::adopt(
+        extension->buildGroup(QN_GROUP_BUILDER_MODE_DEFAULT, nullptr, 4, names, lengths, values, 0)));
+    EXPECT_EQ(describe(borrowed), "a=1 b=2 x{y=1}");
+
+    // Taken references and an extra one for the caller: releasing what is owned leaves no leak.
+    suite()->retain(one.getHandle());
+    suite()->retain(two.getHandle());
+    suite()->retain(borrowed.getHandle()); // the base is taken as well
+    const QnAttributeHandle taken[] = {one.getHandle(), two.getHandle()};
+    const char* literal[] = {"p.q", "r"};
+    const QnAttributeHandle twice =
+        extension->buildGroup(QN_GROUP_BUILDER_MODE_LITERAL, borrowed.getHandle(), 2, literal, nullptr, taken,
+                              QN_BUILD_GROUP_TAKE_VALUES | QN_BUILD_GROUP_EXTRA_REFERENCE);
+    suite()->retain(borrowed.getHandle());
+    const GroupAttribute again(
+        Attribute::adopt(extension->buildGroup(QN_GROUP_BUILDER_MODE_LITERAL, borrowed.getHandle(), 0,
+                                               nullptr, nullptr, nullptr, QN_BUILD_GROUP_TAKE_VALUES)));
+    EXPECT_TRUE(again.isContentEqual(borrowed));
+    const GroupAttribute first(Attribute::adopt(twice)), second(Attribute::share(twice));
+    suite()->release(twice);
+    EXPECT_EQ(describe(first), "a=1 b=2 x{y=1} p.q=1 r=2");
+
+    // Bad counts and missing arrays build nothing and take nothing.
+    EXPECT_EQ(extension->buildGroup(0, nullptr, -1, names, lengths, values, QN_BUILD_GROUP_TAKE_VALUES),
+              nullptr);
+    EXPECT_EQ(extension->buildGroup(0, nullptr, 1, nullptr, lengths, values, QN_BUILD_GROUP_TAKE_VALUES),
+              nullptr);
+    EXPECT_EQ(extension->buildGroup(0, nullptr, 1, names, lengths, nullptr, 0), nullptr);
 }
 
 } // namespace

@@ -43,12 +43,6 @@ TEST(HashTextTest, WordsAreReadMostSignificantFirst) {
 
 using HashTest = AttributeTest;
 
-/// Little-endian writers for the canonical encoding, built here independently of the host.
-void put(std::string& s, uint64_t v, int n) {
-    for (int i = 0; i < n; ++i)
-        s.push_back(static_cast<char>(v >> (8 * i)));
-}
-
 Hash xxh(const std::string& bytes) {
     const XXH128_hash_t h = XXH3_128bits(bytes.data(), bytes.size());
     return Hash(h.high64, h.low64);
@@ -56,38 +50,16 @@ Hash xxh(const std::string& bytes) {
 
 TEST_F(HashTest, HashIsXxh3OfTheDocumentedEncoding) {
     // int 7: kind 1, tuple size 1, 1 sample, 1 value, time 0.0, value 7.
-    std::string intBytes;
-    put(intBytes, 1, 1);
-    put(intBytes, 1, 8);
-    put(intBytes, 1, 8);
-    put(intBytes, 1, 8);
-    put(intBytes, 0, 4);
-    put(intBytes, 7, 4);
-    const Hash intHash = xxh(intBytes);
+    const Hash intHash = xxh(le(1, 1) + le(1, 8) + le(1, 8) + le(1, 8) + le(0, 4) + le(7, 4));
     EXPECT_EQ(IntAttribute(7).getHash(), intHash);
-
-    // string "ab" at times -1 and 0.5 ... as one sample "ab": kind 4, then a 64-bit length and the bytes.
-    std::string stringBytes;
-    put(stringBytes, 4, 1);
-    put(stringBytes, 1, 8);
-    put(stringBytes, 1, 8);
-    put(stringBytes, 1, 8);
-    put(stringBytes, 0, 4);
-    put(stringBytes, 2, 8);
-    stringBytes += "ab";
-    EXPECT_EQ(StringAttribute("ab").getHash(), xxh(stringBytes));
-
+    // string "ab": kind 4, as above, then a 64-bit length and the bytes.
+    EXPECT_EQ(StringAttribute("ab").getHash(),
+              xxh(le(4, 1) + le(1, 8) + le(1, 8) + le(1, 8) + le(0, 4) + le(2, 8) + "ab"));
     // group {n: int 7}: kind 5, one child, name "n", then the child's hash high word and low word.
-    std::string groupBytes;
-    put(groupBytes, 5, 1);
-    put(groupBytes, 1, 8);
-    put(groupBytes, 1, 8);
-    groupBytes += "n";
-    put(groupBytes, intHash.high(), 8);
-    put(groupBytes, intHash.low(), 8);
     GroupBuilder b;
     b.set("n", IntAttribute(7));
-    EXPECT_EQ(b.build().getHash(), xxh(groupBytes));
+    EXPECT_EQ(b.build().getHash(),
+              xxh(le(5, 1) + le(1, 8) + le(1, 8) + "n" + le(intHash.high(), 8) + le(intHash.low(), 8)));
 }
 
 GroupAttribute sampleGroup(int value, const char* name, float time) {

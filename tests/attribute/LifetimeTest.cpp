@@ -10,21 +10,13 @@ namespace {
 
 using LifetimeTest = AttributeTest;
 
-int64_t liveAttributes() {
-    return liveCounts().attributes;
-}
-int64_t liveBuilders() {
-    return liveCounts().builders;
-}
-
 TEST_F(LifetimeTest, ManyThreadsShareAndReleaseAttributes) {
     GroupBuilder b;
     b.set("xform.matrix",
           DoubleAttribute(std::map<float, std::vector<double>>{{0.0f, {1, 2}}, {1.0f, {3, 4}}}, 2));
     b.set("name", StringAttribute("shared"));
     const GroupAttribute shared = b.build();
-    const int64_t before = liveAttributes();
-    const int64_t builders = liveBuilders();
+    const Live before = liveCounts();
 
     // A fresh attribute whose hash no thread has asked for yet: all compute it at once.
     const FloatAttribute fresh(std::vector<float>(1000, 0.5f));
@@ -62,8 +54,8 @@ TEST_F(LifetimeTest, ManyThreadsShareAndReleaseAttributes) {
         t.join();
     for (int t = 0; t < kThreads; ++t)
         EXPECT_EQ(failures[t], 0) << "thread " << t;
-    EXPECT_EQ(liveAttributes(), before + 2);
-    EXPECT_EQ(liveBuilders(), builders);
+    EXPECT_EQ(liveCounts().attributes, before.attributes + 2);
+    EXPECT_EQ(liveCounts().builders, before.builders);
 }
 
 } // namespace

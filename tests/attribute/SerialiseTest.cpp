@@ -8,13 +8,6 @@ namespace {
 
 using SerialiseTest = AttributeTest;
 
-std::string le(uint64_t v, int n) {
-    std::string s;
-    for (int i = 0; i < n; ++i)
-        s.push_back(static_cast<char>(v >> (8 * i)));
-    return s;
-}
-
 const std::string kHeader = std::string("QNAB") + le(1, 4);
 
 TEST_F(SerialiseTest, ExactBytesOfASmallAttribute) {

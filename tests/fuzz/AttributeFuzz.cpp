@@ -142,63 +142,57 @@ std::string textOf(double value) {
     return std::isnan(value) ? std::string("") : "v" + std::to_string(value);
 }
 
+/// A shape's number as a value of type T: integers outside the int range become -1.
+template <typename T> T valueAs(double v) {
+    if constexpr (std::is_same_v<T, int32_t>) {
+        return std::isfinite(v) && std::fabs(v) < 2e9 ? int32_t(v) : -1;
+    } else {
+        return T(v);
+    }
+}
+
+/// Calls the suite's creation entry `createSamples` with sample `i`'s value `v` given by `value(i, v)`.
+template <typename T, typename Value, typename Create>
+Qn::Attribute createWith(const Shape& s, const Value& value, Create createSamples) {
+    std::vector<std::vector<T>> values(s.values.size());
+    std::vector<const T*> pointers;
+    for (size_t i = 0; i < s.values.size(); ++i) {
+        for (size_t v = 0; v < s.values[i].size(); ++v) {
+            values[i].push_back(value(i, v));
+        }
+        pointers.push_back(values[i].data());
+    }
+    return Qn::Attribute::adopt(createSamples(s.times.empty() ? nullptr : s.times.data(),
+                                              int64_t(s.times.size()), pointers.data(), s.valuesPerSample,
+                                              s.tupleSize));
+}
+
 /// Creates the attribute through the suite's creation entries, as the shape says.
 Qn::Attribute create(const Shape& s) {
-    const int64_t numSamples = int64_t(s.times.size());
-    std::vector<std::vector<int32_t>> ints(s.values.size());
-    std::vector<std::vector<float>> floats(s.values.size());
-    std::vector<std::vector<std::string>> strings(s.values.size());
-    std::vector<std::vector<const char*>> stringPointers(s.values.size());
-    std::vector<const void*> pointers;
-    for (size_t i = 0; i < s.values.size(); ++i) {
-        for (double v : s.values[i]) {
-            ints[i].push_back(std::isfinite(v) && std::fabs(v) < 2e9 ? int32_t(v) : -1);
-            floats[i].push_back(float(v));
-            strings[i].push_back(textOf(v));
-        }
-        for (const std::string& text : strings[i]) {
-            stringPointers[i].push_back(text.c_str());
-        }
-        switch (s.kind) {
-        case QN_ATTRIBUTE_TYPE_INT:
-            pointers.push_back(ints[i].data());
-            break;
-        case QN_ATTRIBUTE_TYPE_FLOAT:
-            pointers.push_back(floats[i].data());
-            break;
-        case QN_ATTRIBUTE_TYPE_DOUBLE:
-            pointers.push_back(s.values[i].data());
-            break;
-        default:
-            pointers.push_back(stringPointers[i].data());
-            break;
-        }
-    }
-    const float* times = s.times.empty() ? nullptr : s.times.data();
-    QnAttributeHandle handle = nullptr;
+    const auto number = [&](auto zero) {
+        return [&s](size_t i, size_t v) {
+            return valueAs<decltype(zero)>(s.values[i][v]);
+        };
+    };
     switch (s.kind) {
     case QN_ATTRIBUTE_TYPE_INT:
-        handle = suite().createIntSamples(times, numSamples,
-                                          reinterpret_cast<const int32_t* const*>(pointers.data()),
-                                          s.valuesPerSample, s.tupleSize);
-        break;
+        return createWith<int32_t>(s, number(int32_t()), suite().createIntSamples);
     case QN_ATTRIBUTE_TYPE_FLOAT:
-        handle = suite().createFloatSamples(times, numSamples,
-                                            reinterpret_cast<const float* const*>(pointers.data()),
-                                            s.valuesPerSample, s.tupleSize);
-        break;
+        return createWith<float>(s, number(float()), suite().createFloatSamples);
     case QN_ATTRIBUTE_TYPE_DOUBLE:
-        handle = suite().createDoubleSamples(times, numSamples,
-                                             reinterpret_cast<const double* const*>(pointers.data()),
-                                             s.valuesPerSample, s.tupleSize);
-        break;
-    default:
-        handle = suite().createStringSamples(times, numSamples,
-                                             reinterpret_cast<const char* const* const*>(pointers.data()),
-                                             s.valuesPerSample, s.tupleSize);
-        break;
+        return createWith<double>(s, number(double()), suite().createDoubleSamples);
+    default: {
+        std::vector<std::vector<std::string>> texts;
+        for (const std::vector<double>& sample : s.values) {
+            texts.emplace_back();
+            for (double v : sample) {
+                texts.back().push_back(textOf(v));
+            }
+        }
+        return createWith<const char*>(
+            s, [&](size_t i, size_t v) { return texts[i][v].c_str(); }, suite().createStringSamples);
     }
-    return Qn::Attribute::adopt(handle);
+    }
 }
 
 /// The sample nearest to `time` in single precision, the earliest on a tie.
@@ -221,10 +215,7 @@ template <typename Attr> void checkNumericValues(const Attr& attr, const Shape& 
     const Qn::SampleView<T> view = attr.getNearestSample(time);
     check(view.size == s.valuesPerSample, "nearest sample holds the wrong number of values");
     for (int64_t v = 0; v < view.size; ++v) {
-        const double expected = s.values[index][size_t(v)];
-        const T want = std::is_same<T, int32_t>::value
-                           ? T(std::isfinite(expected) && std::fabs(expected) < 2e9 ? int32_t(expected) : -1)
-                           : T(expected);
+        const T want = valueAs<T>(s.values[index][size_t(v)]);
         check(sameBits(double(view[v]), double(want)) ||
                   (std::isnan(double(want)) && std::isnan(double(view[v]))),
               "nearest sample holds other values than were given");
@@ -303,30 +294,24 @@ void fuzzShape(FuzzBytes& in) {
     for (float time : probes) {
         checkBounds(attr, s, time);
         const size_t index = std::isnan(time) ? 0 : nearestIndex(s.times, time);
+        const auto numeric = [&](const auto& typed) {
+            if (!std::isnan(time)) {
+                checkNumericValues(typed, s, time, index);
+            }
+            if constexpr (!std::is_same_v<std::decay_t<decltype(typed)>, Qn::IntAttribute>) {
+                checkInterpolation(typed, s, time);
+            }
+        };
         switch (s.kind) {
-        case QN_ATTRIBUTE_TYPE_INT: {
-            const Qn::IntAttribute ints(attr);
-            if (!std::isnan(time)) {
-                checkNumericValues(ints, s, time, index);
-            }
+        case QN_ATTRIBUTE_TYPE_INT:
+            numeric(Qn::IntAttribute(attr));
             break;
-        }
-        case QN_ATTRIBUTE_TYPE_FLOAT: {
-            const Qn::FloatAttribute floats(attr);
-            if (!std::isnan(time)) {
-                checkNumericValues(floats, s, time, index);
-            }
-            checkInterpolation(floats, s, time);
+        case QN_ATTRIBUTE_TYPE_FLOAT:
+            numeric(Qn::FloatAttribute(attr));
             break;
-        }
-        case QN_ATTRIBUTE_TYPE_DOUBLE: {
-            const Qn::DoubleAttribute doubles(attr);
-            if (!std::isnan(time)) {
-                checkNumericValues(doubles, s, time, index);
-            }
-            checkInterpolation(doubles, s, time);
+        case QN_ATTRIBUTE_TYPE_DOUBLE:
+            numeric(Qn::DoubleAttribute(attr));
             break;
-        }
         default: {
             const std::vector<std::string> got = Qn::StringAttribute(attr).getNearestSampleStrings(time);
             check(int64_t(got.size()) == s.valuesPerSample, "string sample holds the wrong count");

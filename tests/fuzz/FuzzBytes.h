@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string>
 
 namespace VexilFuzz {
 
@@ -16,8 +15,6 @@ public:
 
     /// True while unread bytes remain.
     bool more() const { return m_pos < m_size; }
-    /// The unread byte count.
-    size_t remaining() const { return m_size - m_pos; }
 
     /// One byte (0 when exhausted).
     uint8_t byte() { return m_pos < m_size ? m_data[m_pos++] : 0; }
@@ -46,16 +43,6 @@ public:
         int32_t value;
         std::memcpy(&value, &bits, sizeof value);
         return value;
-    }
-
-    /// Up to `maxLength` bytes as a string (any byte values).
-    std::string text(size_t maxLength) {
-        const size_t length = below(uint32_t(maxLength + 1));
-        std::string out;
-        for (size_t i = 0; i < length && more(); ++i) {
-            out += char(byte());
-        }
-        return out;
     }
 
     /// One of the entries of a non-empty array.

@@ -1,12 +1,9 @@
-#include "tests/scene/SceneTestSupport.h"
-
+// The scene-file tests read into attributes of the real host library, loaded once for the whole run.
 #include "hostapi/attribute/Attribute.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-
-namespace VexilHost::SceneTest {
 
 namespace {
 
@@ -23,18 +20,3 @@ const ::testing::Environment* const kEnvironment =
     ::testing::AddGlobalTestEnvironment(new AttributeHostEnvironment);
 
 } // namespace
-
-SceneFile read(const std::string& text, const SceneReadOptions& options) {
-    return readSceneText(text, "test.json", options);
-}
-
-std::string readError(const std::string& text, const SceneReadOptions& options) {
-    try {
-        read(text, options);
-    } catch (const SceneFileError& error) {
-        return error.what();
-    }
-    return "no error";
-}
-
-} // namespace VexilHost::SceneTest

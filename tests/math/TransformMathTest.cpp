@@ -115,6 +115,8 @@ TEST(OrientConstraintMath, DecomposeScaleShearRotation) {
     expectNear(V3d(2, 3, 4), parts->scale);
     expectNear(V3d(0.5, -0.25, 0.125), parts->shear);
     expectNear(V3d(0, 0, 30 * kDeg), parts->rotation);
+    // Recombined with its own rotation, a sheared, scaled and moved base is left as it is.
+    expectNear(M44d(), orientConstraintMatrix(m, *parts, parts->rotation));
 
     EXPECT_FALSE(decomposeScaleShearRotation(scaling(V3d(1, 0, 1))).has_value());
     EXPECT_FALSE(decomposeScaleShearRotation(scaling(V3d(0, 0, 0))).has_value());

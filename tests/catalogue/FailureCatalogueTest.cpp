@@ -33,7 +33,7 @@ const Json& catalogue() {
 }
 
 Json group(const Json& xform) {
-    return node({{"type", "group"}, {"xform", xform}});
+    return {{"attrs", {{"type", "group"}, {"xform", xform}}}, {"children", Json::object()}};
 }
 
 void runRow(const Json& row) {
@@ -41,11 +41,12 @@ void runRow(const Json& row) {
     SCOPED_TRACE(name);
     // The healthy pair: a Point constraint at (0,0,-5) that must still move "sentinel" onto (3,4,5).
     Json children = row.at("world");
-    children["sentinelTarget"] = group({{"translate", triple(3, 4, 5)}});
-    children["sentinel"] =
-        group({{"translate", triple(0, 0, -5)},
-               {"constraint", constraint("Point", {"/root/world/sentinelTarget"},
-                                         {{"targetOrigin", "origin"}, {"baseOrigin", "origin"}})}});
+    children["sentinelTarget"] = group({{"translate", doubles({3, 4, 5})}});
+    children["sentinel"] = group({{"translate", doubles({0, 0, -5})},
+                                  {"constraint",
+                                   {{"type", "Point"},
+                                    {"target", Json::array({"/root/world/sentinelTarget"})},
+                                    {"args", {{"targetOrigin", "origin"}, {"baseOrigin", "origin"}}}}}});
     std::vector<std::string> listed = row.value("listed", std::vector<std::string>{kSubject});
     listed.push_back("/root/world/sentinel");
     const Json ops = row.contains("ops") ? row["ops"] : resolveOps();

@@ -1,127 +1,37 @@
-// The constraint list's sorted index: entry positions found by binary search, duplicates and prefixes
-// included, and the ancestor test, over the real attribute library.
+// The constraint list's sorted index over the real attribute library: entry positions found by binary
+// search (duplicates and prefixes included), membership and the ancestor test. The cases are the rows of
+// constraint-lists.json.
 #include "constraints/resolve/ConstraintListData.h"
+#include "tests/support/JsonFile.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 
 using namespace Vexil3Constraints::Private;
+using Json = nlohmann::ordered_json;
 
-namespace {
-
-std::unique_ptr<ConstraintListData> listOf(const std::vector<std::string>& paths) {
-    if (!Qn::Attribute::suite()) {
-        Qn::Attribute::loadSuite(VEXIL_BUILD_DIR);
-    }
-    return std::unique_ptr<ConstraintListData>(ConstraintListData::build(Qn::StringAttribute(paths)));
-}
-
-TEST(ConstraintListData, FirstAndLastPositionsOfEveryEntry) {
-    // Unsorted, with a path listed three times and names that are prefixes of one another.
-    const auto list = listOf({"/root/world/b", "/root/world/a", "/root/world/b", "/root/world/a/x",
-                              "/root/world/ab", "/root/world/b", "/root/world/a"});
-    const size_t none = ConstraintListData::kNotListed;
-    const struct {
-        const char* path;
-        size_t first;
-        size_t last;
-    } cases[] = {
-        {"/root/world/a", 1, 6},  {"/root/world/b", 0, 5},        {"/root/world/a/x", 3, 3},
-        {"/root/world/ab", 4, 4}, {"/root/world", none, none},    {"/root/world/c", none, none},
-        {"", none, none},         {"/root/world/a/", none, none},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(list->firstIndexOf(c.path), c.first) << c.path;
-        EXPECT_EQ(list->lastIndexOf(c.path), c.last) << c.path;
-        EXPECT_EQ(list->contains(c.path), c.first != none) << c.path;
-    }
-}
-
-TEST(ConstraintListData, EmptyListHoldsNothing) {
-    const auto list = listOf({});
-    EXPECT_EQ(list->firstIndexOf("/root/world/a"), ConstraintListData::kNotListed);
-    EXPECT_EQ(list->lastIndexOf("/root/world/a"), ConstraintListData::kNotListed);
-    EXPECT_FALSE(list->contains("/root/world/a"));
-    EXPECT_FALSE(list->isStrictAncestorOfListed("/root"));
-}
-
-} // namespace
-
-TEST(ConstraintListData, StrictAncestorsOfListedEntries) {
-    // Entries with a trailing slash, a doubled slash, a relative path, a bare "/" and names that are
-    // prefixes of their siblings.
-    const auto list = listOf({"/root/world/geo/a", "/root/world/cams/c1/", "/root/world/x//y", "rel/path",
-                              "/", "/root/world/geo-b"});
-    const struct {
-        const char* location;
-        bool expected;
-    } cases[] = {
-        {"/", true},
-        {"/root", true},
-        {"/root/world", true},
-        {"/root/world/geo", true},
-        {"/root/world/geo/a", false}, // listed itself, nothing below it
-        {"/root/world/ge", false},    // a prefix of a name, not an ancestor
-        {"/root/world/geo-b", false},
-        {"/root/world/cams/c1", false}, // the entry's trailing slash is ignored
-        {"/root/world/cams", true},
-        {"/root/world/x", true},
-        {"/root/world/x/", true}, // written with a trailing slash, as the entry goes on with "/y"
-        {"/root/world/x//y", false},
-        {"rel", true},
-        {"/rel", false},
-        {"/root/world/geo/", true},
-        {"/root/world/geo/a/", false},
-        {"", false},
-        {"/other", false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(list->isStrictAncestorOfListed(c.location), c.expected) << c.location;
-    }
-}
-
-TEST(ConstraintListData, MembershipOfPathsOfEveryLength) {
-    // Entries of equal length that differ, an empty entry, the root, and one longer than any length the
-    // quick length check knows about: the long one and its near miss must still be told apart. An entry
-    // with a trailing slash names the location without it.
-    const std::string longPath = "/root/world/" + std::string(300, 'x');
-    std::string longMiss = longPath;
-    longMiss.back() = 'y';
-    const auto list = listOf({"/root/world/ab", "", "/", longPath, "/root/world/a/"});
-    const struct {
-        std::string path;
-        bool listed;
-    } cases[] = {
-        {"/root/world/ab", true},
-        {"/root/world/ac", false},
-        {"/root/world/a", true},
-        {"/root/world/a/", false},
-        {"", true},
-        {"/", true},
-        {longPath, true},
-        {longMiss, false},
-        {longPath + "/", false},
-        {"/root", false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(list->contains(c.path), c.listed) << c.path;
-    }
-}
-
-TEST(ConstraintListData, AncestorsSharedByEntriesInAnyOrder) {
-    // Entries sharing ancestors: a deeper one after a shallower one, siblings, relative paths.
-    const auto list = listOf({"/a/b/c", "/a/d/e", "/p/q", "/p/q/r/s", "x/y/z", "x/w", "/a/b/c/d/e"});
-    const struct {
-        const char* location;
-        bool expected;
-    } cases[] = {
-        {"/", true},        {"/a", true},          {"/a/b", true},      {"/a/d", true},   {"/a/b/c", true},
-        {"/a/b/c/d", true}, {"/p", true},          {"/p/q", true},      {"/p/q/r", true}, {"x", true},
-        {"x/y", true},      {"/a/d/e", false},     {"/p/q/r/s", false}, {"x/w", false},   {"x/y/z", false},
-        {"/x", false},      {"/a/b/c/d/e", false},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(list->isStrictAncestorOfListed(c.location), c.expected) << c.location;
+TEST(ConstraintListData, PositionsMembershipAndAncestorsOfListedEntries) {
+    ASSERT_TRUE(Qn::Attribute::loadSuite(VEXIL_BUILD_DIR));
+    const Json cases = VexilTest::readJsonFile(VEXIL_FRAMEWORK_CASES_DIR "/constraint-lists.json");
+    for (const Json& c : cases.at("lists")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
+        const std::unique_ptr<ConstraintListData> list(
+            ConstraintListData::build(Qn::StringAttribute(c.at("list").get<std::vector<std::string>>())));
+        for (const Json& p : c.value("positions", Json::array())) {
+            const std::string path = p.at(0);
+            const size_t first = p.at(1).is_null() ? ConstraintListData::kNotListed : p.at(1).get<size_t>();
+            const size_t last = p.at(2).is_null() ? ConstraintListData::kNotListed : p.at(2).get<size_t>();
+            EXPECT_EQ(list->firstIndexOf(path), first) << path;
+            EXPECT_EQ(list->lastIndexOf(path), last) << path;
+            EXPECT_EQ(list->contains(path), !p.at(1).is_null()) << path;
+        }
+        for (const Json& l : c.value("listed", Json::array())) {
+            EXPECT_EQ(list->contains(l.at(0).get<std::string>()), l.at(1).get<bool>()) << l.at(0);
+        }
+        for (const Json& a : c.value("ancestors", Json::array())) {
+            EXPECT_EQ(list->isStrictAncestorOfListed(a.at(0).get<std::string>()), a.at(1).get<bool>())
+                << a.at(0);
+        }
     }
 }

@@ -49,7 +49,7 @@ TEST(ResolveFramework, LongChainsAndDeepNestingsResolve) {
 #endif
     Json links = Json::object();
     links["l0"] = {
-        {"attrs", {{"xform", {{"translate", animatedDoubles({{"0", {1, 2, 3}}, {"0.5", {2, 2, 3}}})}}}}}};
+        {"attrs", {{"xform", {{"translate", {{"double", {{"0", {1, 2, 3}}, {"0.5", {2, 2, 3}}}}}}}}}}};
     std::vector<std::string> chainList;
     for (int i = 1; i <= kLinks; ++i) {
         const std::string previous = "/root/world/l" + std::to_string(i - 1);

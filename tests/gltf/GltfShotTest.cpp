@@ -239,33 +239,6 @@ TEST(GltfShot, BakeKeepsTransformsTimesAndTurns) {
     EXPECT_EQ(rotations, 1u);
 }
 
-// Two rotation keys whose quaternions have a dot product of -0.28 stand for turns 147.5° apart one way
-// or 212.5° the other: the blend takes the shorter way. The second key, (0,0,-0.96,-0.28), is a turn
-// of 2·atan(24/7) about +z; half way is atan(24/7) about +z, whose x row is (7/25, 24/25, 0) (the
-// longer way would give (-7/25, -24/25, 0)).
-TEST(GltfShot, RotationKeysBlendTheShorterWay) {
-    std::string bytes;
-    append<float>(bytes, {0, 1});
-    append<float>(bytes, {0, 0, 0, 1, 0, 0, -0.96f, -0.28f});
-    const Json shot = Json::parse(R"({
-      "asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}], "nodes": [{"name": "A"}],
-      "animations": [{"channels": [{"sampler": 0, "target": {"node": 0, "path": "rotation"}}],
-                      "samplers": [{"input": 0, "output": 1}]}],
-      "accessors": [{"bufferView": 0, "componentType": 5126, "count": 2, "type": "SCALAR", "min": [0], "max": [1]},
-                    {"bufferView": 1, "componentType": 5126, "count": 2, "type": "VEC4"}],
-      "bufferViews": [{"buffer": 0, "byteLength": 8}, {"buffer": 0, "byteOffset": 8, "byteLength": 32}],
-      "buffers": [{"byteLength": 40}]})");
-    Json withData = shot;
-    withData["buffers"][0]["uri"] = "data:application/octet-stream;base64," + base64(bytes);
-    const ScratchFolder folder;
-    const RunResult run = runCook({"-q", "--world", "--fps", "1", "--shutter", "0.5", "0.5", "--location",
-                                   "/root/world/A", folder.write("turn.gltf", withData.dump())});
-    ASSERT_EQ(run.status, 0) << run.err;
-    const Json world = Json::parse(run.out)["scene"]["attrs"]["world"]["double"];
-    const Json& m = world.is_object() ? world.begin().value() : world;
-    expectNear({m[0].get<double>(), m[1].get<double>(), m[2].get<double>()}, {0.28, 0.96, 0}, 1e-6, "x row");
-}
-
 // Chunks of a shot baked apart and joined give the same animation as one bake of the whole range.
 TEST(GltfShot, JoinedChunksAreTheBakeOfTheWholeRange) {
     const ScratchFolder folder;

@@ -98,20 +98,12 @@ TEST(CameraMathClipping, DepthIsMeasuredAlongTheViewDirection) {
 }
 
 TEST(CameraMathClipping, PlanesArePaddedByPercentOfTheRangeAndFloored) {
-    struct Case {
-        double minDepth, maxDepth, padNear, padFar, nearDistance, farDistance;
-    } cases[] = {
-        {5, 15, 10, 10, 4, 16},            // range 10: 10 % is 1 each side
-        {5, 15, 0, 0, 5, 15},              // no pads
-        {2, 6, 50, 25, 1e-05, 7},          // 2 − 2 = 0 → floor
-        {-8, -3, 0, 0, 1e-05, 1e-05},      // entirely behind the camera
-        {0, 0, 10, 10, 1e-05, 1e-05},      // no targets
-        {1e-05, 1e-05, 0, 0, 1e-05, 1e-05} // exactly at the floor
-    };
-    for (const Case& c : cases) {
-        const ClippingPlanes planes = clippingPlanes(c.minDepth, c.maxDepth, c.padNear, c.padFar);
-        EXPECT_NEAR(planes.nearDistance, c.nearDistance, 1e-12) << c.minDepth << ".." << c.maxDepth;
-        EXPECT_NEAR(planes.farDistance, c.farDistance, 1e-12) << c.minDepth << ".." << c.maxDepth;
+    for (const Json& c : mathCases("camera.json", "clippingPlanes")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
+        const Json &depths = c.at("depths"), &pads = c.at("pads");
+        const ClippingPlanes planes = clippingPlanes(depths.at(0), depths.at(1), pads.at(0), pads.at(1));
+        EXPECT_NEAR(planes.nearDistance, c.at("planes").at(0).get<double>(), 1e-12);
+        EXPECT_NEAR(planes.farDistance, c.at("planes").at(1).get<double>(), 1e-12);
     }
 }
 

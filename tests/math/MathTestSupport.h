@@ -48,22 +48,10 @@ inline Imath::M44d rotation(const Imath::V3d& axis, double degrees) {
     return m;
 }
 
-/// Row `i` of the upper 3x4 part: an axis (0 to 2) or the position (3).
-inline Imath::V3d row(const Imath::M44d& m, int i) {
-    return Imath::V3d(m[i][0], m[i][1], m[i][2]);
-}
-
 /// `p` transformed as a point, with the projective divide.
 inline Imath::V3d point(const Imath::V3d& p, const Imath::M44d& m) {
     Imath::V3d out;
     m.multVecMatrix(p, out);
-    return out;
-}
-
-/// `d` transformed as a direction.
-inline Imath::V3d direction(const Imath::V3d& d, const Imath::M44d& m) {
-    Imath::V3d out;
-    m.multDirMatrix(d, out);
     return out;
 }
 

@@ -1,6 +1,6 @@
 // ConstraintEditAttributes end to end through vexil-cook: the description of each editable type, with
-// and without an existing constraint, its hints, and an absent location (its error texts are the
-// failure catalogue's).
+// and without an existing constraint, and its hints (its error texts are the failure catalogue's, an
+// absent location is a scenario).
 #include "EditTestSupport.h"
 #include "JsonFile.h"
 
@@ -117,13 +117,4 @@ TEST(ConstraintEditAttributes, AgreesWithWhatConstraintEditCreates) {
         EXPECT_EQ(stringsOf(is["defaulted"]), type == "Orient" ? Strings{"args.targetFaceIndex"} : Strings{})
             << type;
     }
-}
-
-// A location that is not in the scene gets no description, and nothing fails.
-TEST(ConstraintEditAttributes, AnAbsentLocationIsNoError) {
-    CookResult absent =
-        cookChain({{"a", placed({0, 0, 0})}},
-                  Json::array({op("ConstraintEditAttributes", describeArgs("Aim", "/root/world/b"))}));
-    EXPECT_FALSE(hasLocation(absent.scene, "/root/world/b"));
-    EXPECT_TRUE(attribute(absent.scene, "/root", "errorMessage").is_null());
 }

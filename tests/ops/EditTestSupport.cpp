@@ -27,15 +27,6 @@ CookResult cookChain(const Json& children, const Json& ops, const Json& worldAtt
     return result;
 }
 
-Imath::V3d position(const Json& cooked, const std::string& path) {
-    const Imath::M44d m = world(cooked, path);
-    return Imath::V3d(m[3][0], m[3][1], m[3][2]);
-}
-
-Json float3(double x, double y, double z) {
-    return floats({x, y, z}, 3);
-}
-
 std::vector<std::string> memberNames(const Json& group) {
     std::vector<std::string> names;
     if (group.is_object()) {
@@ -46,8 +37,8 @@ std::vector<std::string> memberNames(const Json& group) {
     return names;
 }
 
-std::vector<std::string> constraintList(const Json& cooked, bool& present, const std::string& name) {
-    const Json& attr = attribute(cooked, "/root/world", name);
+std::vector<std::string> constraintList(const Json& cooked, bool& present) {
+    const Json& attr = attribute(cooked, "/root/world", "globals.constraintList");
     present = !attr.is_null();
     std::vector<std::string> paths;
     if (attr.is_string()) {

@@ -22,18 +22,11 @@ Json placed(const Imath::V3d& t, const Json& xformExtra = Json::object(),
 /// Cooks `children` of "/root/world" through the op chain `ops`; expects a clean exit.
 CookResult cookChain(const Json& children, const Json& ops, const Json& worldAttrs = Json::object());
 
-/// The translation row of the world transform of `path` at time 0.
-Imath::V3d position(const Json& cooked, const std::string& path);
-
-/// A float attribute of three values with tuple size 3, as the aim axes are written.
-Json float3(double x, double y, double z);
-
 /// The names of a group attribute's children in the cooked file, in order.
 std::vector<std::string> memberNames(const Json& group);
 
 /// The constraint list "globals.constraintList" at "/root/world" as strings; `present` tells whether the
 /// attribute exists at all.
-std::vector<std::string> constraintList(const Json& cooked, bool& present,
-                                        const std::string& name = "globals.constraintList");
+std::vector<std::string> constraintList(const Json& cooked, bool& present);
 
 } // namespace VexilTest

@@ -18,13 +18,8 @@ const char* const kEmptyCooked = "{\n  \"scene\": {\n    \"attrs\": {},\n    \"c
 TEST(Environment, PluginPathVariableAddsFolders) {
     const ScratchFolder scratch;
     const std::string scene = scratch.write("slow.json", kSlowScene);
-    const RunResult without = runCook({scene});
-    EXPECT_EQ(without.status, 1);
-    EXPECT_EQ(without.out, "");
-    EXPECT_EQ(without.err,
-              "vexil-cook ERROR: " + scene +
-                  ": line 1: ops[0].type: unknown op type \"TestSlow\" (known types: ConstraintEdit, "
-                  "ConstraintEditAttributes, ConstraintListEdit, ConstraintResolve, ConstraintSetup)\n");
+    // Without the variable the op's type is unknown (the failure text is the command's, tested there).
+    EXPECT_EQ(runCook({scene}).status, 1);
 
     RunOptions withFolder;
     withFolder.environment["VEXIL_PLUGIN_PATH"] = VEXIL_SLOW_PLUGIN_DIR;

@@ -79,38 +79,9 @@ void expectAt(const Imath::V2d& actual, const Imath::V2d& expected, const std::s
     EXPECT_NEAR(actual.y, expected.y, 0.011) << what;
 }
 
-std::string writeScene(const ScratchFolder& scratch, const std::string& name, const Json& scene) {
-    return scratch.write(name, scene.dump(2));
-}
-
-Json group(const Json& attrs, const Json& children = Json::object()) {
-    Json location{{"attrs", attrs}};
-    location["attrs"]["type"] = attrs.contains("type") ? attrs.at("type") : Json("group");
-    if (!children.empty()) {
-        location["children"] = children;
-    }
-    return location;
-}
-
-Json pointConstraint(const std::vector<std::string>& targets, int allowMissingTargets = 0) {
-    return {{"type", "Point"},
-            {"target", targets},
-            {"allowMissingTargets", {{"int", allowMissingTargets}}},
-            {"args", {{"targetOrigin", "origin"}, {"baseOrigin", "origin"}}}};
-}
-
-Json camera(const Imath::V3d& at, double fov, double nearDistance, double farDistance) {
-    return group({{"type", "camera"},
-                  {"xform", VexilTest::translateXform(at)},
-                  {"geometry",
-                   {{"left", {{"double", -1}}},
-                    {"right", {{"double", 1}}},
-                    {"bottom", {{"double", -1}}},
-                    {"top", {{"double", 1}}},
-                    {"fov", {{"double", fov}}},
-                    {"near", {{"double", nearDistance}}},
-                    {"far", {{"double", farDistance}}},
-                    {"projection", "perspective"}}}});
+/// A scene file beside these tests.
+std::string caseFile(const std::string& name) {
+    return std::string(VEXIL_PICTURE_CASES_DIR) + "/" + name;
 }
 
 } // namespace
@@ -217,19 +188,7 @@ TEST(Pictures, ExampleTargetLinesJoinEachBaseToItsTargets) {
 // coordinates put them, under one uniform scale (v up is y down), and the view is filled.
 TEST(Pictures, OrthographicViewsPlaceLocationsByTheirWorldPositions) {
     const ScratchFolder scratch;
-    const Json children{
-        {"a", group({{"xform", VexilTest::translateXform({0, 0, 0})}})},
-        {"b", group({{"xform", VexilTest::translateXform({4, 2, -3})}})},
-        {"c", group({{"xform", VexilTest::translateXform({-2, 6, 1})}})},
-        // One face of two vertices, from a's position to b's: an edge both ways.
-        {"m",
-         group({{"type", "polymesh"},
-                {"geometry",
-                 {{"point", {{"P", VexilTest::floats({0, 0, 0, 4, 2, -3}, 3)}}},
-                  {"poly",
-                   {{"startIndex", VexilTest::ints({0, 2})}, {"vertexList", VexilTest::ints({0, 1})}}}}}})}};
-    const Drawn drawn =
-        draw(scratch, writeScene(scratch, "known.json", VexilTest::sceneFile(children, Json::array())));
+    const Drawn drawn = draw(scratch, caseFile("picture-known-places.json"));
     ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
 
     // Plane coordinates (u right, v up) of b and c relative to a, worked out per view.
@@ -322,13 +281,7 @@ TEST(Pictures, PointConstraintDrawsBeforeAfterAndTrail) {
 // at window (x / d, y / d); a point behind the camera is not drawn.
 TEST(Pictures, CameraViewProjectsThroughTheChosenCamera) {
     const ScratchFolder scratch;
-    const Json children{{"cam", camera({0, 0, 0}, 90.0, 0.1, 100.0)},
-                        {"near", group({{"xform", VexilTest::translateXform({0.5, 0.25, -1})}})},
-                        {"far", group({{"xform", VexilTest::translateXform({-2, 2, -4})}})},
-                        {"behind", group({{"xform", VexilTest::translateXform({0, 0, 5})}})},
-                        {"cam2", camera({0, 10, 0}, 40.0, 1.0, 3.0)}};
-    const std::string scene =
-        writeScene(scratch, "camera.json", VexilTest::sceneFile(children, Json::array()));
+    const std::string scene = caseFile("picture-cameras.json");
     const Drawn drawn = draw(scratch, scene);
     ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
     EXPECT_EQ(viewTitle(drawn.elements, "camera"), "camera: /root/world/cam   near 0.1, far 100");
@@ -386,16 +339,7 @@ TEST(Pictures, CameraViewProjectsThroughTheChosenCamera) {
 // A failed constraint is drawn red and its message goes to the legend; a warning is listed too.
 TEST(Pictures, ErrorsAreRedAndListedWithWarningsInTheLegend) {
     const ScratchFolder scratch;
-    const Json children{{"a", group({{"xform",
-                                      {{"translate", {{"double", {1, 0, 0}}}},
-                                       {"constraint", pointConstraint({"/root/world/nowhere"})}}}})},
-                        {"b", group({{"xform",
-                                      {{"translate", {{"double", {0, 1, 0}}}},
-                                       {"constraint", pointConstraint({"/root/world/gone"}, 1)}}}})}};
-    const Json scene =
-        VexilTest::sceneFile(children, VexilTest::resolveOps(), 0, 0, 1,
-                             {{"globals", {{"constraintList", {"/root/world/a", "/root/world/b"}}}}});
-    const std::string path = writeScene(scratch, "errors.json", scene);
+    const std::string path = caseFile("picture-errors.json");
     const Drawn drawn = draw(scratch, path, {"--png", scratch.path("errors.png")});
     ASSERT_EQ(drawn.run.status, 0) << drawn.run.err;
 

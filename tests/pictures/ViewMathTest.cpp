@@ -2,6 +2,7 @@
 // target paths, constraint descriptions and the progress line.
 #include "host/loader/OpRegistry.h"
 #include "hostapi/attribute/DataAttribute.h"
+#include "tests/support/JsonFile.h"
 #include "tools/views/ConstraintDescription.h"
 #include "tools/views/ExplainReport.h"
 #include "tools/views/PictureRenderer.h"
@@ -19,6 +20,17 @@ using namespace VexilHost;
 using namespace VexilHost::Picture;
 
 namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// The table `name` of view-math.json.
+Json viewCases(const std::string& name) {
+    return VexilTest::readJsonFile(VEXIL_PICTURE_CASES_DIR "/view-math.json").at(name);
+}
+
+Imath::V3d vec(const Json& v) {
+    return Imath::V3d(v.at(0).get<double>(), v.at(1).get<double>(), v.at(2).get<double>());
+}
 
 void expectNear(const Imath::V3d& actual, const Imath::V3d& expected, const std::string& what) {
     EXPECT_NEAR(actual.x, expected.x, 1e-12) << what;
@@ -85,23 +97,13 @@ TEST(ViewMath, SegmentsAreClippedAtTheNearPlane) {
     Lens lens;
     lens.nearDistance = 0.5;
     const CameraProjection projection(Imath::M44d(), lens);
-    const struct {
-        Imath::V3d a, b;
-        bool visible;
-        Imath::V3d clippedA, clippedB;
-    } cases[] = {
-        {{0, 0, -2}, {0, 0, 2}, true, {0, 0, -2}, {0, 0, -0.5}},   // crosses: the far end is cut
-        {{2, 0, 1}, {0, 0, -1}, true, {0.5, 0, -0.5}, {0, 0, -1}}, // the other way: cut 3/4 of the way along
-        {{0, 1, -1}, {1, 0, -3}, true, {0, 1, -1}, {1, 0, -3}},    // wholly in front
-        {{0, 0, -0.4}, {1, 1, 3}, false, {}, {}},                  // wholly behind the near plane
-    };
-    for (const auto& c : cases) {
-        Imath::V3d a = c.a;
-        Imath::V3d b = c.b;
-        ASSERT_EQ(projection.clip(a, b), c.visible);
-        if (c.visible) {
-            expectNear(a, c.clippedA, "clipped a");
-            expectNear(b, c.clippedB, "clipped b");
+    for (const Json& c : viewCases("nearClips")) {
+        SCOPED_TRACE(c.at("why").get<std::string>());
+        Imath::V3d a = vec(c.at("a")), b = vec(c.at("b"));
+        ASSERT_EQ(projection.clip(a, b), !c.at("clipped").is_null());
+        if (!c.at("clipped").is_null()) {
+            expectNear(a, vec(c.at("clipped").at(0)), "clipped a");
+            expectNear(b, vec(c.at("clipped").at(1)), "clipped b");
         }
     }
 }
@@ -120,43 +122,17 @@ TEST(ViewMath, PanelMappingFitsTheExtentCentredWithOneScale) {
     expectNear(point.toPixel(Imath::V2d(3.0, 3.0)), {50.0, 25.0}, "single point centred");
 }
 
-TEST(PictureText, WrapsAtSpacesAndCutsLongWords) {
-    const struct {
-        std::string text;
-        size_t columns;
-        std::vector<std::string> lines;
-    } cases[] = {
-        {"a bb ccc", 4, {"a bb", "ccc"}},
-        {"a bb ccc", 8, {"a bb ccc"}},
-        {"abcdefghij k", 4, {"abcd", "efgh", "ij k"}},
-        {"  spaced   out  ", 20, {"spaced out"}},
-        {"", 10, {}},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(wrapText(c.text, c.columns), c.lines) << '"' << c.text << "\" at " << c.columns;
+TEST(PictureText, WrappedLinesSvgNumbersReadableNumbersAndEscapes) {
+    for (const Json& c : viewCases("wraps")) {
+        EXPECT_EQ(wrapText(c.at(0), c.at(1)), c.at(2).get<std::vector<std::string>>()) << c.dump();
     }
-}
-
-TEST(PictureText, SvgNumbersAndEscapes) {
-    const std::pair<double, const char*> numbers[] = {{12.5, "12.5"}, {3.0, "3"},   {-0.001, "0"},
-                                                      {2.25, "2.25"}, {1.999, "2"}, {-3.1, "-3.1"},
-                                                      {0.0, "0"},     {NAN, "0"},   {1e6, "1000000"}};
-    for (const auto& [value, text] : numbers) {
-        EXPECT_EQ(pixelText(value), text) << value;
+    for (const Json& c : viewCases("pixelTexts")) {
+        EXPECT_EQ(pixelText(c.at(0).is_null() ? NAN : c.at(0).get<double>()), c.at(1)) << c.dump();
+    }
+    for (const Json& c : viewCases("readableNumbers")) {
+        EXPECT_EQ(readableNumber(c.at(0)), c.at(1)) << c.dump();
     }
     EXPECT_EQ(xmlEscape("a<b & \"c\" > 'd'"), "a&lt;b &amp; &quot;c&quot; &gt; &apos;d&apos;");
-}
-
-TEST(ExplainText, ReadableNumbersRoundToSixDigitsAndDropNoise) {
-    const std::pair<double, const char*> cases[] = {{6.123233995736766e-17, "0"},
-                                                    {1.0 / 3.0, "0.333333"},
-                                                    {100000.0, "100000"},
-                                                    {-2.5, "-2.5"},
-                                                    {1e-12, "1e-12"},
-                                                    {1234567.0, "1.23457e+06"}};
-    for (const auto& [value, text] : cases) {
-        EXPECT_EQ(readableNumber(value), text) << value;
-    }
 }
 
 class ConstraintDescriptionsWithAttributes : public ::testing::Test {

@@ -61,10 +61,11 @@ Json typed(const char* kind, const Json& values, int tupleSize) {
 
 } // namespace
 
-CookResult cookFile(const std::string& path, const std::vector<std::string>& arguments) {
+CookResult cook(const Json& scene, const std::vector<std::string>& arguments) {
+    const ScratchFolder folder;
     std::vector<std::string> all{"--plugin-path", VEXIL_PLUGIN_DIR};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    all.push_back(path);
+    all.push_back(folder.write("scene.json", scene.dump(2)));
     RunResult run = runCook(all);
     CookResult result;
     result.exitCode = run.status;
@@ -75,11 +76,6 @@ CookResult cookFile(const std::string& path, const std::vector<std::string>& arg
         result.scene = Json();
     }
     return result;
-}
-
-CookResult cook(const Json& scene, const std::vector<std::string>& arguments) {
-    const ScratchFolder folder;
-    return cookFile(folder.write("scene.json", scene.dump(2)), arguments);
 }
 
 Json sceneFile(const Json& worldChildren, const Json& ops, float shutterOpen, float shutterClose,
@@ -214,33 +210,8 @@ Json ints(const std::vector<int>& values, int tupleSize) {
     return typed("int", values, tupleSize);
 }
 
-Json animatedDoubles(const std::map<std::string, std::vector<double>>& timeSamples, int tupleSize) {
-    Json byTime = Json::object();
-    for (const auto& [time, values] : timeSamples) {
-        byTime[time] = values;
-    }
-    return typed("double", byTime, tupleSize);
-}
-
 Json translateXform(const Imath::V3d& t) {
     return {{"translate", doubles({t.x, t.y, t.z})}};
-}
-
-Json node(const Json& attrs, const Json& children) {
-    return {{"attrs", attrs}, {"children", children}};
-}
-
-Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                const Json& switches) {
-    Json c = {{"type", type}, {"target", targets}, {"args", args}};
-    for (auto it = switches.begin(); it != switches.end(); ++it) {
-        c[it.key()] = it.value();
-    }
-    return c;
-}
-
-Json triple(double x, double y, double z) {
-    return doubles({x, y, z});
 }
 
 double maxDifference(const Imath::M44d& a, const Imath::M44d& b) {

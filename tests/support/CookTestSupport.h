@@ -26,9 +26,6 @@ struct CookResult {
 /// folder of this build is always on the search path).
 CookResult cook(const Json& scene, const std::vector<std::string>& arguments = {"--world"});
 
-/// Runs vexil-cook on an existing file.
-CookResult cookFile(const std::string& path, const std::vector<std::string>& arguments = {"--world"});
-
 /// A scene file around `world` (the children of "/root/world") and `ops`, with a time slice.
 Json sceneFile(const Json& worldChildren, const Json& ops, float shutterOpen = 0.0f,
                float shutterClose = 0.0f, int numSamples = 1, const Json& worldAttrs = Json::object());
@@ -59,18 +56,8 @@ Imath::M44d world(const Json& cooked, const std::string& path, float time = 0.0f
 Json doubles(const std::vector<double>& values, int tupleSize = 1);
 Json floats(const std::vector<double>& values, int tupleSize = 1);
 Json ints(const std::vector<int>& values, int tupleSize = 1);
-/// A multi-sampled double attribute: time text → values.
-Json animatedDoubles(const std::map<std::string, std::vector<double>>& samples, int tupleSize = 1);
 /// An xform group with a translate (and optional rotate: angle in degrees, axis).
 Json translateXform(const Imath::V3d& t);
-
-/// A location with `attrs` and `children`.
-Json node(const Json& attrs, const Json& children = Json::object());
-/// A constraint description of `type` on `targets` with `args`, plus the members of `switches`.
-Json constraint(const std::string& type, const std::vector<std::string>& targets, const Json& args,
-                const Json& switches = Json::object());
-/// Three doubles, as "translate" and "scale" values are written.
-Json triple(double x, double y, double z);
 
 /// Largest absolute element difference.
 double maxDifference(const Imath::M44d& a, const Imath::M44d& b);

@@ -10,20 +10,20 @@ namespace {
 
 using namespace HostTest;
 
-SceneLocation scene() {
-    return location("root", {},
-                    {location("world", {{"list", strings({"/x"})}},
-                              {location("geo", {{"xform", group({{"translate", doubles({1, 2, 3})}})}},
-                                        {location("a", {{"value", strings({"A"})}}, {location("a1")}),
-                                         location("b", {{"value", strings({"B"})}})}),
-                               location("cam", {{"bound", doubles({-1, 1, -1, 1, -1, 1})}})})});
+Json scene() {
+    const Json a = {{"attrs", {{"value", strings({"A"})}}}, {"children", {{"a1", Json::object()}}}};
+    const Json geo = {{"attrs", {{"xform", {{"translate", doubles({1, 2, 3})}}}}},
+                      {"children", {{"a", a}, {"b", {{"attrs", {{"value", strings({"B"})}}}}}}}};
+    const Json cam = {{"attrs", {{"bound", doubles({-1, 1, -1, 1, -1, 1})}}}};
+    const Json world = {{"attrs", {{"list", strings({"/x"})}}}, {"children", {{"geo", geo}, {"cam", cam}}}};
+    return {{"children", {{"world", world}}}};
 }
 
 TEST(EngineAbort, AnAbortedAttemptLeavesNoAttributes) {
     const SceneFile file =
-        sceneFile(scene(), {op("TestMark", "/root", {{"label", strings({"m"})}}),
-                            op("TestAttempts", "/root/world",
-                               {{"from", strings({"/root/world/geo/b"})}, {"attr", strings({"value"})}})});
+        readScene(scene(), {opAt("TestMark", "/root", {{"label", strings({"m"})}}),
+                            opAt("TestAttempts", "/root/world",
+                                 {{"from", strings({"/root/world/geo/b"})}, {"attr", strings({"value"})}})});
     for (int threads : {1, 2}) {
         EngineOptions options;
         options.threads = threads;
@@ -57,13 +57,13 @@ TEST(EngineAbort, PrivateDataOfAbortedAttemptsIsFreedExactlyOnce) {
     // At geo the creating op hands a child's private data to the host and then asks about cam, which
     // is not cooked yet: in abort mode that attempt is dropped, and its private data freed with it.
     const SceneFile file =
-        sceneFile(scene(), {op("TestMark", "/root/world/cam"),
-                            op("TestCreate", "/root/world",
-                               {{"parents", strings({"geo", "cam"})},
-                                {"names", strings({"c", "c"})},
-                                {"privateLabel", strings({"z"})},
-                                {"queryAfter", strings({"/root/world/cam"})}}),
-                            op("TestHandOver", "/root/world", {{"privateLabel", strings({"h"})}})});
+        readScene(scene(), {opAt("TestMark", "/root/world/cam"),
+                            opAt("TestCreate", "/root/world",
+                                 {{"parents", strings({"geo", "cam"})},
+                                  {"names", strings({"c", "c"})},
+                                  {"privateLabel", strings({"z"})},
+                                  {"queryAfter", strings({"/root/world/cam"})}}),
+                            opAt("TestHandOver", "/root/world", {{"privateLabel", strings({"h"})}})});
     for (bool abortMode : {false, true}) {
         EngineOptions options;
         options.threads = 1;

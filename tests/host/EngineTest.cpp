@@ -14,24 +14,23 @@ using namespace HostTest;
 using VexilTest::thrownMessage;
 
 /// /root/world/{geo/{a/{a1}, b}, cam}; a carries value "A", world carries list {"/x"}.
-SceneLocation testScene() {
-    return location(
-        "root", {{"type", strings({"group"})}},
-        {location("world", {{"list", strings({"/x"})}},
-                  {location("geo", {},
-                            {location("a", {{"value", strings({"A"})}}, {location("a1")}), location("b")}),
-                   location("cam", {{"type", strings({"camera"})}})})});
+Json testScene() {
+    const Json a = {{"attrs", {{"value", strings({"A"})}}}, {"children", {{"a1", Json::object()}}}};
+    const Json geo = {{"children", {{"a", a}, {"b", Json::object()}}}};
+    const Json world = {{"attrs", {{"list", strings({"/x"})}}},
+                        {"children", {{"geo", geo}, {"cam", {{"attrs", {{"type", strings({"camera"})}}}}}}}};
+    return {{"attrs", {{"type", strings({"group"})}}}, {"children", {{"world", world}}}};
 }
 
 TEST(Engine, CreatedChildrenAreCookedOnceByEachStep) {
     // A child created on the first step is passed on by the second and asked for by path from every
     // location of the third (the host_later_ops_* scenarios check what they write).
-    const SceneFile file = sceneFile(
+    const SceneFile file = readScene(
         testScene(),
-        {op("TestCreate", "/root/world", {{"parents", strings({"geo"})}, {"names", strings({"n1"})}}),
-         op("TestMark", "/root/world/geo"),
-         op("TestQuery", "/root/world",
-            {{"from", strings({"/root/world/geo/n1"})}, {"attr", strings({"seen.label"})}})});
+        {opAt("TestCreate", "/root/world", {{"parents", strings({"geo"})}, {"names", strings({"n1"})}}),
+         opAt("TestMark", "/root/world/geo"),
+         opAt("TestQuery", "/root/world",
+              {{"from", strings({"/root/world/geo/n1"})}, {"attr", strings({"seen.label"})}})});
     for (const bool abortMode : {false, true}) {
         for (const int threads : {1, 2}) {
             EngineOptions options;
@@ -46,10 +45,12 @@ TEST(Engine, CreatedChildrenAreCookedOnceByEachStep) {
 }
 
 TEST(Engine, CookRefusesUnknownOpTypesAndAnswersOnePathWithItsSubtree) {
-    const SceneFile unknown = sceneFile(testScene(), {op("TestMark"), op("NoSuchOp", "/root/world")});
+    const SceneFile unknown =
+        readScene(testScene(), {opAt("TestMark", "/root"), opAt("NoSuchOp", "/root/world")});
     EXPECT_EQ(thrownMessage([&] { Engine(unknown, testRegistry()).cook(); }),
               "unknown op type \"NoSuchOp\" (op 2 of 2)");
-    const SceneFile marked = sceneFile(testScene(), {op("TestMark", "/root", {{"label", strings({"s"})}})});
+    const SceneFile marked =
+        readScene(testScene(), Json::array({opAt("TestMark", "/root", {{"label", strings({"s"})}})}));
     Engine engine(marked, testRegistry()); // reads the file while it lives
     const SceneLocation geo = engine.cook("/root/world/geo/");
     EXPECT_EQ(geo.name, "geo");
@@ -63,11 +64,11 @@ TEST(Engine, CookRefusesUnknownOpTypesAndAnswersOnePathWithItsSubtree) {
 /// A cook on two threads of `opType` at "/root" over `count` leaves "/root/l0", "/root/l1", ...
 SceneLocation cookLeavesOnTwoThreads(int count, const std::string& opType,
                                      CookStatistics* statistics = nullptr) {
-    std::vector<SceneLocation> leaves;
+    Json leaves = Json::object();
     for (int i = 0; i < count; ++i) {
-        leaves.push_back(location("l" + std::to_string(i)));
+        leaves["l" + std::to_string(i)] = Json::object();
     }
-    const SceneFile file = sceneFile(location("root", {}, std::move(leaves)), {op(opType)});
+    const SceneFile file = readScene({{"children", leaves}}, Json::array({opAt(opType, "/root")}));
     EngineOptions options;
     options.threads = 2;
     Engine engine(file, testRegistry(), options);

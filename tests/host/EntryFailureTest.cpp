@@ -79,16 +79,15 @@ void runCase(VexilCookHandle handle, const VexilCookSuite* suite, void* context)
 using SetCallback = void (*)(void (*)(VexilCookHandle, const VexilCookSuite*, void*), void*);
 
 TEST(EntryFailure, EveryEntryReportsWhatItCaughtAndGivesNothingBack) {
-    useHostAttributes();
     const AttributeHostSuite* attributes = attributeSuite();
     const XFormUtilHostSuite* xform = xformUtilSuite();
     const VexilCookInterfaceUtilsHostSuite* utils = cookUtilsSuite();
     const Qn::IntAttribute value(1);
-    const Qn::GroupAttribute args = group();
+    const Qn::GroupAttribute args = decoded(Json::object());
     const Qn::StringAttribute names(std::vector<std::string>{"first", "second"});
-    const Qn::GroupAttribute xformGroup = group({{"translate", doubles({1, 2, 3})}});
-    const Qn::GroupAttribute longNamed = group({{kName, value}});
-    const Qn::DoubleAttribute sampled = animated({{0.0f, {1}}, {1.0f, {2}}});
+    const Qn::GroupAttribute xformGroup = decoded({{"translate", doubles({1, 2, 3})}});
+    const Qn::GroupAttribute longNamed = decoded({{kName, VexilTest::ints({1})}});
+    const Qn::DoubleAttribute sampled = decoded(sampledDoubles({{"0", {1}}, {"1", {2}}}));
     const float times[] = {0.0f};
     float timesOut[4];
     double matricesOut[16];
@@ -223,12 +222,12 @@ TEST(EntryFailure, EveryEntryReportsWhatItCaughtAndGivesNothingBack) {
     };
 
     // The in-cook cases, each at its own location.
-    std::vector<SceneLocation> locations;
+    Json locations = Json::object();
     for (size_t i = 0; i < cookCases.size(); ++i) {
-        locations.push_back(location("e" + std::to_string(i)));
+        locations["e" + std::to_string(i)] = Json::object();
     }
-    const SceneFile file = sceneFile(location("root", {}, {location("world", {}, locations)}),
-                                     {op("TestCallback", "/root/world")});
+    const SceneFile file = readScene({{"children", {{"world", {{"children", locations}}}}}},
+                                     Json::array({opAt("TestCallback", "/root/world")}));
     CallbackContext context{&cookCases, std::vector<Outcome>(cookCases.size())};
     const auto setCallback = reinterpret_cast<SetCallback>(testSymbol("vexilTestSetCookCallback"));
     setCallback(&runCase, &context);

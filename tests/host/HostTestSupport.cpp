@@ -1,27 +1,24 @@
 #include "tests/host/HostTestSupport.h"
 
+#include "host/scene/AttributeDecoder.h"
+#include "host/scene/SceneReader.h"
 #include "host/services/HostServices.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <map>
 #include <sstream>
 #include <stdexcept>
 
 namespace VexilHost {
 namespace HostTest {
 
-void useHostAttributes() {
-    hostServices();
-}
-
 namespace {
 
 /// Installs the attribute suite before any test builds an attribute, whichever test runs alone.
 class HostAttributesEnvironment : public ::testing::Environment {
 public:
-    void SetUp() override { useHostAttributes(); }
+    void SetUp() override { hostServices(); }
 };
 
 const ::testing::Environment* const kEnvironment =
@@ -29,55 +26,13 @@ const ::testing::Environment* const kEnvironment =
 
 } // namespace
 
-Qn::GroupAttribute group(const NamedAttrs& children) {
-    useHostAttributes();
-    Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
-    for (const auto& child : children) {
-        builder.set(child.first, child.second);
-    }
-    return builder.build();
+Qn::Attribute decoded(const Json& encoded) {
+    JsonPath path;
+    return decodeAttribute(encoded, path);
 }
 
-Qn::DoubleAttribute doubles(const std::vector<double>& values, int64_t tupleSize) {
-    useHostAttributes();
-    return Qn::DoubleAttribute(values, tupleSize);
-}
-
-Qn::DoubleAttribute animated(const std::vector<std::pair<float, std::vector<double>>>& samples,
-                             int64_t tupleSize) {
-    useHostAttributes();
-    std::map<float, std::vector<double>> map(samples.begin(), samples.end());
-    return Qn::DoubleAttribute(map, tupleSize);
-}
-
-Qn::StringAttribute strings(const std::vector<std::string>& values) {
-    useHostAttributes();
-    return Qn::StringAttribute(values);
-}
-
-SceneLocation location(const std::string& name, const NamedAttrs& attrs,
-                       std::vector<SceneLocation> children) {
-    SceneLocation out;
-    out.name = name;
-    out.attrs = group(attrs);
-    out.children = std::move(children);
-    return out;
-}
-
-OpDescription op(const std::string& type, const std::string& where, const NamedAttrs& args) {
-    OpDescription out;
-    out.type = type;
-    out.location = where;
-    out.args = group(args);
-    return out;
-}
-
-SceneFile sceneFile(SceneLocation root, std::vector<OpDescription> ops) {
-    SceneFile file;
-    file.root = std::move(root);
-    file.root.name = "root";
-    file.ops = std::move(ops);
-    return file;
+SceneFile readScene(const Json& scene, const Json& ops) {
+    return readSceneText(Json{{"scene", scene}, {"ops", ops}}.dump(), "test scene");
 }
 
 const SceneLocation* find(const SceneLocation& root, const std::string& path) {

@@ -1,36 +1,32 @@
-// Helpers of the engine tests: building scenes in memory, loading the test op plug-ins, and reading
-// cooked scenes back.
+// Helpers of the engine tests: scenes and attributes written as scene-file JSON (with the builders of
+// tests/support) and read by the host's own reader, the test op plug-ins, and reading cooked scenes back.
 #pragma once
 
+#include "CookTestSupport.h"
 #include "host/loader/OpRegistry.h"
 #include "host/scene/SceneTypes.h"
 #include "hostapi/attribute/DataAttribute.h"
 #include "hostapi/attribute/GroupAttribute.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace VexilHost {
 namespace HostTest {
 
-using NamedAttrs = std::vector<std::pair<std::string, Qn::Attribute>>;
+using Json = nlohmann::ordered_json;
+using VexilTest::doubles;
+using VexilTest::opAt;
+using VexilTest::sampledDoubles;
+using VexilTest::strings;
 
-/// Installs the host's attribute suite in the attribute classes (call before making attributes).
-void useHostAttributes();
-
-/// A group of the given children, names taken literally.
-Qn::GroupAttribute group(const NamedAttrs& children = {});
-Qn::DoubleAttribute doubles(const std::vector<double>& values, int64_t tupleSize = 1);
-/// Several samples of doubles: time -> values.
-Qn::DoubleAttribute animated(const std::vector<std::pair<float, std::vector<double>>>& samples,
-                             int64_t tupleSize = 1);
-Qn::StringAttribute strings(const std::vector<std::string>& values);
-
-SceneLocation location(const std::string& name, const NamedAttrs& attrs = {},
-                       std::vector<SceneLocation> children = {});
-OpDescription op(const std::string& type, const std::string& where = "/root", const NamedAttrs& args = {});
-SceneFile sceneFile(SceneLocation root, std::vector<OpDescription> ops);
+/// The attribute that `encoded` stands for in the scene-file form, read by the host's own decoder.
+Qn::Attribute decoded(const Json& encoded);
+/// The scene file of `scene` (the root location in the scene-file form) and `ops` (the op entries),
+/// read by the host's own reader.
+SceneFile readScene(const Json& scene, const Json& ops);
 
 /// The location at an absolute path ("/root/a/b") of a cooked tree rooted at "/root", or null.
 const SceneLocation* find(const SceneLocation& root, const std::string& path);

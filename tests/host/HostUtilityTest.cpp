@@ -22,27 +22,29 @@ using namespace HostTest;
 
 /// world: translate (0,0,0) at 0 -> (0,10,0) at 1; parent: rotate 90 about z, then scale 2;
 /// target: translate (1,0,0) sampled at 0.5 only, unit-cube bound; lamp.001: translate (3,0,0).
-SceneLocation scene() {
-    return location(
-        "root", {},
-        {location(
-            "world",
-            {{"xform", group({{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {0, 10, 0}}}, 3)}})}},
-            {location(
-                 "parent",
-                 {{"xform", group({{"rotate", doubles({90, 0, 0, 1})}, {"scale", doubles({2, 2, 2})}})}},
-                 {location("target", {{"xform", group({{"translate", animated({{0.5f, {1, 0, 0}}}, 3)}})},
-                                      {"bound", doubles({-1, 1, -1, 1, -1, 1})}})}),
-             location("lamp.001", {{"xform", group({{"translate", doubles({3, 0, 0})}})}}),
-             location("probe")})});
+/// Each step is TestMark at /root/world, once or `marks` times.
+SceneFile scene(int marks = 1) {
+    const Json target = {{"attrs",
+                          {{"xform", {{"translate", sampledDoubles({{"0.5", {1, 0, 0}}}, 3)}}},
+                           {"bound", doubles({-1, 1, -1, 1, -1, 1})}}}};
+    const Json parent = {
+        {"attrs", {{"xform", {{"rotate", doubles({90, 0, 0, 1})}, {"scale", doubles({2, 2, 2})}}}}},
+        {"children", {{"target", target}}}};
+    const Json lamp = {{"attrs", {{"xform", {{"translate", doubles({3, 0, 0})}}}}}};
+    const Json world = {
+        {"attrs", {{"xform", {{"translate", sampledDoubles({{"0", {0, 0, 0}}, {"1", {0, 10, 0}}}, 3)}}}}},
+        {"children", {{"parent", parent}, {"lamp.001", lamp}, {"probe", Json::object()}}}};
+    return readScene({{"children", {{"world", world}}}},
+                     Json(static_cast<size_t>(marks), opAt("TestMark", "/root/world")));
 }
 
 using Rows = std::array<double, 16>;
 
 TEST(HostUtilities, LocalTransformOfAnXformGroupAtSortedDistinctTimes) {
     const XFormUtilHostSuite* suite = xformUtilSuite();
-    const Qn::GroupAttribute xform = group(
-        {{"translate", animated({{0.0f, {0, 0, 0}}, {1.0f, {4, 0, 0}}}, 3)}, {"scale", doubles({1, 2, 1})}});
+    const Qn::GroupAttribute xform =
+        decoded({{"translate", sampledDoubles({{"0", {0, 0, 0}}, {"1", {4, 0, 0}}}, 3)},
+                 {"scale", doubles({1, 2, 1})}});
     const float times[] = {1.0f, 0.25f, 1.0f};
     const Qn::DoubleAttribute local(
         Qn::Attribute::adopt(suite->getLocalXformAtTimes(xform.getHandle(), times, 3)));
@@ -71,7 +73,7 @@ struct DirectCook {
 const float kSentinel = -99.0f;
 
 TEST(HostUtilities, CopiedTimesAreEntryZerosAndCountWhatDidNotFit) {
-    DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1, "/root/world/probe");
+    DirectCook cook(scene(), false, 1, "/root/world/probe");
     const XFormUtilHostSuite* suite = xformUtilSuite();
     struct Case {
         const char* path;
@@ -114,7 +116,7 @@ TEST(HostUtilities, CopiedTimesAreEntryZerosAndCountWhatDidNotFit) {
 
 TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
     const Qn::GroupAttribute overrides =
-        group({{"/root/world/parent", group({{"translate", doubles({0, 0, 5})}})}});
+        decoded({{"/root/world/parent", {{"translate", doubles({0, 0, 5})}}}});
     struct Case {
         const char* at; ///< the cooked location: asking for it takes the host's own-location way
         const char* path;
@@ -137,7 +139,7 @@ TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
     };
     const XFormUtilHostSuite* suite = xformUtilSuite();
     for (const Case& c : cases) {
-        DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1, c.at);
+        DirectCook cook(scene(), false, 1, c.at);
         const int32_t length = static_cast<int32_t>(std::strlen(c.path));
         const int64_t n = static_cast<int64_t>(c.times.size());
         std::vector<double> out(16 * c.times.size() + 1, 7.0);
@@ -163,7 +165,7 @@ TEST(HostUtilities, CopiedMatricesAreEntryOnesInTheOrderAsked) {
 }
 
 TEST(HostUtilities, WorldsContinueFromAGivenAncestorWorld) {
-    DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1, "/root/world/probe");
+    DirectCook cook(scene(), false, 1, "/root/world/probe");
     const XFormUtilHostSuite* suite = xformUtilSuite();
     const char* target = "/root/world/parent/target";
     const int32_t length = static_cast<int32_t>(std::strlen(target));
@@ -216,8 +218,7 @@ TEST(HostUtilities, WorldsContinueFromAGivenAncestorWorld) {
 
 TEST(HostUtilities, OwnLocationAnswersAgreeAcrossThreadsRacingOnTheFirstQuery) {
     // Every thread asks at once, so that several may look the parent's transform up first.
-    DirectCook cook(sceneFile(scene(), {op("TestMark", "/root/world")}), false, 1,
-                    "/root/world/parent/target");
+    DirectCook cook(scene(), false, 1, "/root/world/parent/target");
     const XFormUtilHostSuite* suite = xformUtilSuite();
     const Rows turned0 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 2, 0, 1};
     const Rows turned1 = {0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 0, 12, 0, 1};
@@ -260,7 +261,7 @@ TEST(HostUtilities, OwnLocationAnswersAgreeAcrossThreadsRacingOnTheFirstQuery) {
 
 TEST(HostUtilities, CopiesAbortForALocationNotCookedYetAndAnswerOnceItIs) {
     // Step 2 reads step 1, which abort mode does not cook on demand.
-    const SceneFile file = sceneFile(scene(), {op("TestMark", "/root/world"), op("TestMark", "/root/world")});
+    const SceneFile file = scene(2);
     const char* target = "/root/world/parent/target";
     for (bool cooked : {false, true}) {
         DirectCook cook(file, true, 2, "/root/world/probe");

@@ -15,8 +15,9 @@ std::vector<double> sampleAt(const Qn::DoubleAttribute& attr, float time) {
 }
 
 TEST(WorldTransforms, ASubtreeTakesItsAncestorsTransformsFromTheCaller) {
-    SceneLocation hand = location("hand", {{"xform", group({{"translate", doubles({0, 1, 0})}})}});
-    addWorldAttributes(hand, {Qn::Attribute(), group({{"translate", doubles({5, 0, 0})}})});
+    SceneLocation hand =
+        readScene({{"attrs", {{"xform", {{"translate", doubles({0, 1, 0})}}}}}}, Json::array()).root;
+    addWorldAttributes(hand, {Qn::Attribute(), decoded({{"translate", doubles({5, 0, 0})}})});
     const Qn::DoubleAttribute world(hand.attrs.getChildByName("world"));
     EXPECT_EQ(sampleAt(world, 0), (std::vector<double>{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 1, 0, 1}));
 }

@@ -91,8 +91,12 @@ Json sceneFile(const Json& worldChildren, const Json& ops, float shutterOpen, fl
     return file;
 }
 
+Json opAt(const std::string& type, const std::string& location, const Json& args) {
+    return {{"type", type}, {"location", location}, {"args", args}};
+}
+
 Json resolveOps() {
-    return Json::array({{{"type", "ConstraintResolve"}, {"location", "/root"}, {"args", Json::object()}}});
+    return Json::array({opAt("ConstraintResolve", "/root")});
 }
 
 bool hasLocation(const Json& cooked, const std::string& path) {
@@ -208,6 +212,18 @@ Json floats(const std::vector<double>& values, int tupleSize) {
 
 Json ints(const std::vector<int>& values, int tupleSize) {
     return typed("int", values, tupleSize);
+}
+
+Json strings(const std::vector<std::string>& values) {
+    return typed("string", values, 1);
+}
+
+Json sampledDoubles(const std::vector<std::pair<std::string, std::vector<double>>>& samples, int tupleSize) {
+    Json byTime = Json::object();
+    for (const auto& [time, values] : samples) {
+        byTime[time] = values;
+    }
+    return typed("double", byTime, tupleSize);
 }
 
 Json translateXform(const Imath::V3d& t) {

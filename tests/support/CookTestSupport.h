@@ -8,6 +8,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace VexilTest {
@@ -30,6 +31,8 @@ CookResult cook(const Json& scene, const std::vector<std::string>& arguments = {
 Json sceneFile(const Json& worldChildren, const Json& ops, float shutterOpen = 0.0f,
                float shutterClose = 0.0f, int numSamples = 1, const Json& worldAttrs = Json::object());
 
+/// An op entry of a scene file: `type` cooked at `location` with `args`.
+Json opAt(const std::string& type, const std::string& location, const Json& args = Json::object());
 /// The ops ConstraintResolve alone at "/root".
 Json resolveOps();
 
@@ -56,6 +59,10 @@ Imath::M44d world(const Json& cooked, const std::string& path, float time = 0.0f
 Json doubles(const std::vector<double>& values, int tupleSize = 1);
 Json floats(const std::vector<double>& values, int tupleSize = 1);
 Json ints(const std::vector<int>& values, int tupleSize = 1);
+Json strings(const std::vector<std::string>& values);
+/// Doubles sampled at several times: (time as written in the file, values), in file order.
+Json sampledDoubles(const std::vector<std::pair<std::string, std::vector<double>>>& samples,
+                    int tupleSize = 1);
 /// An xform group with a translate (and optional rotate: angle in degrees, axis).
 Json translateXform(const Imath::V3d& t);
 

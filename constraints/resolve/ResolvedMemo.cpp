@@ -27,17 +27,23 @@ ResolvedWorld& ResolvedMemo::world(size_t slot) const {
 
 void ResolvedMemo::waitWhileClaimed(Slot& slot) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_released.wait(lock, [&] {
-        return !slot.claimed.load(std::memory_order_acquire) ||
-               slot.result.load(std::memory_order_acquire) != nullptr;
-    });
+    // Counted before the check, and every access sequentially consistent: a release either sees this
+    // waiter, or stores its release before the waiter's check reads it.
+    m_waiters.fetch_add(1);
+    m_released.wait(lock, [&] { return !slot.claimed.load() || slot.result.load() != nullptr; });
+    m_waiters.fetch_sub(1);
 }
 
 void ResolvedMemo::release(Slot& slot) {
+    slot.claimed.store(false);
+    // Every resolution releases a claim and almost none is waited for: the lock, shared by every slot
+    // and every thread, is taken only when someone waits.
+    if (m_waiters.load() == 0) {
+        return;
+    }
     {
-        // Under the lock, so that a waiter between its check and its sleep cannot miss the wake-up.
+        // A waiter holds the lock from its check until it sleeps, so it cannot miss the wake-up.
         std::lock_guard<std::mutex> lock(m_mutex);
-        slot.claimed.store(false, std::memory_order_release);
     }
     m_released.notify_all();
 }

@@ -112,6 +112,7 @@ private:
     size_t m_count;
     // Waiting is rare (two cooks needing one location at once): one lock for all slots.
     std::mutex m_mutex;
+    std::atomic<int> m_waiters{0};
     std::condition_variable m_released;
 };
 

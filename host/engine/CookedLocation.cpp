@@ -1,5 +1,7 @@
 #include "host/engine/CookedLocation.h"
 
+#include <tbb/parallel_for.h>
+
 namespace VexilHost {
 
 CookedLocation::~CookedLocation() {
@@ -16,12 +18,26 @@ CookSlot* CookedLocation::childSlots(bool make) const {
         return nullptr;
     }
     // Two threads may make the slots at once: the first one stored is kept, the other dropped unused.
+    m_childSlotCount.store(count, std::memory_order_relaxed);
     CookSlot* made = new CookSlot[count];
     if (m_childSlots.compare_exchange_strong(slots, made, std::memory_order_acq_rel)) {
         return made;
     }
     delete[] made;
     return slots;
+}
+
+void CookedLocation::dismantle() {
+    if (CookSlot* slots = m_childSlots.exchange(nullptr, std::memory_order_acq_rel)) {
+        const size_t count = m_childSlotCount.load(std::memory_order_relaxed);
+        tbb::parallel_for(size_t(0), count, [slots](size_t i) { slots[i].record.dismantle(); });
+        delete[] slots;
+    }
+    // The children first: the op instance that cooked them may own private data they point into.
+    created.clear();
+    ownChildOp.reset();
+    attrs = Qn::GroupAttribute();
+    std::vector<std::string>().swap(childNames);
 }
 
 bool CookedLocation::childTraversal(std::string_view name, bool inInput, Traversal& out) const {

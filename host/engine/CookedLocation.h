@@ -69,8 +69,15 @@ struct CookedLocation {
     /// children are allocated together.
     CookSlot* childSlots(bool make) const;
 
+    /// Frees what this record owns and every record below it, the subtrees side by side on the
+    /// threads of the calling task arena: the teardown of a large cook would otherwise be the one part
+    /// of it that a single thread does. Leaves an empty record. Only once no cook reads the graph.
+    void dismantle();
+
 private:
     mutable std::atomic<CookSlot*> m_childSlots{nullptr};
+    /// The number of slots above (both threads that may make them store the same count).
+    mutable std::atomic<size_t> m_childSlotCount{0};
 };
 
 /// A location that is cooked at most once: its record and the gate that cooks it.

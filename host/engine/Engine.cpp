@@ -102,19 +102,24 @@ SceneLocation Engine::cook(const std::string& path) {
     auto cookAll = [&] {
         tbb::task_arena arena(threads);
         arena.execute([&] {
-            const Column column = graph.columnOf(graph.lastStage(), where);
-            if (column.empty()) {
-                return;
+            try {
+                const Column column = graph.columnOf(graph.lastStage(), where);
+                if (column.empty()) {
+                    return;
+                }
+                found = true;
+                out.name = where.substr(where.rfind('/') + 1);
+                buildSubtree(graph, column, where, out, m_impl->options.locationsCooked);
+            } catch (...) {
+                graph.clear();
+                throw;
             }
-            found = true;
-            out.name = where.substr(where.rfind('/') + 1);
-            buildSubtree(graph, column, where, out, m_impl->options.locationsCooked);
         });
         m_impl->statistics.cooks = graph.finishedCooks();
         m_impl->statistics.abortedAttempts = graph.abortedAttempts();
-        // Every cooked location, and with them the op instances and their private data, goes here:
-        // freed on the thread that made most of them, into the allocator's memory of that thread.
-        graph.clear();
+        // Every cooked location, and with them the op instances and their private data, goes here, on
+        // the cook's own threads (the graph's destructor would free them on the caller's).
+        arena.execute([&] { graph.clear(); });
     };
     if (threads == 1) {
         // Nobody to share the work with: the calling thread cooks, with the memory its allocator kept

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include <tbb/task_arena.h>
+
 namespace VexilHost {
 
 namespace {
@@ -162,6 +164,11 @@ void StageGraph::clear() {
     for (auto& stage : m_stages) {
         stage->worlds.clear();
         stage->walks.clear();
+        if (tbb::this_task_arena::max_concurrency() > 1) {
+            for (auto& root : stage->roots) {
+                root.second.record.dismantle();
+            }
+        }
         stage->roots.clear();
     }
 }
@@ -180,6 +187,11 @@ StageGraph::WorldMemo& StageGraph::makeWorldMemo(int stage, const std::string& p
     memo->timed = std::any_of(chain.begin(), chain.end(), [](const XformModel::Operations* ops) {
         return ops != nullptr && !ops->empty();
     });
+    memo->constant = std::all_of(chain.begin(), chain.end(), [](const XformModel::Operations* ops) {
+        return ops == nullptr || std::all_of(ops->begin(), ops->end(), [](const XformModel::Operation& op) {
+                   return op.times.size() <= 1;
+               });
+    });
     memo->atTimes.reserve(memo->times.size());
     for (float time : memo->times) {
         memo->atTimes.push_back(XformModel::worldAt(chain, time));
@@ -191,6 +203,9 @@ StageGraph::WorldMemo& StageGraph::makeWorldMemo(int stage, const std::string& p
 Imath::M44d StageGraph::worldAt(WorldMemo& memo, float time) {
     // Cooks ask mostly at the location's own sample times; a lock there would be taken by every
     // cook of every thread asking about the same target.
+    if (memo.constant) {
+        return memo.atTimes.front();
+    }
     const auto known = std::lower_bound(memo.times.begin(), memo.times.end(), time);
     if (known != memo.times.end() && *known == time) {
         return memo.atTimes[static_cast<size_t>(known - memo.times.begin())];

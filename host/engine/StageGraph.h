@@ -110,6 +110,9 @@ public:
         std::vector<float> times;
         /// Whether an operation of the chain has sample times (`times` is {0} otherwise).
         bool timed = false;
+        /// Whether no operation of the chain has more than one sample: the matrix is then the same at
+        /// every time.
+        bool constant = false;
         /// The world matrix at each of `times`, made with the memo: read by every cook without a lock.
         std::vector<Imath::M44d> atTimes;
         std::mutex mutex;
@@ -130,7 +133,8 @@ public:
     int64_t finishedCooks() const { return m_finishedCooks.sum(); }
     int64_t abortedAttempts() const { return m_abortedAttempts.sum(); }
 
-    /// Drops every cooked location (their op instances, and so their private data, go with them).
+    /// Drops every cooked location (their op instances, and so their private data, go with them), on
+    /// the threads of the calling task arena.
     void clear();
 
 private:

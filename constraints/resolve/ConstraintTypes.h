@@ -7,7 +7,10 @@
 #include <Imath/ImathVec.h>
 #include <boost/container/flat_map.hpp>
 #include <boost/container/flat_set.hpp>
+#include <boost/container/small_vector.hpp>
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -20,16 +23,23 @@ class VexilCookInterface;
 namespace Vexil3Constraints {
 namespace Private {
 
-// Sample maps hold a handful of times each and are made for every constraint at every cook: sorted
-// vectors, which take one allocation where a tree takes one per time.
+// Sample maps hold a handful of times each and are made for every constraint at every cook, for the
+// base and for each target: sorted vectors whose first few entries are kept inline, so that the usual
+// constraint (one to four sample times, one or two targets) allocates none of them.
+
+/// How many sample times, and target transforms, the sample maps keep without an allocation.
+constexpr size_t kInlineSamples = 4;
 
 /// Sample times relative to the current time (0 is the current time), ascending, each once.
-using SampleTimes = boost::container::flat_set<float>;
+using SampleTimes = boost::container::flat_set<float, std::less<float>,
+                                               boost::container::small_vector<float, kInlineSamples>>;
 /// A location's world transform per sample time (row vectors, translation in elements 12 to 14);
 /// looked up by exact key.
-using XformSamples = boost::container::flat_map<float, Imath::M44d>;
+using XformSamples =
+    boost::container::flat_map<float, Imath::M44d, std::less<float>,
+                               boost::container::small_vector<std::pair<float, Imath::M44d>, kInlineSamples>>;
 /// One XformSamples per target, in target order.
-using XformSamplesList = std::vector<XformSamples>;
+using XformSamplesList = boost::container::small_vector<XformSamples, 2>;
 /// Attributes to set on the constrained location, by name, in ascending name order.
 using OutputAttributes = std::map<std::string, Qn::Attribute>;
 using TargetPaths = std::vector<std::string>;

@@ -149,11 +149,14 @@ struct PreparedConstraint {
     bool needsOutOfOrder = false;
 };
 
+/// The constraints of one location: nearly always one, kept inline.
+using PreparedConstraints = boost::container::small_vector<PreparedConstraint, 1>;
+
 /// A location whose constraints are prepared, waiting for what they need.
 struct PreparedLocation {
     std::string_view path;
     Qn::GroupAttribute xform;
-    std::vector<PreparedConstraint> constraints;
+    PreparedConstraints constraints;
 };
 
 class ConstraintFrame;
@@ -216,7 +219,7 @@ public:
             // A listed location may have been resolved already, as what another location needed.
             return resolveListed(listed->slot, path, xform);
         }
-        std::vector<Pending> stack;
+        PendingStack stack;
         stack.push_back(Pending{kNoSlot, prepare(path, xform)});
         if (m_list) {
             walkNeeds(stack);
@@ -307,10 +310,13 @@ private:
         size_t constraint = 0; ///< the next constraint whose needs are looked at
         size_t need = 0;       ///< the next need of that constraint
     };
+    /// The walk's stack: most walks hold the cooked location alone, kept inline; a deep walk moves to
+    /// the heap.
+    using PendingStack = boost::container::small_vector<Pending, 1>;
 
     const ResolvedLocation& resolveListed(size_t slot, std::string_view path,
                                           const Qn::GroupAttribute& xform);
-    void walkNeeds(std::vector<Pending>& stack);
+    void walkNeeds(PendingStack& stack);
     PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
     PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
                                          const Qn::Attribute& value);
@@ -605,13 +611,13 @@ const ResolvedLocation& ResolveSession::resolveListed(size_t slot, std::string_v
     if (const ResolvedLocation* done = m_list->memo->find(slot)) {
         return *done;
     }
-    std::vector<Pending> stack;
+    PendingStack stack;
     stack.push_back(Pending{slot, prepare(path, xform)});
     walkNeeds(stack);
     return *m_list->memo->find(slot);
 }
 
-void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
+void ResolveSession::walkNeeds(PendingStack& stack) {
     // Depth first, with the stack on the heap: a location is resolved once every location it needs is
     // resolved, or is on the stack below it (a cycle, which fails the constraint that closes it). The
     // stack's bottom entry is left for the caller when it belongs to no slot.
@@ -624,7 +630,7 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
     while (!stack.empty()) {
         Pending& top = stack.back();
         std::optional<size_t> next;
-        std::vector<PreparedConstraint>& constraints = top.location.constraints;
+        PreparedConstraints& constraints = top.location.constraints;
         while (!next && top.constraint < constraints.size()) {
             const PreparedConstraint& constraint = constraints[top.constraint];
             // A constraint whose needs are out of order fails before any of them is resolved.

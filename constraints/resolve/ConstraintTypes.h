@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -40,8 +39,11 @@ using XformSamples =
                                boost::container::small_vector<std::pair<float, Imath::M44d>, kInlineSamples>>;
 /// One XformSamples per target, in target order.
 using XformSamplesList = boost::container::small_vector<XformSamples, 2>;
-/// Attributes to set on the constrained location, by name, in ascending name order.
-using OutputAttributes = std::map<std::string, Qn::Attribute>;
+/// Attributes to set on the constrained location, by name, in ascending name order: a sorted vector
+/// whose first two entries (a resolved location's `xform` and its messages) are kept inline.
+using OutputAttributes =
+    boost::container::flat_map<std::string, Qn::Attribute, std::less<std::string>,
+                               boost::container::small_vector<std::pair<std::string, Qn::Attribute>, 2>>;
 using TargetPaths = std::vector<std::string>;
 
 /// Thrown by resolvers for bad input; carries only its message.

@@ -247,7 +247,11 @@ void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInt
 }
 
 Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name) {
-    const Qn::FloatAttribute attr(group.getChildByName(name));
+    return float3Value(group.getChildByName(name), name);
+}
+
+Imath::V3d float3Value(const Qn::Attribute& attribute, const std::string& name) {
+    const Qn::FloatAttribute attr(attribute);
     const Qn::SampleView<float> values = attr.getNearestSample(0.0f);
     if (!attr.isValid() || values.size != 3)
         throw std::runtime_error("Cannot find float attribute of size 3 " + name);

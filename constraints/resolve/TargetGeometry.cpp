@@ -260,18 +260,12 @@ Imath::V3d float3Value(const Qn::Attribute& attribute, const std::string& name) 
     return Imath::V3d(values[0], values[1], values[2]);
 }
 
-std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
-                                 const std::string& argumentName) {
-    const std::string value =
-        Qn::StringAttribute(constraintGroup.getChildByName(argumentName)).getValue(std::string(), false);
+std::string requiredStringValue(const Qn::Attribute& attribute, const std::string& resolverType,
+                                const std::string& argumentName) {
+    const std::string value = Qn::StringAttribute(attribute).getValue(std::string(), false);
     if (value.empty())
         ResolverChecks(resolverType).failEmptyArgument(argumentName);
     return value;
-}
-
-std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    static const std::string kName("args.targetOrigin");
-    return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
 } // namespace Private

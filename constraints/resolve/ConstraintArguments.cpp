@@ -138,6 +138,10 @@ OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_
     return *mode;
 }
 
+Imath::V3d getFloat3Arg(const ConstraintArguments& arguments, const std::string& name) {
+    return float3Value(arguments.get(name), name);
+}
+
 bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name) {
     return Qn::IntAttribute(arguments.get(name)).getValue(1, false) != 0;
 }

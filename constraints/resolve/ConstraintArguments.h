@@ -132,6 +132,9 @@ std::optional<OriginMode> findOriginMode(const Qn::GroupAttribute& constraintGro
 OriginMode requireOriginMode(const std::optional<OriginMode>& mode, std::string_view resolverType,
                              std::string_view argumentName);
 
+/// The float vector argument `name` ("args.baseAimAxis"), read and checked as getFloat3Attr does.
+Imath::V3d getFloat3Arg(const ConstraintArguments& arguments, const std::string& name);
+
 /// The axis switch `name` ("args.xAxis"): false only for an IntAttribute whose value (nearest to
 /// time 0) is 0; missing, non-int or empty attributes count as true.
 bool getAxisFlag(const ConstraintArguments& arguments, std::string_view name);

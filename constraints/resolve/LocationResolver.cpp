@@ -76,9 +76,14 @@ template <typename Visit> void forEachAncestorOrSelf(std::string_view path, Visi
     }
 }
 
-// The children of an `xform` group: a handful, kept on the stack.
-using ChildNames = boost::container::small_vector<std::string, 8>;
+// The children of an `xform` group: a handful, kept on the stack. The names are views into the group,
+// which outlives them; a child replaced by its constraint's resolved group is marked, and its name is
+// put together only where the group is built.
+using ChildNames = boost::container::small_vector<std::string_view, 8>;
 using ChildValues = boost::container::small_vector<Qn::Attribute, 8>;
+using ChildResolved = boost::container::small_vector<bool, 8>;
+
+constexpr std::string_view kResolvedPrefix("resolved");
 
 /// A resolved listed location at or above a queried path.
 struct ResolvedAbove {
@@ -89,10 +94,20 @@ struct ResolvedAbove {
 /// The resolved listed locations at or above a path, deepest first.
 using ResolvedChain = boost::container::small_vector<ResolvedAbove, 4>;
 
-Qn::GroupAttribute buildXform(const ChildNames& names, const ChildValues& values) {
+/// The `xform` of the children, each marked one named "resolved" + its name.
+Qn::GroupAttribute buildXform(const ChildNames& names, const ChildValues& values,
+                              const ChildResolved& resolved) {
     Qn::GroupBuilder builder(QN_GROUP_BUILDER_MODE_LITERAL);
+    // The builder copies each name as it is set: one buffer serves every resolved child.
+    boost::container::small_vector<char, 64> renamed;
     for (size_t i = 0; i < names.size(); ++i) {
-        builder.set(names[i], values[i]);
+        if (!resolved[i]) {
+            builder.set(names[i], values[i]);
+            continue;
+        }
+        renamed.assign(kResolvedPrefix.begin(), kResolvedPrefix.end());
+        renamed.insert(renamed.end(), names[i].begin(), names[i].end());
+        builder.set(std::string_view(renamed.data(), renamed.size()), values[i]);
     }
     return builder.build();
 }
@@ -134,11 +149,14 @@ struct PreparedConstraint {
     bool needsOutOfOrder = false;
 };
 
+/// The constraints of one location: nearly always one, kept inline.
+using PreparedConstraints = boost::container::small_vector<PreparedConstraint, 1>;
+
 /// A location whose constraints are prepared, waiting for what they need.
 struct PreparedLocation {
     std::string_view path;
     Qn::GroupAttribute xform;
-    std::vector<PreparedConstraint> constraints;
+    PreparedConstraints constraints;
 };
 
 class ConstraintFrame;
@@ -201,7 +219,7 @@ public:
             // A listed location may have been resolved already, as what another location needed.
             return resolveListed(listed->slot, path, xform);
         }
-        std::vector<Pending> stack;
+        PendingStack stack;
         stack.push_back(Pending{kNoSlot, prepare(path, xform)});
         if (m_list) {
             walkNeeds(stack);
@@ -292,10 +310,13 @@ private:
         size_t constraint = 0; ///< the next constraint whose needs are looked at
         size_t need = 0;       ///< the next need of that constraint
     };
+    /// The walk's stack: most walks hold the cooked location alone, kept inline; a deep walk moves to
+    /// the heap.
+    using PendingStack = boost::container::small_vector<Pending, 1>;
 
     const ResolvedLocation& resolveListed(size_t slot, std::string_view path,
                                           const Qn::GroupAttribute& xform);
-    void walkNeeds(std::vector<Pending>& stack);
+    void walkNeeds(PendingStack& stack);
     PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
     PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
                                          const Qn::Attribute& value);
@@ -590,13 +611,13 @@ const ResolvedLocation& ResolveSession::resolveListed(size_t slot, std::string_v
     if (const ResolvedLocation* done = m_list->memo->find(slot)) {
         return *done;
     }
-    std::vector<Pending> stack;
+    PendingStack stack;
     stack.push_back(Pending{slot, prepare(path, xform)});
     walkNeeds(stack);
     return *m_list->memo->find(slot);
 }
 
-void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
+void ResolveSession::walkNeeds(PendingStack& stack) {
     // Depth first, with the stack on the heap: a location is resolved once every location it needs is
     // resolved, or is on the stack below it (a cycle, which fails the constraint that closes it). The
     // stack's bottom entry is left for the caller when it belongs to no slot.
@@ -609,7 +630,7 @@ void ResolveSession::walkNeeds(std::vector<Pending>& stack) {
     while (!stack.empty()) {
         Pending& top = stack.back();
         std::optional<size_t> next;
-        std::vector<PreparedConstraint>& constraints = top.location.constraints;
+        PreparedConstraints& constraints = top.location.constraints;
         while (!next && top.constraint < constraints.size()) {
             const PreparedConstraint& constraint = constraints[top.constraint];
             // A constraint whose needs are out of order fails before any of them is resolved.
@@ -764,28 +785,29 @@ ResolvedLocation ResolveSession::resolveLocation(const PreparedLocation& locatio
     const int64_t count = xform.getNumberOfChildren();
     ChildNames names;
     ChildValues values;
+    ChildResolved resolved(static_cast<size_t>(count), false);
     names.reserve(static_cast<size_t>(count));
     values.reserve(static_cast<size_t>(count));
     bool changed = false;
     for (int64_t i = 0; i < count; ++i) {
-        names.emplace_back(xform.getChildNameView(i));
+        names.push_back(xform.getChildNameView(i)); // valid while `xform` lives
         values.push_back(xform.getChildByIndex(i));
     }
     for (const PreparedConstraint& constraint : location.constraints) {
         // The base seen by this constraint: the ones before it resolved, the rest not yet. Until one is
         // resolved that is the xform as it came, group and all.
         const PartialXform partial =
-            changed ? PartialXform{buildXform(names, values), false} : PartialXform{xform, true};
+            changed ? PartialXform{buildXform(names, values, resolved), false} : PartialXform{xform, true};
         ConstraintOutcome outcome =
             resolveConstraint(location, constraint, partial, warnings, result.attributes);
         result.dependencyFailed = result.dependencyFailed || outcome.dependencyFailed;
         if (outcome.resolved.isValid()) {
-            names[constraint.child].insert(0, "resolved");
+            resolved[constraint.child] = true;
             values[constraint.child] = outcome.resolved;
             changed = true;
         }
     }
-    result.xform = buildXform(names, values);
+    result.xform = buildXform(names, values, resolved);
     result.attributes["xform"] = result.xform;
     if (!warnings.empty()) {
         result.attributes["warningMessage"] = Qn::StringAttribute(warnings);

@@ -247,7 +247,11 @@ void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInt
 }
 
 Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name) {
-    const Qn::FloatAttribute attr(group.getChildByName(name));
+    return float3Value(group.getChildByName(name), name);
+}
+
+Imath::V3d float3Value(const Qn::Attribute& attribute, const std::string& name) {
+    const Qn::FloatAttribute attr(attribute);
     const Qn::SampleView<float> values = attr.getNearestSample(0.0f);
     if (!attr.isValid() || values.size != 3)
         throw std::runtime_error("Cannot find float attribute of size 3 " + name);
@@ -256,18 +260,12 @@ Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& nam
     return Imath::V3d(values[0], values[1], values[2]);
 }
 
-std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
-                                 const std::string& argumentName) {
-    const std::string value =
-        Qn::StringAttribute(constraintGroup.getChildByName(argumentName)).getValue(std::string(), false);
+std::string requiredStringValue(const Qn::Attribute& attribute, const std::string& resolverType,
+                                const std::string& argumentName) {
+    const std::string value = Qn::StringAttribute(attribute).getValue(std::string(), false);
     if (value.empty())
         ResolverChecks(resolverType).failEmptyArgument(argumentName);
     return value;
-}
-
-std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType) {
-    static const std::string kName("args.targetOrigin");
-    return getRequiredStringArg(constraintGroup, resolverType, kName);
 }
 
 } // namespace Private

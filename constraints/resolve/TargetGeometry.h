@@ -84,13 +84,14 @@ void addTargetOriginSampleTimes(OriginMode mode, Qn::VexilCookInterface& cookInt
 /// (or "<name> has a value beyond 1e15.") when a value cannot be used.
 Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& name);
 
-/// The non-empty string argument `argumentName` of `constraintGroup`. Throws std::runtime_error
-/// "<resolverType> constraint resolver: empty <argumentName>." when it is missing, not a string or empty.
-std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
-                                 const std::string& argumentName);
+/// getFloat3Attr of `attribute`, already found at `name`.
+Imath::V3d float3Value(const Qn::Attribute& attribute, const std::string& name);
 
-/// getRequiredStringArg of "args.targetOrigin".
-std::string getTargetOriginArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType);
+/// The first value of the string argument `attribute`, found at `argumentName`. Throws
+/// std::runtime_error "<resolverType> constraint resolver: empty <argumentName>." when it is missing,
+/// not a string or empty.
+std::string requiredStringValue(const Qn::Attribute& attribute, const std::string& resolverType,
+                                const std::string& argumentName);
 
 } // namespace Private
 } // namespace Vexil3Constraints

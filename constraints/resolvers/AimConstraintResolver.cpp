@@ -41,30 +41,41 @@ struct AimAxes {
 
 /// Reads and checks the axes in the order a sample needs them: the zero checks of the base axes come
 /// before the target up axis is read.
-AimAxes readAimAxes(const Qn::GroupAttribute& constraintGroup) {
+AimAxes readAimAxes(const ConstraintArguments& arguments) {
     AimAxes axes;
-    axes.aimAxis = getFloat3Attr(constraintGroup, kAimAxis.name);
-    axes.upAxis = getFloat3Attr(constraintGroup, kUpAxis.name);
+    axes.aimAxis = getFloat3Arg(arguments, kAimAxis.name);
+    axes.upAxis = getFloat3Arg(arguments, kUpAxis.name);
     checkAimAndUpAxes(axes.aimAxis, axes.upAxis);
-    axes.targetUpAxis = getFloat3Attr(constraintGroup, kTargetUpAxis.name);
+    axes.targetUpAxis = getFloat3Arg(arguments, kTargetUpAxis.name);
     return axes;
+}
+
+/// The arguments of one constraint, read once per shared `args` value; a failure to read the axes is
+/// kept and reported where a sample first needs them.
+struct AimArguments {
+    std::optional<OriginMode> targetOrigin;
+    ReadOnce<AimAxes> axes;
+};
+
+AimArguments readAimArguments(const ConstraintArguments& arguments) {
+    return AimArguments{findOriginMode(arguments, kTargetOrigin.name),
+                        ReadOnce<AimAxes>([&] { return readAimAxes(arguments); })};
 }
 
 class AimConstraintResolver : public PerSampleConstraintResolver {
 public:
-    explicit AimConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+    AimConstraintResolver(const Qn::GroupAttribute& constraintGroup, const ResolverSetup& setup)
         : PerSampleConstraintResolver(kKind, constraintGroup),
-          m_targetOrigin(findOriginMode(m_constraintGroup, kTargetOrigin.name)),
-          m_axes([&] { return readAimAxes(m_constraintGroup); }) {}
+          m_args(readKindArguments(setup, m_constraintGroup, &readAimArguments)) {}
 
 private:
     void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
-        addTargetOriginSampleTimes(requireOriginMode(m_targetOrigin, kKind, kTargetOrigin.name),
+        addTargetOriginSampleTimes(requireOriginMode(m_args.targetOrigin, kKind, kTargetOrigin.name),
                                    scene.cookInterface, scene.targetPaths, sampleTimes);
     }
 
     Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
-        const OriginMode targetOrigin = requireOriginMode(m_targetOrigin, kKind, kTargetOrigin.name);
+        const OriginMode targetOrigin = requireOriginMode(m_args.targetOrigin, kKind, kTargetOrigin.name);
         const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
         checks().checkTargetCounts(inputs);
 
@@ -76,12 +87,11 @@ private:
             throw std::runtime_error(std::string("Aim constraint resolver target: ") + e.what());
         }
 
-        const AimAxes& axes = m_axes.get();
+        const AimAxes& axes = m_args.axes.get();
         return aimConstraintMatrix(base, targetPoint, axes.aimAxis, axes.upAxis, axes.targetUpAxis);
     }
 
-    const std::optional<OriginMode> m_targetOrigin;
-    const ReadOnce<AimAxes> m_axes;
+    const AimArguments m_args;
 };
 
 } // namespace

@@ -15,6 +15,9 @@ namespace {
 
 constexpr std::string_view kKind("Billboard");
 const char* const kBoundingBox = "boundingBox";
+const std::string kTargetOrigin("args.targetOrigin");
+const std::string kAimAxis("args.baseAimAxis");
+const std::string kRotateAxis("args.baseRotateAxis");
 
 // Billboard knows only two origins: the bounds centre, or (for every other mode, the face modes
 // included) the local origin.
@@ -37,32 +40,45 @@ struct BillboardAxes {
 };
 
 /// Reads the axes in the order a sample does: the aim axis first.
-BillboardAxes readBillboardAxes(const Qn::GroupAttribute& constraintGroup) {
+BillboardAxes readBillboardAxes(const ConstraintArguments& arguments) {
     BillboardAxes axes;
-    axes.aimAxis = getFloat3Attr(constraintGroup, "args.baseAimAxis");
-    axes.rotateAxis = getFloat3Attr(constraintGroup, "args.baseRotateAxis");
+    axes.aimAxis = getFloat3Arg(arguments, kAimAxis);
+    axes.rotateAxis = getFloat3Arg(arguments, kRotateAxis);
     return axes;
+}
+
+/// The arguments of one constraint, read once per shared `args` value; each failure is kept and
+/// reported where a sample first needs the value.
+struct BillboardArguments {
+    ReadOnce<std::string> mode;
+    ReadOnce<BillboardAxes> axes;
+};
+
+BillboardArguments readBillboardArguments(const ConstraintArguments& arguments) {
+    return BillboardArguments{ReadOnce<std::string>([&] {
+                                  return requiredStringValue(arguments.get(kTargetOrigin), std::string(kKind),
+                                                             kTargetOrigin);
+                              }),
+                              ReadOnce<BillboardAxes>([&] { return readBillboardAxes(arguments); })};
 }
 
 class BillboardConstraintResolver : public PerSampleConstraintResolver {
 public:
-    /// The arguments are read here once; each failure is reported where a sample first needs the value.
-    explicit BillboardConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+    BillboardConstraintResolver(const Qn::GroupAttribute& constraintGroup, const ResolverSetup& setup)
         : PerSampleConstraintResolver(kKind, constraintGroup),
-          m_mode([&] { return getTargetOriginArg(m_constraintGroup, std::string(kKind)); }),
-          m_axes([&] { return readBillboardAxes(m_constraintGroup); }) {}
+          m_args(readKindArguments(setup, m_constraintGroup, &readBillboardArguments)) {}
 
 private:
     // Adds the sample times of the targets' animated bounds when the origin is "boundingBox".
     void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
-        const std::string& mode = m_mode.get();
+        const std::string& mode = m_args.mode.get();
         if (mode == kBoundingBox) {
             addTargetOriginSampleTimes(mode, scene.cookInterface, scene.targetPaths, sampleTimes);
         }
     }
 
     Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
-        const std::string& mode = m_mode.get();
+        const std::string& mode = m_args.mode.get();
         const Imath::M44d& base = checks().baseAt(inputs, sampleTime);
         checks().checkTargetCounts(inputs);
         // The plain average of the local points carried to world space, each target one vote.
@@ -73,12 +89,11 @@ private:
             sum += transformAffinePoint(local, checks().targetAt(inputs, i, sampleTime));
         }
         const Imath::V3d targetPoint = sum / static_cast<double>(inputs.targetPaths.size());
-        const BillboardAxes& axes = m_axes.get();
+        const BillboardAxes& axes = m_args.axes.get();
         return billboardConstraintMatrix(base, axes.aimAxis, axes.rotateAxis, targetPoint);
     }
 
-    const ReadOnce<std::string> m_mode;
-    const ReadOnce<BillboardAxes> m_axes;
+    const BillboardArguments m_args;
 };
 
 } // namespace

@@ -35,21 +35,40 @@ const EditableArgument kZAxis = switchArgument(
     "args.zAxis", "Follow Z Rotation",
     "When on, the rotation about z follows the target; when off, the location keeps its own.", 1);
 
-// The target orientation argument; throws when it is missing or empty.
-std::string readOrientation(const Qn::GroupAttribute& constraintGroup) {
-    std::string orientation =
-        Qn::StringAttribute(constraintGroup.getChildByName(kOrientation.name)).getValue(std::string(), false);
-    if (orientation.empty())
-        ResolverChecks(kKind).failEmptyArgument(kOrientation.name);
-    return orientation;
+// The target orientation argument as written; empty when it is missing or not a string.
+std::string orientationValue(const ConstraintArguments& arguments) {
+    return Qn::StringAttribute(arguments.get(kOrientation.name)).getValue(std::string(), false);
 }
 
 // The face index argument; throws when it is missing or holds no value.
-int32_t readFaceIndex(const Qn::GroupAttribute& constraintGroup) {
-    const Qn::IntAttribute faceIndexAttr(constraintGroup.getChildByName(kFaceIndex.name));
+int32_t readFaceIndex(const ConstraintArguments& arguments) {
+    const Qn::IntAttribute faceIndexAttr(arguments.get(kFaceIndex.name));
     if (!faceIndexAttr.isValid())
         ResolverChecks(kKind).failEmptyArgument(kFaceIndex.name);
     return faceIndexAttr.getValue();
+}
+
+/// The arguments of one constraint, read once per shared `args` value; each failure is kept and
+/// reported where a sample first needs the value.
+struct OrientArguments {
+    ReadOnce<std::string> orientation;
+    ReadOnce<int32_t> faceIndex;
+    /// The orientation is "face": the target's points add their sample times.
+    bool faceTimes = false;
+    std::array<bool, 3> axes{{true, true, true}};
+};
+
+OrientArguments readOrientArguments(const ConstraintArguments& arguments) {
+    const std::string orientation = orientationValue(arguments);
+    return OrientArguments{ReadOnce<std::string>([&] {
+                               if (orientation.empty())
+                                   ResolverChecks(kKind).failEmptyArgument(kOrientation.name);
+                               return orientation;
+                           }),
+                           ReadOnce<int32_t>([&] { return readFaceIndex(arguments); }),
+                           orientation == "face",
+                           {{getAxisFlag(arguments, kXAxis.name), getAxisFlag(arguments, kYAxis.name),
+                             getAxisFlag(arguments, kZAxis.name)}}};
 }
 
 // The XYZ Euler angles (radians) of the frame of face `faceIndex` of `targetPath`, in its local space.
@@ -71,23 +90,14 @@ Imath::V3d faceAngles(const ResolverChecks& checks, int32_t faceIndex, Qn::Vexil
 
 class OrientConstraintResolver : public PerSampleConstraintResolver {
 public:
-    /// Every argument is read here once; each failure is reported where a sample first needs the value.
-    explicit OrientConstraintResolver(const Qn::GroupAttribute& constraintGroup)
+    OrientConstraintResolver(const Qn::GroupAttribute& constraintGroup, const ResolverSetup& setup)
         : PerSampleConstraintResolver(kKind, constraintGroup),
-          m_orientation([&] { return readOrientation(m_constraintGroup); }),
-          m_faceIndex([&] { return readFaceIndex(m_constraintGroup); }) {
-        const ConstraintArguments arguments(m_constraintGroup);
-        m_axes = {getAxisFlag(arguments, kXAxis.name), getAxisFlag(arguments, kYAxis.name),
-                  getAxisFlag(arguments, kZAxis.name)};
-    }
+          m_args(readKindArguments(setup, m_constraintGroup, &readOrientArguments)) {}
 
 private:
     void addInputSampleTimes(const ConstraintScene& scene, SampleTimes& sampleTimes) const override {
         // A face frame moves with the target's points, exactly as a face origin mode does.
-        const std::string orientation =
-            Qn::StringAttribute(m_constraintGroup.getChildByName(kOrientation.name))
-                .getValue(std::string(), false);
-        if (orientation == "face")
+        if (m_args.faceTimes)
             addTargetOriginSampleTimes("faceCenterAverage", scene.cookInterface, scene.targetPaths,
                                        sampleTimes);
     }
@@ -105,7 +115,7 @@ private:
         if (!baseParts)
             checks().fail("Imath detected zero scale in base matrix row");
 
-        const std::string& orientation = m_orientation.get();
+        const std::string& orientation = m_args.orientation.get();
         Imath::V3d targetAngles;
         if (orientation == "object") {
             const std::optional<ScaleShearRotation> targetParts =
@@ -116,20 +126,18 @@ private:
         } else if (orientation == "face") {
             // The face frame is in the target's local space and is deliberately not multiplied by its
             // world transform.
-            targetAngles = faceAngles(checks(), m_faceIndex.get(), inputs.cookInterface,
+            targetAngles = faceAngles(checks(), m_args.faceIndex.get(), inputs.cookInterface,
                                       inputs.targetPaths.front(), sampleTime);
         } else {
             checks().fail("unknown targetOrientation '" + orientation + "'.");
         }
 
         const Imath::V3d angles = mixEulerAngles(baseParts->rotation, normalizeEulerAngles(targetAngles),
-                                                 m_axes[0], m_axes[1], m_axes[2]);
+                                                 m_args.axes[0], m_args.axes[1], m_args.axes[2]);
         return orientConstraintMatrix(base, *baseParts, angles);
     }
 
-    const ReadOnce<std::string> m_orientation;
-    const ReadOnce<int32_t> m_faceIndex;
-    std::array<bool, 3> m_axes{{true, true, true}};
+    const OrientArguments m_args;
 };
 
 } // namespace

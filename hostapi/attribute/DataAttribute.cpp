@@ -179,12 +179,6 @@ std::vector<float> DataAttribute::getSampleTimes() const {
 // ---- NumericAttribute ----
 
 template <typename T, int32_t Code>
-NumericAttribute<T, Code>::NumericAttribute(Attribute&& attr, KnownType type) {
-    if (type.code == Code)
-        m_handle = attr.releaseHandle();
-}
-
-template <typename T, int32_t Code>
 NumericAttribute<T, Code>::NumericAttribute(T value) : NumericAttribute(&value, 1, 1) {}
 
 template <typename T, int32_t Code>

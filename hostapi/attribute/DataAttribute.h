@@ -55,7 +55,10 @@ public:
     NumericAttribute(Attribute&& attr) : DataAttribute(std::move(attr), Code) {}
     /// Takes over `attr` when `type` is this kind, without asking the host; invalid otherwise, `attr`
     /// then left as it was.
-    NumericAttribute(Attribute&& attr, KnownType type);
+    NumericAttribute(Attribute&& attr, KnownType type) {
+        if (type.code == Code)
+            m_handle = attr.releaseHandle();
+    }
     /// One value at time 0.
     explicit NumericAttribute(T value);
     /// One sample at time 0.

@@ -12,75 +12,22 @@ namespace XformModel {
 
 namespace {
 
-/// Copies the first `out.count` values of every sample of a numeric attribute of kind A as doubles;
-/// false when it has no samples or a sample has fewer values.
-template <class A> bool readSamples(Qn::Attribute&& attr, Operation& out) {
-    A typed(std::move(attr));
-    if (!typed.isValid()) {
-        return false;
-    }
-    const int64_t numSamples = typed.getNumberOfTimeSamples();
-    out.times.resize(static_cast<size_t>(std::max<int64_t>(numSamples, 0)));
-    for (size_t i = 0; i < out.times.size(); ++i) {
-        out.times[i] = typed.getSampleTime(static_cast<int64_t>(i));
-    }
-    out.values.reserve(out.times.size() * out.count);
-    for (float t : out.times) {
-        auto view = typed.getNearestSample(t);
-        if (view.size < 0 || static_cast<size_t>(view.size) < out.count) {
-            return false;
-        }
-        out.values.insert(out.values.end(), view.begin(), view.begin() + static_cast<int64_t>(out.count));
-    }
-    return !out.times.empty();
+/// Reads the samples of `attr`, of kind A as the host already said, taking it over: a copy would count
+/// a reference up and down again.
+template <class A> bool readSamples(Qn::Attribute&& attr, int32_t type, Operation& out) {
+    const A typed(std::move(attr), Qn::KnownType{type});
+    return typed.copySamples(out.count, out.times, out.values);
 }
 
-/// The outcome of reading samples through an accessor record.
-enum class AccessorRead { Usable, Unusable, NoRecord };
-
-/// Copies the first `out.count` values of every sample of a float or double attribute (element T, of
-/// kind `type`) from the accessor record that views its own times and values: one call, or two when
-/// the record is handed back, where reading sample by sample takes two calls per sample and three
-/// more. NoRecord when the host gives no record (it could not make one).
-template <class T> AccessorRead readAccessor(const Qn::Attribute& attr, int32_t type, Operation& out) {
-    const AttributeHostSuite* suite = Qn::Attribute::suite();
-    const QnSampleAccessor* record = suite->getSampleAccessor(attr.getHandle(), type, 1);
-    if (record == nullptr) {
-        return AccessorRead::NoRecord;
-    }
-    const size_t numSamples = static_cast<size_t>(std::max<int64_t>(record->numSamples, 0));
-    const size_t perSample = static_cast<size_t>(std::max<int64_t>(record->valuesPerSample, 0));
-    const bool usable = numSamples > 0 && perSample >= out.count;
-    if (usable) {
-        out.times.assign(record->times, record->times + numSamples);
-        out.values.reserve(numSamples * out.count);
-        const bool contiguous = (record->flags & QN_SAMPLE_ACCESSOR_CONTIGUOUS) != 0;
-        for (size_t i = 0; i < numSamples; ++i) {
-            const T* sample = contiguous ? static_cast<const T*>(record->values) + i * perSample
-                                         : static_cast<const T* const*>(record->values)[i];
-            out.values.insert(out.values.end(), sample, sample + out.count);
-        }
-    }
-    if ((record->flags & QN_SAMPLE_ACCESSOR_HAND_BACK) != 0) {
-        suite->releaseSampleAccessor(record);
-    }
-    return usable ? AccessorRead::Usable : AccessorRead::Unusable;
-}
-
-/// Reads `attr`, of kind `type`, taking it over: a copy would count a reference up and down again.
+/// Reads `attr`, of kind `type`: false for another kind, no sample, or a sample with too few values.
 bool readNumeric(Qn::Attribute&& attr, int32_t type, Operation& out) {
-    AccessorRead read = AccessorRead::NoRecord;
     switch (type) {
     case QN_ATTRIBUTE_TYPE_INT:
-        return readSamples<Qn::IntAttribute>(std::move(attr), out);
+        return readSamples<Qn::IntAttribute>(std::move(attr), type, out);
     case QN_ATTRIBUTE_TYPE_FLOAT:
-        read = readAccessor<float>(attr, type, out);
-        return read == AccessorRead::NoRecord ? readSamples<Qn::FloatAttribute>(std::move(attr), out)
-                                              : read == AccessorRead::Usable;
+        return readSamples<Qn::FloatAttribute>(std::move(attr), type, out);
     case QN_ATTRIBUTE_TYPE_DOUBLE:
-        read = readAccessor<double>(attr, type, out);
-        return read == AccessorRead::NoRecord ? readSamples<Qn::DoubleAttribute>(std::move(attr), out)
-                                              : read == AccessorRead::Usable;
+        return readSamples<Qn::DoubleAttribute>(std::move(attr), type, out);
     default:
         return false;
     }

@@ -89,12 +89,6 @@ int32_t Attribute::getType() const {
     return m_handle ? suite()->getType(m_handle) : QN_ATTRIBUTE_TYPE_NULL;
 }
 
-QnAttributeHandle Attribute::releaseHandle() {
-    QnAttributeHandle h = m_handle;
-    m_handle = nullptr;
-    return h;
-}
-
 bool Attribute::isContentEqual(const Attribute& other) const {
     if (!m_handle || !other.m_handle)
         return m_handle == other.m_handle;

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Qn {
@@ -33,7 +34,7 @@ public:
     int32_t getType() const;
     QnAttributeHandle getHandle() const { return m_handle; }
     /// Gives up ownership of the handle to the caller, leaving this object invalid.
-    QnAttributeHandle releaseHandle();
+    QnAttributeHandle releaseHandle() { return std::exchange(m_handle, nullptr); }
 
     /// True when both hold the same host handle (or both none).
     bool operator==(const Attribute& other) const { return m_handle == other.m_handle; }

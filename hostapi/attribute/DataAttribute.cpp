@@ -2,6 +2,8 @@
 
 #include "hostapi/attribute/SampleSearch.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -51,39 +53,81 @@ template <> struct NumericTraits<double> {
     }
 };
 
-/// The values of the accessor's sample nearest to `time` (earliest on a tie), or null.
-template <typename T> const T* nearestInAccessor(const QnSampleAccessor* acc, float time, int64_t& count) {
-    count = 0;
-    if (!acc || acc->numSamples <= 0)
-        return nullptr;
-    const int64_t best = nearestSampleIndex(acc->times, acc->numSamples, time);
-    count = acc->valuesPerSample;
-    if (acc->flags & QN_SAMPLE_ACCESSOR_CONTIGUOUS)
-        return static_cast<const T*>(acc->values) + best * acc->valuesPerSample;
-    return static_cast<const T* const*>(acc->values)[best];
+/// The values of sample `index` of a sample record, in either of its layouts.
+template <typename T> const T* recordSample(const QnSampleAccessor& record, int64_t index) {
+    if (record.flags & QN_SAMPLE_ACCESSOR_CONTIGUOUS)
+        return static_cast<const T*>(record.values) + index * record.valuesPerSample;
+    return static_cast<const T* const*>(record.values)[index];
 }
 
-/// Holds a retained handle and an accessor record; hands both back on every way out.
-class AccessorGuard {
+/// The values of the record's sample nearest to `time` (earliest on a tie), or null.
+template <typename T> const T* nearestInRecord(const QnSampleAccessor* record, float time, int64_t& count) {
+    count = 0;
+    if (!record || record->numSamples <= 0)
+        return nullptr;
+    count = record->valuesPerSample;
+    return recordSample<T>(*record, nearestSampleIndex(record->times, record->numSamples, time));
+}
+
+/// The host's sample record of a handle (null when it gives none), handed back on every way out when
+/// the host asks for that. The handle must outlive it.
+class SampleRecord {
 public:
-    AccessorGuard(const AttributeHostSuite* s, QnAttributeHandle h, int32_t code) : m_suite(s), m_handle(h) {
-        m_suite->retain(m_handle);
-        m_accessor = m_suite->getSampleAccessor(m_handle, code, 1);
+    SampleRecord(const AttributeHostSuite* s, QnAttributeHandle h, int32_t code)
+        : m_suite(s), m_record(s->getSampleAccessor(h, code, 1)) {}
+    ~SampleRecord() {
+        if (m_record && (m_record->flags & QN_SAMPLE_ACCESSOR_HAND_BACK))
+            m_suite->releaseSampleAccessor(m_record);
     }
-    ~AccessorGuard() {
-        if (m_accessor && (m_accessor->flags & QN_SAMPLE_ACCESSOR_HAND_BACK))
-            m_suite->releaseSampleAccessor(m_accessor);
-        m_suite->release(m_handle);
-    }
-    AccessorGuard(const AccessorGuard&) = delete;
-    AccessorGuard& operator=(const AccessorGuard&) = delete;
-    const QnSampleAccessor* get() const { return m_accessor; }
+    SampleRecord(const SampleRecord&) = delete;
+    SampleRecord& operator=(const SampleRecord&) = delete;
+    const QnSampleAccessor* get() const { return m_record; }
 
 private:
     const AttributeHostSuite* m_suite;
-    QnAttributeHandle m_handle;
-    const QnSampleAccessor* m_accessor = nullptr;
+    const QnSampleAccessor* m_record;
 };
+
+using CopiedTimes = boost::container::small_vector_base<float>;
+using CopiedValues = boost::container::small_vector_base<double>;
+
+/// Copies the times and the first `count` values of every sample of a record of values T; false when
+/// it has no sample or its samples hold fewer values.
+template <typename T>
+bool copyRecord(const QnSampleAccessor& record, size_t count, CopiedTimes& times, CopiedValues& values) {
+    const size_t numSamples = static_cast<size_t>(std::max<int64_t>(record.numSamples, 0));
+    const size_t perSample = static_cast<size_t>(std::max<int64_t>(record.valuesPerSample, 0));
+    const bool usable = numSamples > 0 && perSample >= count;
+    if (!usable)
+        return false;
+    // Sized once and written in place: an append per value or per sample costs a capacity check each.
+    times.resize(numSamples, boost::container::default_init);
+    values.resize(numSamples * count, boost::container::default_init);
+    double* out = values.data();
+    for (size_t i = 0; i < numSamples; ++i) {
+        times[i] = record.times[i];
+        out = std::copy_n(recordSample<T>(record, static_cast<int64_t>(i)), count, out);
+    }
+    return true;
+}
+
+/// Copies sample by sample: each sample's time, then the values nearest to it, each a call.
+template <class A>
+bool copyNearestSamples(const A& attr, size_t count, CopiedTimes& times, CopiedValues& values) {
+    const int64_t numSamples = attr.getNumberOfTimeSamples();
+    times.resize(static_cast<size_t>(std::max<int64_t>(numSamples, 0)));
+    for (size_t i = 0; i < times.size(); ++i)
+        times[i] = attr.getSampleTime(static_cast<int64_t>(i));
+    values.resize(times.size() * count, boost::container::default_init);
+    double* out = values.data();
+    for (float t : times) {
+        const auto view = attr.getNearestSample(t);
+        if (view.size < 0 || static_cast<size_t>(view.size) < count)
+            return false;
+        out = std::copy_n(view.data, count, out);
+    }
+    return !times.empty();
+}
 
 /// Creates a multi-sample attribute; null when the samples do not all hold the same count.
 template <typename Value, typename Create>
@@ -177,6 +221,19 @@ T NumericAttribute<T, Code>::getValue(T defaultValue, bool throwOnError) const {
     return defaultValue;
 }
 
+template <typename T, int32_t Code>
+bool NumericAttribute<T, Code>::copySamples(size_t count, CopiedTimes& times, CopiedValues& values) const {
+    if (!m_handle)
+        return false;
+    // The host keeps records for floats and doubles only: for an int the call would be wasted.
+    if constexpr (Code != QN_ATTRIBUTE_TYPE_INT) {
+        const SampleRecord record(suite(), m_handle, Code);
+        if (record.get())
+            return copyRecord<T>(*record.get(), count, times, values);
+    }
+    return copyNearestSamples(*this, count, times, values);
+}
+
 // ---- InterpolatedAttribute ----
 
 template <typename T, int32_t Code>
@@ -192,10 +249,12 @@ void InterpolatedAttribute<T, Code>::fillInterpolatedValues(T* out, int64_t coun
     float left = 0.0f, right = 0.0f;
     s->getBoundingSampleTimes(handle, time, &left, &right);
 
-    const AccessorGuard accessor(s, handle, Code);
+    // The attribute is retained while the record is held, and released after it is handed back.
+    const Attribute retained = Attribute::share(handle);
+    const SampleRecord record(s, handle, Code);
     int64_t leftCount = 0, rightCount = 0;
-    const T* leftValues = nearestInAccessor<T>(accessor.get(), left, leftCount);
-    const T* rightValues = nearestInAccessor<T>(accessor.get(), right, rightCount);
+    const T* leftValues = nearestInRecord<T>(record.get(), left, leftCount);
+    const T* rightValues = nearestInRecord<T>(record.get(), right, rightCount);
     // Both samples come from one attribute and hold the same count; the larger is taken on purpose.
     const int64_t available = std::max(leftCount, rightCount);
     if (throwOnError && available < count)

@@ -3,6 +3,9 @@
 
 #include "Attribute.h"
 
+#include <boost/container/container_fwd.hpp>
+
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -17,6 +20,11 @@ template <typename T> struct SampleView {
     const T& operator[](int64_t i) const { return data[i]; }
     const T* begin() const { return data; }
     const T* end() const { return data + size; }
+};
+
+/// A type code the host has already given for an attribute, so that a typed class need not ask again.
+struct KnownType {
+    int32_t code;
 };
 
 /// Operations common to every data attribute (int, float, double, string).
@@ -45,6 +53,12 @@ public:
     /// Invalid (no error) unless `attr` is of this kind.
     NumericAttribute(const Attribute& attr) : DataAttribute(attr, Code) {}
     NumericAttribute(Attribute&& attr) : DataAttribute(std::move(attr), Code) {}
+    /// Takes over `attr` when `type` is this kind, without asking the host; invalid otherwise, `attr`
+    /// then left as it was.
+    NumericAttribute(Attribute&& attr, KnownType type) {
+        if (type.code == Code)
+            m_handle = attr.releaseHandle();
+    }
     /// One value at time 0.
     explicit NumericAttribute(T value);
     /// One sample at time 0.
@@ -60,6 +74,12 @@ public:
     SampleView<T> getNearestSample(float time) const;
     /// The first value of the sample nearest to 0.0; `defaultValue` or a runtime error when absent.
     T getValue(T defaultValue = T(), bool throwOnError = true) const;
+    /// The sample times, ascending, into `times`, and the first `count` values of every sample, one
+    /// sample after another and converted to double (exact for every kind), into `values`, in place of
+    /// what they held; false, with both unspecified, when there is no sample or a sample holds fewer
+    /// values. Floats and doubles are read through the host's sample record when it gives one.
+    bool copySamples(size_t count, boost::container::small_vector_base<float>& times,
+                     boost::container::small_vector_base<double>& values) const;
 };
 
 /// Float and double attributes add interpolation between samples.

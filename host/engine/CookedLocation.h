@@ -76,7 +76,9 @@ struct CookedLocation {
 
 private:
     mutable std::atomic<CookSlot*> m_childSlots{nullptr};
-    /// The number of slots above (both threads that may make them store the same count).
+    /// The number of slots above (both threads that may make them store the same count). Kept, not
+    /// asked of numChildren() again: during the teardown the names may be those of a record already
+    /// torn down.
     mutable std::atomic<size_t> m_childSlotCount{0};
 };
 

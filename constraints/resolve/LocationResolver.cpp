@@ -220,7 +220,7 @@ public:
             return resolveListed(listed->slot, path, xform);
         }
         PendingStack stack;
-        stack.push_back(Pending{kNoSlot, prepare(path, xform)});
+        push(stack, kNoSlot, path, xform);
         if (m_list) {
             walkNeeds(stack);
         }
@@ -317,9 +317,10 @@ private:
     const ResolvedLocation& resolveListed(size_t slot, std::string_view path,
                                           const Qn::GroupAttribute& xform);
     void walkNeeds(PendingStack& stack);
-    PreparedLocation prepare(std::string_view path, const Qn::GroupAttribute& xform);
-    PreparedConstraint prepareConstraint(std::string_view path, size_t child, std::string_view name,
-                                         const Qn::Attribute& value);
+    /// Puts the location of `slot` on the stack, prepared: in place, as its constraints are large.
+    void push(PendingStack& stack, size_t slot, std::string_view path, const Qn::GroupAttribute& xform);
+    void prepareConstraint(std::string_view path, size_t child, std::string_view name,
+                           const Qn::Attribute& value, PreparedConstraint& constraint);
     void findNeeds(std::string_view path, PreparedConstraint& constraint);
     ResolvedLocation resolveLocation(const PreparedLocation& location);
     ConstraintOutcome resolveConstraint(const PreparedLocation& location,
@@ -612,7 +613,7 @@ const ResolvedLocation& ResolveSession::resolveListed(size_t slot, std::string_v
         return *done;
     }
     PendingStack stack;
-    stack.push_back(Pending{slot, prepare(path, xform)});
+    push(stack, slot, path, xform);
     walkNeeds(stack);
     return *m_list->memo->find(slot);
 }
@@ -647,8 +648,7 @@ void ResolveSession::walkNeeds(PendingStack& stack) {
         if (next) {
             const std::string_view path = m_list->pathOfSlot(*next);
             m_inProgress.push(*next);
-            stack.push_back(
-                Pending{*next, prepare(path, m_cookInterface.getAttr("xform", std::string(path)))});
+            push(stack, *next, path, m_cookInterface.getAttr("xform", std::string(path)));
             continue;
         }
         if (top.slot == kNoSlot) {
@@ -661,21 +661,24 @@ void ResolveSession::walkNeeds(PendingStack& stack) {
     }
 }
 
-PreparedLocation ResolveSession::prepare(std::string_view path, const Qn::GroupAttribute& xform) {
-    PreparedLocation location{path, xform, {}};
+void ResolveSession::push(PendingStack& stack, size_t slot, std::string_view path,
+                          const Qn::GroupAttribute& xform) {
+    Pending& pending = stack.emplace_back();
+    pending.slot = slot;
+    PreparedLocation& location = pending.location;
+    location.path = path;
+    location.xform = xform;
     for (int64_t i = 0, n = xform.getNumberOfChildren(); i < n; ++i) {
         const std::string_view name = xform.getChildNameView(i); // valid while `xform` lives
         if (isConstraintChildName(name)) {
-            location.constraints.push_back(
-                prepareConstraint(path, static_cast<size_t>(i), name, xform.getChildByIndex(i)));
+            prepareConstraint(path, static_cast<size_t>(i), name, xform.getChildByIndex(i),
+                              location.constraints.emplace_back());
         }
     }
-    return location;
 }
 
-PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size_t child,
-                                                     std::string_view name, const Qn::Attribute& value) {
-    PreparedConstraint constraint;
+void ResolveSession::prepareConstraint(std::string_view path, size_t child, std::string_view name,
+                                       const Qn::Attribute& value, PreparedConstraint& constraint) {
     constraint.child = child;
     const Qn::GroupAttribute group(value);
     try {
@@ -726,7 +729,7 @@ PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size
         if (constraint.targets.empty()) {
             if (allowMissingTargets) {
                 constraint.noValidTargets = true;
-                return constraint;
+                return;
             }
             throw std::runtime_error("No valid target found to resolve constraint.");
         }
@@ -735,7 +738,6 @@ PreparedConstraint ResolveSession::prepareConstraint(std::string_view path, size
     } catch (const std::exception& e) {
         constraint.failure = e.what();
     }
-    return constraint;
 }
 
 void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constraint) {

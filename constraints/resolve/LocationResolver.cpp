@@ -345,13 +345,6 @@ private:
         return constrained;
     }
 
-    /// Entries before this position may be resolved ahead of `path`: the last occurrence of the path in
-    /// the list, or the whole list for an unlisted location.
-    size_t listLimit(std::string_view path) const {
-        const size_t last = m_list->lastIndexOf(path);
-        return last != ConstraintListData::kNotListed ? last : m_list->paths.size();
-    }
-
     Qn::VexilCookInterface& m_cookInterface;
     /// The cooked location's path, which the queries about it take as it is, without a copy.
     const std::string* m_topPath = nullptr;
@@ -747,7 +740,10 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
     // A constraint needs the resolved transform of every listed constrained location at or above one
     // of its targets, and of the constrained location's own listed constrained ancestors.
     std::vector<std::pair<size_t, size_t>> needs; // (first entry, slot)
-    const size_t limit = listLimit(path);
+    // Entries before the limit may be resolved ahead of `path`: its last entry, or the whole list for an
+    // unlisted location. Its own place is looked up once, for the limit and its listed ancestors.
+    const ConstraintListData::Position* self = m_list->find(path);
+    const size_t limit = self ? self->last : m_list->paths.size();
     auto consider = [&](size_t slot) {
         const std::string_view location = m_list->pathOfSlot(slot);
         if (location == path || !isConstrained(slot, location)) {
@@ -759,8 +755,7 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
         constraint.needsOutOfOrder = constraint.needsOutOfOrder || first >= limit;
     };
     // The listed locations at or above a path: its nearest, then each one's nearest listed ancestor.
-    auto considerListedAtOrAbove = [&](std::string_view location) {
-        const size_t nearest = m_list->nearestListed(location, true);
+    auto considerListedFrom = [&](size_t nearest) {
         for (size_t slot = nearest; slot != ConstraintListData::kNoSlot; slot = m_list->slotAbove[slot]) {
             consider(slot);
         }
@@ -768,9 +763,9 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
     };
     constraint.targetsListed.reserve(constraint.targets.size());
     for (const std::string& target : constraint.targets) {
-        constraint.targetsListed.push_back(considerListedAtOrAbove(target));
+        constraint.targetsListed.push_back(considerListedFrom(m_list->nearestListed(target, true)));
     }
-    constraint.baseListed = considerListedAtOrAbove(path);
+    constraint.baseListed = considerListedFrom(self ? self->slot : m_list->nearestListed(path, false));
     // They resolve in the order of their first entries, as a walk of the list would meet them.
     std::sort(needs.begin(), needs.end());
     needs.erase(std::unique(needs.begin(), needs.end()), needs.end());

@@ -1,6 +1,8 @@
 #include "constraints/resolve/ConstraintResolverRegistry.h"
 
-#include <boost/thread/once.hpp>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 // One line per constraint kind: its type name and the function, defined in the kind's own source unit
 // (constraints/resolvers/<Kind>ConstraintResolver.cpp), that describes it.
@@ -25,30 +27,36 @@ namespace Private {
 VEXIL_CONSTRAINT_KINDS(VEXIL_DECLARE_KIND)
 #undef VEXIL_DECLARE_KIND
 
-namespace {
-
-std::map<std::string, ConstraintKind>* g_kinds = nullptr;
-boost::once_flag g_kindsOnce = BOOST_ONCE_INIT;
-
-void registerConstraintKinds() {
-    static std::map<std::string, ConstraintKind> kinds;
-#define VEXIL_REGISTER_KIND(name, describe) kinds.emplace(name, describe());
-    VEXIL_CONSTRAINT_KINDS(VEXIL_REGISTER_KIND)
-#undef VEXIL_REGISTER_KIND
-    g_kinds = &kinds;
-}
-
-} // namespace
-
 const std::map<std::string, ConstraintKind>& constraintKinds() {
-    boost::call_once(g_kindsOnce, &registerConstraintKinds);
-    return *g_kinds;
+    // Made on first use, by whichever thread comes first, and read-only afterwards; every later call
+    // costs one load.
+    static const std::map<std::string, ConstraintKind> kinds = [] {
+        std::map<std::string, ConstraintKind> all;
+#define VEXIL_REGISTER_KIND(name, describe) all.emplace(name, describe());
+        VEXIL_CONSTRAINT_KINDS(VEXIL_REGISTER_KIND)
+#undef VEXIL_REGISTER_KIND
+        return all;
+    }();
+    return kinds;
 }
 
 const ConstraintKind* findConstraintKind(const std::string& type) {
-    const auto& kinds = constraintKinds();
-    auto it = kinds.find(type);
-    return it == kinds.end() ? nullptr : &it->second;
+    // Every constraint of every cook asks: a dozen names told apart mostly by their length are
+    // scanned, without the map's string comparisons.
+    using Entry = std::pair<std::string_view, const ConstraintKind*>;
+    static const std::vector<Entry> byName = [] {
+        std::vector<Entry> entries;
+        for (const auto& [name, kind] : constraintKinds()) {
+            entries.emplace_back(name, &kind);
+        }
+        return entries;
+    }();
+    for (const auto& [name, kind] : byName) {
+        if (name == type) {
+            return kind;
+        }
+    }
+    return nullptr;
 }
 
 ConstraintResolverCreator findConstraintResolverCreator(const std::string& type) {

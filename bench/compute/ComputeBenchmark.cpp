@@ -56,7 +56,9 @@ KindInputs prepare(const std::string& kind) {
         Prepared p;
         p.path = VexilBench::constrainedPath(i);
         const Qn::GroupAttribute group = inputs.index->attrs(p.path).getChildByName("xform.constraint");
-        p.targets = Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
+        const std::vector<std::string> targets =
+            Qn::StringAttribute(group.getChildByName("target")).getNearestSampleStrings(0.0f);
+        p.targets.assign(targets.begin(), targets.end());
         p.description = group;
         p.resolver = inputs.create(group, ResolverSetup());
         p.times = cache.getWorldXformSampleTimes(cook, p.path);

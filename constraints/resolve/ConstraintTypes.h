@@ -44,7 +44,8 @@ using XformSamplesList = boost::container::small_vector<XformSamples, 2>;
 using OutputAttributes =
     boost::container::flat_map<std::string, Qn::Attribute, std::less<std::string>,
                                boost::container::small_vector<std::pair<std::string, Qn::Attribute>, 2>>;
-using TargetPaths = std::vector<std::string>;
+/// A constraint's target paths, in order: nearly always one, kept inline.
+using TargetPaths = boost::container::small_vector<std::string, 1>;
 
 /// Thrown by resolvers for bad input; carries only its message.
 class ConstraintResolveError : public std::runtime_error {

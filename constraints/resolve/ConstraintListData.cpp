@@ -3,18 +3,67 @@
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace Vexil3Constraints {
 namespace Private {
 
+namespace {
+
+/// A 0x80 in each byte of `word` that is zero, and nothing elsewhere.
+uint64_t zeroBytes(uint64_t word) {
+    constexpr uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+    return ~(((word & kLow7) + kLow7) | word | kLow7);
+}
+
+/// True for most paths in normal form, quickly: absolute, no trailing slash, and no component that is
+/// empty or begins with a dot. The rest (".hidden" included) are left to the full test.
+bool plainlyNormal(std::string_view path) {
+    if (path.size() < 2 || path[0] != '/' || path.back() == '/') {
+        return false;
+    }
+    // '/' and '.' differ in their lowest bit only: a slash followed by either is found eight bytes at a
+    // time (on little-endian machines, where the byte after a byte is the next higher one of a word).
+    constexpr uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr uint64_t kSlashes = 0x2f * kOnes;
+    size_t i = 0;
+    if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) {
+        uint64_t slashBefore = 0; // the last byte of the previous word was a slash
+        for (; i + 8 <= path.size(); i += 8) {
+            uint64_t word;
+            std::memcpy(&word, path.data() + i, 8);
+            const uint64_t slashes = zeroBytes(word ^ kSlashes);
+            const uint64_t slashesOrDots = zeroBytes((word | kOnes) ^ kSlashes);
+            if ((((slashes << 8) | slashBefore) & slashesOrDots) != 0) {
+                return false;
+            }
+            slashBefore = slashes >> 56;
+        }
+        if (slashBefore != 0 && i < path.size() && (path[i] | 1) == '/') {
+            return false;
+        }
+    }
+    for (i = i == 0 ? 1 : i; i < path.size(); ++i) {
+        if (path[i - 1] == '/' && (path[i] | 1) == '/') {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
 ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
-    auto* data = new ConstraintListData;
-    data->list = list;
     const Qn::SampleView<const char*> entries = list.getNearestSample(0.0f);
-    data->paths.reserve(static_cast<size_t>(entries.size));
+    const auto count = static_cast<size_t>(entries.size);
+    // Room for the entries and, as lists mostly hold siblings, a few of their ancestors.
+    auto* data = new ConstraintListData(count + count / 8 + 8);
+    data->list = list;
+    data->paths.reserve(count);
     for (const char* entry : entries) {
         const std::string_view written(entry);
-        const std::string named = Qn::PathUtils::isNormalisedPath(written)
+        const std::string named = plainlyNormal(written) || Qn::PathUtils::isNormalisedPath(written)
                                       ? std::string()
                                       : Qn::PathUtils::normalisedPath(std::string_view(), written);
         if (named.empty()) {
@@ -24,53 +73,95 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         }
     }
     const std::vector<std::string_view>& paths = data->paths;
-    data->positions.reserve(paths.size());
+    ListedPathIndex& index = data->m_index;
+    data->m_positions.reserve(count);
+    data->slotPaths.reserve(count);
+    data->slotFirst.reserve(count);
+    // The node of each slot's parent path, when the path has one and no trailing slash.
+    std::vector<uint32_t> parents;
+    parents.reserve(count);
+    // Siblings mostly stand together in a list: the last parent's node is taken without hashing it again.
+    std::string_view lastParent;
+    uint32_t lastParentNode = ListedPathIndex::kNone;
     for (size_t i = 0; i < paths.size(); ++i) {
         const std::string_view path = paths[i];
         if (path.size() < kLengthsKnown) {
             data->m_entryLengths.set(path.size());
         }
-        auto [found, added] = data->positions.try_emplace(path, Position{i, i, data->positions.size()});
-        if (!added) {
-            found->second.last = i;
+        const auto [node, added] = index.insert(path, ListedPathIndex::hashOf(path));
+        if (index.node(node).slot != ListedPathIndex::kNone) {
+            data->m_positions[index.node(node).slot].last = i;
             continue; // its ancestors are in already
         }
+        const size_t slot = data->m_positions.size();
+        index.node(node).slot = static_cast<uint32_t>(slot);
+        data->m_positions.push_back(Position{i, i, slot});
         data->slotPaths.push_back(path);
         data->slotFirst.push_back(i);
+        parents.push_back(ListedPathIndex::kNone);
         // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
-        // entry, taken from the entry without its trailing slashes.
+        // entry, taken from the entry without its trailing slashes; each is linked to the next one up.
         std::string_view entry = path;
         const size_t last = entry.find_last_not_of('/');
         entry = last == std::string_view::npos ? std::string_view() : entry.substr(0, last + 1);
-        // From the deepest up: an ancestor already in came with all of its own ancestors.
+        // From the deepest up: an ancestor already in came with all of its own ancestors and links.
         bool fresh = true;
+        uint32_t below = ListedPathIndex::kNone;
         for (size_t slash = entry.size() > 1 ? entry.rfind('/', entry.size() - 1) : std::string_view::npos;
-             fresh && slash != std::string_view::npos && slash > 0; slash = entry.rfind('/', slash - 1)) {
-            fresh = data->ancestorsOfListed.insert(entry.substr(0, slash)).second;
+             slash != std::string_view::npos && slash > 0; slash = entry.rfind('/', slash - 1)) {
+            const std::string_view prefix = entry.substr(0, slash);
+            uint32_t ancestor;
+            if (below == ListedPathIndex::kNone && lastParentNode != ListedPathIndex::kNone &&
+                prefix == lastParent) {
+                ancestor = lastParentNode;
+            } else {
+                ancestor = index.insert(prefix, ListedPathIndex::hashOf(prefix)).first;
+            }
+            if (below == ListedPathIndex::kNone) {
+                parents.back() = ancestor;
+                lastParent = prefix;
+                lastParentNode = ancestor;
+            } else {
+                index.node(below).up = ancestor;
+            }
+            if (index.node(ancestor).ancestor) {
+                fresh = false;
+                break;
+            }
+            index.node(ancestor).ancestor = true;
+            below = ancestor;
         }
         if (fresh && entry.size() > 1 && entry[0] == '/') {
-            data->ancestorsOfListed.insert(entry.substr(0, 1));
+            const std::string_view root = entry.substr(0, 1);
+            index.node(index.insert(root, ListedPathIndex::hashOf(root)).first).ancestor = true;
+        }
+        if (!path.empty() && path.back() == '/') {
+            parents.back() = ListedPathIndex::kNone; // its parent is not its first ancestor
         }
     }
-    // The nearest listed location strictly above a path is the nearest at or above its parent, and
-    // siblings mostly stand together in a list: each parent is looked up once per run of them.
-    data->slotAbove.reserve(data->slotPaths.size());
-    std::string_view lastParent;
-    size_t lastAbove = kNoSlot;
-    for (std::string_view path : data->slotPaths) {
-        const size_t slash = path.rfind('/');
-        if (slash == std::string_view::npos || slash == 0) {
-            data->slotAbove.push_back(kNoSlot);
+    // The nearest listed location strictly above a path is the nearest at or above its parent: found by
+    // following the ancestors' links, without hashing any path again. A path written with a trailing
+    // slash (which the normal form never has) is looked up as before.
+    const size_t slots = data->slotPaths.size();
+    data->slotAbove.reserve(slots);
+    for (size_t slot = 0; slot < slots; ++slot) {
+        if (parents[slot] == ListedPathIndex::kNone) {
+            const std::string_view path = data->slotPaths[slot];
+            const size_t slash = path.rfind('/');
+            const bool hasParent = slash != std::string_view::npos && slash > 0;
+            data->slotAbove.push_back(hasParent ? data->nearestListed(path.substr(0, slash), true) : kNoSlot);
             continue;
         }
-        const std::string_view parent = path.substr(0, slash);
-        if (lastParent.data() == nullptr || parent != lastParent) {
-            lastParent = parent;
-            lastAbove = data->nearestListed(parent, true);
+        size_t above = kNoSlot;
+        for (uint32_t n = parents[slot]; n != ListedPathIndex::kNone; n = index.node(n).up) {
+            if (index.node(n).slot != ListedPathIndex::kNone) {
+                above = index.node(n).slot;
+                break;
+            }
         }
-        data->slotAbove.push_back(lastAbove);
+        data->slotAbove.push_back(above);
     }
-    data->memo = std::make_unique<ResolvedMemo>(data->positions.size());
+    data->memo = std::make_unique<ResolvedMemo>(slots);
     return data;
 }
 
@@ -110,7 +201,8 @@ bool ConstraintListData::isStrictAncestorOfListed(const std::string& locationPat
         return false;
     }
     if (locationPath.size() == 1 || locationPath.back() != '/') {
-        return ancestorsOfListed.count(locationPath) != 0;
+        const uint32_t node = m_index.lookup(locationPath);
+        return node != ListedPathIndex::kNone && m_index.node(node).ancestor;
     }
     // A location written with a trailing slash: search the sorted entries.
     const std::vector<int32_t>& order = sortedOrder();

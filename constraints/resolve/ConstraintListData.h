@@ -2,6 +2,7 @@
 #pragma once
 
 #include "constraints/resolve/ArgumentsMemo.h"
+#include "constraints/resolve/ListedPathIndex.h"
 #include "constraints/resolve/ResolvedMemo.h"
 #include "hostapi/attribute/DataAttribute.h"
 
@@ -13,8 +14,6 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -23,9 +22,8 @@ namespace Private {
 
 /// Private data of one ConstraintResolve child traversal: built once before the children are cooked,
 /// read-only afterwards (shared by every location below) but for `memo`, which collects the resolved
-/// listed locations of the traversal. Not copyable: the maps view into `paths`.
+/// listed locations of the traversal. Not copyable: the index views into `paths`.
 struct ConstraintListData {
-    ConstraintListData() = default;
     ConstraintListData(const ConstraintListData&) = delete;
     ConstraintListData& operator=(const ConstraintListData&) = delete;
 
@@ -41,12 +39,6 @@ struct ConstraintListData {
         size_t last;  ///< its last entry in `paths`
         size_t slot;  ///< its slot in `memo` (one per distinct path)
     };
-    /// The position of every listed path, viewing into `paths`: membership and order without a search,
-    /// for the checks every constraint makes on its targets' ancestors.
-    std::unordered_map<std::string_view, Position> positions;
-    /// Every strict ancestor of a listed path (trailing slashes of entries ignored), viewing into
-    /// `paths`: the ancestor test of every location in one lookup.
-    std::unordered_set<std::string_view> ancestorsOfListed;
 
     /// The listed path of each memo slot, and its first entry in `paths`.
     std::vector<std::string_view> slotPaths;
@@ -91,8 +83,11 @@ struct ConstraintListData {
         if (path.size() < kLengthsKnown && !m_entryLengths[path.size()]) {
             return nullptr;
         }
-        const auto found = positions.find(path);
-        return found == positions.end() ? nullptr : &found->second;
+        const uint32_t node = m_index.lookup(path);
+        if (node == ListedPathIndex::kNone || m_index.node(node).slot == ListedPathIndex::kNone) {
+            return nullptr;
+        }
+        return &m_positions[m_index.node(node).slot];
     }
 
     static constexpr size_t kNotListed = static_cast<size_t>(-1);
@@ -101,6 +96,14 @@ private:
     /// Indices into `paths`, ascending by byte-wise path order: made on the first ancestor test of a
     /// location written with a trailing slash, which no ordinary cook asks for.
     const std::vector<int32_t>& sortedOrder() const;
+
+    explicit ConstraintListData(size_t entries) : m_index(entries) {}
+
+    /// Every listed path and every strict ancestor of one (trailing slashes of entries ignored), each
+    /// viewing into `paths`: membership, order and the ancestor test of a location in one lookup.
+    ListedPathIndex m_index;
+    /// The position of each slot's path.
+    std::vector<Position> m_positions;
 
     static constexpr size_t kLengthsKnown = 256;
     /// Which lengths below kLengthsKnown some entry has.

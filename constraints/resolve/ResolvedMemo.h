@@ -13,7 +13,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 namespace Vexil3Constraints {
@@ -87,8 +89,9 @@ public:
             waitWhileClaimed(s);
         }
         try {
-            auto result = std::make_unique<const ResolvedLocation>(resolve());
-            s.result.store(result.release(), std::memory_order_release);
+            // Made in the slot's own storage: no allocation, and nothing to free for slots never resolved.
+            const ResolvedLocation* result = new (&m_results[slot]) ResolvedLocation(resolve());
+            s.result.store(result, std::memory_order_release);
         } catch (...) {
             release(s);
             throw;
@@ -107,8 +110,13 @@ private:
 
     void waitWhileClaimed(Slot& slot);
     void release(Slot& slot);
+    /// Destroys the results and worlds of slots [begin, end).
+    void freeSlots(size_t begin, size_t end);
 
     std::unique_ptr<Slot[]> m_slots;
+    /// The storage of each slot's result, left uninitialised until the slot is resolved.
+    using ResultStorage = std::aligned_storage_t<sizeof(ResolvedLocation), alignof(ResolvedLocation)>;
+    std::unique_ptr<ResultStorage[]> m_results;
     size_t m_count;
     // Waiting is rare (two cooks needing one location at once): one lock for all slots.
     std::mutex m_mutex;

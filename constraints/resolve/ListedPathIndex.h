@@ -1,0 +1,60 @@
+// The hashed index of a constraint list: every listed path and every strict ancestor of one, each found
+// by one probe of a flat table, with no allocation per path.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Vexil3Constraints {
+namespace Private {
+
+/// An open-addressing table of paths (views, not copies) to nodes kept in one array, each node a listed
+/// path, an ancestor of one, or both. Built once, then read-only: lookups from any number of threads.
+class ListedPathIndex {
+public:
+    static constexpr uint32_t kNone = static_cast<uint32_t>(-1);
+
+    /// A path of the index.
+    struct Node {
+        std::string_view path;
+        uint32_t slot = kNone; ///< its memo slot when it is listed
+        /// The node of the path without its last component (cut at its last slash, which must not be
+        /// its first character), set on ancestors of listed paths: kNone when there is no such path.
+        uint32_t up = kNone;
+        bool ancestor = false; ///< whether some listed path lies strictly below it
+    };
+
+    /// Room for about `paths` paths before the table grows.
+    explicit ListedPathIndex(size_t paths);
+
+    /// The hash every lookup of `path` starts from.
+    static uint64_t hashOf(std::string_view path);
+
+    /// The node of `path` (whose hash is `hash`), or kNone.
+    uint32_t lookup(std::string_view path, uint64_t hash) const;
+    uint32_t lookup(std::string_view path) const { return lookup(path, hashOf(path)); }
+    /// The node of `path`, added when missing (then true); `path` must outlive the index.
+    std::pair<uint32_t, bool> insert(std::string_view path, uint64_t hash);
+
+    Node& node(uint32_t index) { return m_nodes[index]; }
+    const Node& node(uint32_t index) const { return m_nodes[index]; }
+
+private:
+    /// A table entry: the node's index and the low half of its path's hash (the table's position bits
+    /// included, so that the table grows without hashing any path again).
+    struct Bucket {
+        uint32_t tag;
+        uint32_t node;
+    };
+    void grow();
+
+    std::vector<Bucket> m_buckets;
+    size_t m_mask;
+    std::vector<Node> m_nodes;
+};
+
+} // namespace Private
+} // namespace Vexil3Constraints

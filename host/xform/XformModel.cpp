@@ -55,9 +55,9 @@ bool kindOfName(std::string_view name, Operation::Kind& kind, size_t& count) {
     return true;
 }
 
-void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
+void flattenGroup(const Qn::GroupAttribute& group, Operations& out) {
+    // No reserve: the count includes constraint children, and the usual one or two operations fit inline.
     const int64_t n = group.getNumberOfChildren();
-    out.reserve(out.size() + static_cast<size_t>(n));
     for (int64_t i = 0; i < n; ++i) {
         const std::string_view name = group.getChildNameView(i);
         // Constraint descriptions not yet resolved do not move anything, and no operation has such a
@@ -68,7 +68,7 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
         Qn::Attribute child = group.getChildByIndex(i);
         const int32_t type = child.getType();
         if (type == QN_ATTRIBUTE_TYPE_GROUP) {
-            flattenInto(Qn::GroupAttribute(std::move(child)), out);
+            flattenGroup(Qn::GroupAttribute(std::move(child)), out);
             continue;
         }
         Operation::Kind kind = Operation::Kind::Origin;
@@ -114,10 +114,13 @@ Imath::M44d rotation(double degrees, double x, double y, double z) {
 
 Operations flatten(const Qn::Attribute& xform) {
     Operations out;
-    if (xform.getType() == QN_ATTRIBUTE_TYPE_GROUP) {
-        flattenInto(Qn::GroupAttribute(xform), out);
-    }
+    flattenGroup(Qn::GroupAttribute(xform), out);
     return out;
+}
+
+void flattenInto(Qn::Attribute&& xform, Operations& out) {
+    // Invalid, and so without children, unless a group.
+    flattenGroup(Qn::GroupAttribute(std::move(xform)), out);
 }
 
 namespace {

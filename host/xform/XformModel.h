@@ -102,12 +102,15 @@ template <class Times> void addSampleTimes(const Operations& operations, Times& 
             // (of 0 and -0 too). Mostly every time is, and nothing is left to sort.
             const auto end = times.begin() + static_cast<std::ptrdiff_t>(known);
             const auto at = std::lower_bound(times.begin(), end, t);
-            if (at == end || !(*at == t)) {
+            if ((at == end || !(*at == t)) && std::find(end, times.end(), t) == times.end()) {
                 times.push_back(t);
             }
         }
     }
-    if (times.size() != known) {
+    // Times in strictly ascending order (so none is NaN) are what the sort would leave.
+    const bool ascending = std::adjacent_find(times.begin(), times.end(),
+                                              [](float a, float b) { return !(a < b); }) == times.end();
+    if (times.size() != known && !ascending) {
         sortSampleTimes(times);
     }
 }

@@ -5,6 +5,7 @@
 #include "host/attribute/CaughtException.h"
 #include "host/attribute/GroupBuilderState.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -22,11 +23,11 @@ std::string_view nameAt(const char* const* names, const int32_t* lengths, int64_
     return length < 0 ? std::string_view(names[i]) : std::string_view(names[i], static_cast<size_t>(length));
 }
 
-/// True when a builder would simply append every child in order: no base, and the names are distinct,
-/// not empty and, outside literal mode, free of dots, with a value each.
-bool appendsInOrder(bool literal, QnAttributeHandle base, int64_t count, const char* const* names,
-                    const int32_t* lengths, const QnAttributeHandle* values) {
-    if (base || count > kDirectBuildLimit)
+/// True when a builder would set every name as it is, each once: at most kDirectBuildLimit names,
+/// distinct, not empty and, outside literal mode, free of dots, with a value each.
+bool setsEachNameOnce(bool literal, int64_t count, const char* const* names, const int32_t* lengths,
+                      const QnAttributeHandle* values) {
+    if (count > kDirectBuildLimit)
         return false;
     for (int64_t i = 0; i < count; ++i) {
         const std::string_view name = nameAt(names, lengths, i);
@@ -39,6 +40,56 @@ bool appendsInOrder(bool literal, QnAttributeHandle base, int64_t count, const c
     return true;
 }
 
+/// True when `group` has at most kDirectBuildLimit children, of distinct names: a builder updated
+/// with it then holds its children as they are, in order.
+bool keptAsItIs(const GroupValue& group) {
+    const int64_t n = group.numChildren();
+    if (n > kDirectBuildLimit)
+        return false;
+    for (int64_t i = 0; i < n; ++i)
+        for (int64_t j = 0; j < i; ++j)
+            if (group.child(j)->name == group.child(i)->name)
+                return false;
+    return true;
+}
+
+/// The group a builder makes from `base` kept as it is and names each set once: the base's children
+/// in order, each replaced in place by the value of its name if one is set, then the other names in
+/// order. Made straight from both, without the builder.
+const GroupValue* mergedGroup(const GroupValue& base, int64_t count, const char* const* names,
+                              const int32_t* lengths, const QnAttributeHandle* values) {
+    const int64_t kept = base.numChildren();
+    int64_t replacedBy[kDirectBuildLimit];
+    int64_t appended[kDirectBuildLimit];
+    int64_t numAppended = 0;
+    std::fill_n(replacedBy, kept, int64_t{-1});
+    for (int64_t i = 0; i < count; ++i) {
+        const std::string_view name = nameAt(names, lengths, i);
+        int64_t j = 0;
+        while (j < kept && base.child(j)->name != name)
+            ++j;
+        if (j < kept)
+            replacedBy[j] = i;
+        else
+            appended[numAppended++] = i;
+    }
+    return GroupValue::create(
+        static_cast<size_t>(kept + numAppended),
+        [&](size_t k) {
+            const int64_t at = static_cast<int64_t>(k);
+            return at < kept ? base.child(at)->name : nameAt(names, lengths, appended[at - kept]);
+        },
+        [&](size_t k) {
+            const int64_t at = static_cast<int64_t>(k);
+            const AttributeValue* v = at >= kept ? AttributeValue::fromHandle(values[appended[at - kept]])
+                                      : replacedBy[at] >= 0
+                                          ? AttributeValue::fromHandle(values[replacedBy[at]])
+                                          : base.child(at)->value;
+            v->retain();
+            return v;
+        });
+}
+
 QnAttributeHandle buildGroup(uint8_t mode, QnAttributeHandle base, int64_t count, const char* const* names,
                              const int32_t* lengths, const QnAttributeHandle* values, uint32_t flags) {
     if (count < 0 || (count > 0 && (!names || !values)))
@@ -46,7 +97,15 @@ QnAttributeHandle buildGroup(uint8_t mode, QnAttributeHandle base, int64_t count
     const bool literal = mode == QN_GROUP_BUILDER_MODE_LITERAL;
     const GroupValue* group = nullptr;
     try {
-        if (appendsInOrder(literal, base, count, names, lengths, values)) {
+        const AttributeValue* baseValue = AttributeValue::fromHandle(base);
+        const GroupValue* baseGroup = baseValue && baseValue->kind() == QN_ATTRIBUTE_TYPE_GROUP
+                                          ? static_cast<const GroupValue*>(baseValue)
+                                          : nullptr;
+        const bool eachOnce = setsEachNameOnce(literal, count, names, lengths, values);
+        if (eachOnce && baseGroup && keptAsItIs(*baseGroup)) {
+            // The engine's output of a cooked location: its input's attributes with a few set.
+            group = mergedGroup(*baseGroup, count, names, lengths, values);
+        } else if (eachOnce && !base) {
             // What a builder would collect, without the builder: the group straight from the arrays.
             group = GroupValue::create(
                 static_cast<size_t>(count),
@@ -58,9 +117,8 @@ QnAttributeHandle buildGroup(uint8_t mode, QnAttributeHandle base, int64_t count
                 });
         } else {
             GroupBuilderState builder(literal);
-            const AttributeValue* baseValue = AttributeValue::fromHandle(base);
-            if (baseValue && baseValue->kind() == QN_ATTRIBUTE_TYPE_GROUP)
-                builder.update(*static_cast<const GroupValue*>(baseValue));
+            if (baseGroup)
+                builder.update(*baseGroup);
             for (int64_t i = 0; i < count; ++i)
                 if (names[i] && values[i])
                     builder.set(nameAt(names, lengths, i), AttributeValue::fromHandle(values[i]));

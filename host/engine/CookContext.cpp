@@ -444,7 +444,7 @@ std::string CookContext::normalisedPath(const char* path, int32_t length) const 
 const XformModel::Operations& CookContext::ownXform() {
     m_ownXformGate.run([&] {
         if (m_input.exists()) {
-            m_ownXform = XformModel::flatten(AttributeEdit::childNamed(m_input.attrs(), "xform"));
+            XformModel::flattenInto(AttributeEdit::childNamed(m_input.attrs(), "xform"), m_ownXform);
         }
     });
     return m_ownXform;

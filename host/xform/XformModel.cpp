@@ -55,9 +55,9 @@ bool kindOfName(std::string_view name, Operation::Kind& kind, size_t& count) {
     return true;
 }
 
-void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
+void flattenGroup(const Qn::GroupAttribute& group, Operations& out) {
+    // No reserve: the count includes constraint children, and the usual one or two operations fit inline.
     const int64_t n = group.getNumberOfChildren();
-    out.reserve(out.size() + static_cast<size_t>(n));
     for (int64_t i = 0; i < n; ++i) {
         const std::string_view name = group.getChildNameView(i);
         // Constraint descriptions not yet resolved do not move anything, and no operation has such a
@@ -68,7 +68,7 @@ void flattenInto(const Qn::GroupAttribute& group, Operations& out) {
         Qn::Attribute child = group.getChildByIndex(i);
         const int32_t type = child.getType();
         if (type == QN_ATTRIBUTE_TYPE_GROUP) {
-            flattenInto(Qn::GroupAttribute(std::move(child)), out);
+            flattenGroup(Qn::GroupAttribute(std::move(child)), out);
             continue;
         }
         Operation::Kind kind = Operation::Kind::Origin;
@@ -114,58 +114,72 @@ Imath::M44d rotation(double degrees, double x, double y, double z) {
 
 Operations flatten(const Qn::Attribute& xform) {
     Operations out;
-    if (xform.getType() == QN_ATTRIBUTE_TYPE_GROUP) {
-        flattenInto(Qn::GroupAttribute(xform), out);
-    }
+    flattenGroup(Qn::GroupAttribute(xform), out);
     return out;
+}
+
+void flattenInto(Qn::Attribute&& xform, Operations& out) {
+    // Invalid, and so without children, unless a group.
+    flattenGroup(Qn::GroupAttribute(std::move(xform)), out);
 }
 
 namespace {
 
-/// The values of an operation at `time` into `out` (`operation.count` of them): linear interpolation
-/// between the bracketing samples, the end sample outside the sampled range.
-void valuesInto(const Operation& operation, float time, double* out) {
+/// The values of an operation at `time` (`operation.count` of them): the sample itself at or outside
+/// the sampled range or at a sample time, otherwise the linear interpolation between the bracketing
+/// samples, written into `scratch`.
+const double* valuesAt(const Operation& operation, float time, double* scratch) {
     const auto& times = operation.times;
-    const size_t count = operation.count;
-    const double* only = nullptr;
     // A NaN time has no bracket: like attribute interpolation, it takes the first sample.
     if (!(time > times.front())) {
-        only = operation.sample(0);
-    } else if (time >= times.back()) {
-        only = operation.sample(times.size() - 1);
+        return operation.sample(0);
     }
-    size_t right = 0;
-    if (only == nullptr) {
-        right = static_cast<size_t>(std::upper_bound(times.begin(), times.end(), time) - times.begin());
-        if (times[right - 1] == time) {
-            only = operation.sample(right - 1);
-        }
+    if (time >= times.back()) {
+        return operation.sample(times.size() - 1);
     }
-    if (only != nullptr) {
-        std::copy(only, only + count, out);
-        return;
+    const size_t right =
+        static_cast<size_t>(std::upper_bound(times.begin(), times.end(), time) - times.begin());
+    if (times[right - 1] == time) {
+        return operation.sample(right - 1);
     }
     const size_t left = right - 1;
     const double w =
         (static_cast<double>(time) - times[left]) / (static_cast<double>(times[right]) - times[left]);
     const double* a = operation.sample(left);
     const double* b = operation.sample(right);
-    for (size_t i = 0; i < count; ++i) {
-        out[i] = a[i] + (b[i] - a[i]) * w;
+    for (size_t i = 0; i < operation.count; ++i) {
+        scratch[i] = a[i] + (b[i] - a[i]) * w;
     }
+    return scratch;
 }
 
-} // namespace
-
-Imath::M44d operationMatrix(const Operation& operation, float time) {
-    if (operation.kind == Operation::Kind::Origin || operation.times.empty()) {
-        return Imath::M44d();
+/// For a translate or a scale applied to the identity, whose product with it is known entry by entry:
+/// sets `out` to that product and returns true. The product keeps each value (and the other entries
+/// of the identity) except that a -0 comes out as +0, a +0 term being added to it, which is what
+/// adding 0.0 does; a value that is not finite spreads NaNs through the product, which is left to it.
+bool appliedToIdentity(Operation::Kind kind, const double* v, Imath::M44d& out) {
+    if (kind != Operation::Kind::Translate && kind != Operation::Kind::Scale) {
+        return false;
     }
-    // Operations hold at most 16 values (a matrix); flatten cuts every sample to its kind's count.
-    double v[16] = {};
-    valuesInto(operation, time, v);
+    if (!std::isfinite(v[0]) || !std::isfinite(v[1]) || !std::isfinite(v[2])) {
+        return false;
+    }
+    out.makeIdentity();
+    for (int i = 0; i < 3; ++i) {
+        const double value = v[i] + 0.0;
+        if (kind == Operation::Kind::Translate) {
+            out[3][i] = value;
+        } else {
+            out[i][i] = value;
+        }
+    }
+    return true;
+}
+
+/// The matrix of an operation other than origin whose values are `v`.
+Imath::M44d matrixOf(Operation::Kind kind, const double* v) {
     Imath::M44d m;
-    switch (operation.kind) {
+    switch (kind) {
     case Operation::Kind::Translate:
         m.setTranslation(Imath::V3d(v[0], v[1], v[2]));
         break;
@@ -188,16 +202,40 @@ Imath::M44d operationMatrix(const Operation& operation, float time) {
     return m;
 }
 
+} // namespace
+
+Imath::M44d operationMatrix(const Operation& operation, float time) {
+    if (operation.kind == Operation::Kind::Origin || operation.times.empty()) {
+        return Imath::M44d();
+    }
+    // Operations hold at most 16 values (a matrix); flatten cuts every sample to its kind's count.
+    double scratch[16];
+    return matrixOf(operation.kind, valuesAt(operation, time, scratch));
+}
+
 Local localAt(const Operations& operations, float time) {
     Local local;
+    // Whether local.matrix is still the identity it starts as (or an origin made it).
+    bool identity = true;
     for (const Operation& op : operations) {
         if (op.kind == Operation::Kind::Origin) {
             local.matrix.makeIdentity();
             local.resetsParent = true;
+            identity = true;
             continue;
         }
-        // L = On * ... * O1: each later operation multiplies from the left.
-        local.matrix = operationMatrix(op, time) * local.matrix;
+        if (op.times.empty()) {
+            local.matrix = Imath::M44d() * local.matrix;
+            continue;
+        }
+        double scratch[16];
+        const double* v = valuesAt(op, time, scratch);
+        // L = On * ... * O1: each later operation multiplies from the left. The first is mostly a
+        // translate, whose product with the identity needs no arithmetic.
+        if (!identity || !appliedToIdentity(op.kind, v, local.matrix)) {
+            local.matrix = matrixOf(op.kind, v) * local.matrix;
+        }
+        identity = false;
     }
     return local;
 }

@@ -40,8 +40,9 @@ struct Operation {
     const double* sample(size_t index) const { return values.data() + index * count; }
 };
 
-/// The operations of one location's `xform`, in the order they are read (O1 first).
-using Operations = std::vector<Operation>;
+/// The operations of one location's `xform`, in the order they are read (O1 first): the usual one or
+/// two kept inline, since the cooked location's own are read again for every cook.
+using Operations = boost::container::small_vector<Operation, 2>;
 
 /// Reads an `xform` attribute into operations: data children `translate` (3 values), `rotate` (angle in
 /// degrees, then the axis), `scale` (3), `matrix` (16, row-major) and `origin` (any kind), groups read
@@ -49,6 +50,10 @@ using Operations = std::vector<Operation>;
 /// are accepted; a child with too few values, another name or another kind contributes nothing. A
 /// null or non-group attribute yields no operations.
 Operations flatten(const Qn::Attribute& xform);
+
+/// Appends the operations of `xform`, read as flatten reads them, to `out`, taking `xform` over: read
+/// in place, the inline operations are not moved again, and the group's kind is asked once.
+void flattenInto(Qn::Attribute&& xform, Operations& out);
 
 /// The matrix of one operation at `time` (row vectors; rotation right-handed, angle in degrees; a zero
 /// rotation axis gives the identity; origin gives the identity).
@@ -91,8 +96,21 @@ template <class Times> void sortSampleTimes(Times& times) {
 /// Adds the sample times of every operation to `times`, a vector of floats (sorted, unique).
 template <class Times> void addSampleTimes(const Operations& operations, Times& times) {
     const size_t known = times.size();
-    appendSampleTimes(operations, times);
-    if (times.size() != known) {
+    for (const Operation& op : operations) {
+        for (float t : op.times) {
+            // A time already there adds nothing: the sort would keep the one there, which comes first
+            // (of 0 and -0 too). Mostly every time is, and nothing is left to sort.
+            const auto end = times.begin() + static_cast<std::ptrdiff_t>(known);
+            const auto at = std::lower_bound(times.begin(), end, t);
+            if ((at == end || !(*at == t)) && std::find(end, times.end(), t) == times.end()) {
+                times.push_back(t);
+            }
+        }
+    }
+    // Times in strictly ascending order (so none is NaN) are what the sort would leave.
+    const bool ascending = std::adjacent_find(times.begin(), times.end(),
+                                              [](float a, float b) { return !(a < b); }) == times.end();
+    if (times.size() != known && !ascending) {
         sortSampleTimes(times);
     }
 }

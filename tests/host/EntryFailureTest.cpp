@@ -85,7 +85,10 @@ TEST(EntryFailure, EveryEntryReportsWhatItCaughtAndGivesNothingBack) {
     const Qn::IntAttribute value(1);
     const Qn::GroupAttribute args = decoded(Json::object());
     const Qn::StringAttribute names(std::vector<std::string>{"first", "second"});
-    const Qn::GroupAttribute xformGroup = decoded({{"translate", doubles({1, 2, 3})}});
+    // More operations than a flattened `xform` keeps inline, so that reading them allocates.
+    const Qn::GroupAttribute xformGroup = decoded({{"translate", doubles({1, 2, 3})},
+                                                   {"rotate", doubles({90, 0, 0, 1})},
+                                                   {"scale", doubles({2, 2, 2})}});
     const Qn::GroupAttribute longNamed = decoded({{kName, VexilTest::ints({1})}});
     const Qn::DoubleAttribute sampled = decoded(sampledDoubles({{"0", {1}}, {"1", {2}}}));
     const float times[] = {0.0f};

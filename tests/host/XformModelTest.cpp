@@ -9,6 +9,8 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
+#include <limits>
 #include <map>
 
 namespace VexilHost {
@@ -34,6 +36,25 @@ TEST(XformModel, LocalTransformsOfTheTable) {
         const XformModel::Local local = XformModel::localAt(ops, time);
         expectMatrix(local.matrix, c["matrix"].get<Rows>(), why);
         EXPECT_EQ(local.resetsParent, c["resetsParent"].get<bool>()) << why;
+    }
+}
+
+TEST(XformModel, AFirstTranslateOrScaleGivesTheBitsOfItsProductWithTheIdentity) {
+    // Signs of zero, subnormals and infinities, which a tolerance cannot see: the local transform must
+    // hold exactly what the general product with the identity gives (a -0 comes out as +0).
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const char* kind : {"translate", "scale"}) {
+        for (const std::vector<double>& values :
+             {std::vector<double>{-0.0, 2.5, 1e-310}, {0.0, -0.0, -3.0}, {inf, 1.0, -0.0}}) {
+            Qn::GroupBuilder xform;
+            xform.set(kind, Qn::DoubleAttribute(values, 3));
+            const Operations ops = XformModel::flatten(xform.build());
+            ASSERT_EQ(ops.size(), 1u);
+            const Imath::M44d expected = XformModel::operationMatrix(ops[0], 0.0f) * Imath::M44d();
+            const Imath::M44d local = XformModel::localAt(ops, 0.0f).matrix;
+            EXPECT_EQ(std::memcmp(local.getValue(), expected.getValue(), sizeof(double) * 16), 0)
+                << kind << " " << values[0] << " " << values[1] << " " << values[2];
+        }
     }
 }
 

@@ -36,6 +36,10 @@ struct CookStatistics {
 class Engine {
 public:
     Engine(const SceneFile& scene, const OpRegistry& registry, const EngineOptions& options = {});
+    /// The engine keeps the scene and the registry by reference: a temporary one would be gone before
+    /// the first cook.
+    Engine(SceneFile&&, const OpRegistry&, const EngineOptions& = {}) = delete;
+    Engine(const SceneFile&, OpRegistry&&, const EngineOptions& = {}) = delete;
     ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;

@@ -1,5 +1,8 @@
 #include "PluginApis/src/QnVexil/op/QnVexilPathUtils.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace Qn {
 namespace PathUtils {
 
@@ -27,6 +30,47 @@ bool applyComponents(std::string_view path, std::vector<std::string_view>& stack
     return true;
 }
 
+/// A 0x80 in each byte of `word` that is zero, and nothing elsewhere.
+uint64_t zeroBytes(uint64_t word) {
+    constexpr uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+    return ~(((word & kLow7) + kLow7) | word | kLow7);
+}
+
+/// True for most paths in normal form, quickly: absolute, no trailing slash, no NUL, and no component
+/// that is empty or begins with a dot. The rest (".hidden" included) are left to the full test.
+bool plainlyNormal(std::string_view path) {
+    if (path.size() < 2 || path[0] != '/' || path.back() == '/') {
+        return false;
+    }
+    // '/' and '.' differ in their lowest bit only: a slash followed by either is found eight bytes at a
+    // time (on little-endian machines, where the byte after a byte is the next higher one of a word).
+    constexpr uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr uint64_t kSlashes = 0x2f * kOnes;
+    size_t i = 0;
+    if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) {
+        uint64_t slashBefore = 0; // the last byte of the previous word was a slash
+        for (; i + 8 <= path.size(); i += 8) {
+            uint64_t word;
+            std::memcpy(&word, path.data() + i, 8);
+            const uint64_t slashes = zeroBytes(word ^ kSlashes);
+            const uint64_t slashesOrDots = zeroBytes((word | kOnes) ^ kSlashes);
+            if (zeroBytes(word) != 0 || (((slashes << 8) | slashBefore) & slashesOrDots) != 0) {
+                return false;
+            }
+            slashBefore = slashes >> 56;
+        }
+        if (slashBefore != 0 && i < path.size() && (path[i] | 1) == '/') {
+            return false;
+        }
+    }
+    for (i = i == 0 ? 1 : i; i < path.size(); ++i) {
+        if (path[i] == '\0' || (path[i - 1] == '/' && (path[i] | 1) == '/')) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 bool isLocationName(std::string_view name) {
@@ -35,7 +79,7 @@ bool isLocationName(std::string_view name) {
 }
 
 bool isNormalisedPath(std::string_view path) {
-    if (path == "/") {
+    if (path == "/" || plainlyNormal(path)) {
         return true;
     }
     if (path.size() < 2 || path[0] != '/' || path.back() == '/') {

@@ -29,7 +29,6 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
     ListedPathIndex& index = data->m_index;
     data->m_positions.reserve(count);
     data->slotPaths.reserve(count);
-    data->slotFirst.reserve(count);
     // The node of each slot's parent path, when the path has one and no trailing slash.
     std::vector<uint32_t> parents;
     parents.reserve(count);
@@ -41,7 +40,7 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         if (path.size() < kLengthsKnown) {
             data->m_entryLengths.set(path.size());
         }
-        const auto [node, added] = index.insert(path, ListedPathIndex::hashOf(path));
+        const uint32_t node = index.insert(path);
         if (index.node(node).slot != ListedPathIndex::kNone) {
             data->m_positions[index.node(node).slot].last = i;
             continue; // its ancestors are in already
@@ -50,7 +49,6 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         index.node(node).slot = static_cast<uint32_t>(slot);
         data->m_positions.push_back(Position{i, i, slot});
         data->slotPaths.push_back(path);
-        data->slotFirst.push_back(i);
         parents.push_back(ListedPathIndex::kNone);
         // The ancestors are the entry's prefixes that end before a slash, and "/" above any absolute
         // entry, taken from the entry without its trailing slashes; each is linked to the next one up.
@@ -68,7 +66,7 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
                 prefix == lastParent) {
                 ancestor = lastParentNode;
             } else {
-                ancestor = index.insert(prefix, ListedPathIndex::hashOf(prefix)).first;
+                ancestor = index.insert(prefix);
             }
             if (below == ListedPathIndex::kNone) {
                 parents.back() = ancestor;
@@ -86,7 +84,7 @@ ConstraintListData* ConstraintListData::build(const Qn::StringAttribute& list) {
         }
         if (fresh && entry.size() > 1 && entry[0] == '/') {
             const std::string_view root = entry.substr(0, 1);
-            index.node(index.insert(root, ListedPathIndex::hashOf(root)).first).ancestor = true;
+            index.node(index.insert(root)).ancestor = true;
         }
         if (!path.empty() && path.back() == '/') {
             parents.back() = ListedPathIndex::kNone; // its parent is not its first ancestor

@@ -40,15 +40,16 @@ struct ConstraintListData {
         size_t slot;  ///< its slot in `memo` (one per distinct path)
     };
 
-    /// The listed path of each memo slot, and its first entry in `paths`.
+    /// The listed path of each memo slot.
     std::vector<std::string_view> slotPaths;
-    std::vector<size_t> slotFirst;
     /// The slot of the nearest listed strict ancestor of each slot's path, or kNoSlot: the listed
     /// ancestors of a location are found by following these, not by looking up every prefix of a path
     /// (which costs the square of its depth).
     std::vector<size_t> slotAbove;
     static constexpr size_t kNoSlot = static_cast<size_t>(-1);
     std::string_view pathOfSlot(size_t slot) const { return slotPaths[slot]; }
+    /// The first entry in `paths` of the listed path of `slot`.
+    size_t firstEntryOfSlot(size_t slot) const { return m_positions[slot].first; }
     /// The listed locations resolved so far in this traversal, one slot per distinct listed path.
     std::unique_ptr<ResolvedMemo> memo;
     /// What the constraint kinds read from `args` values shared by constraints of this traversal.

@@ -28,7 +28,8 @@ uint64_t ListedPathIndex::hashOf(std::string_view path) {
     return XXH3_64bits(path.data(), path.size());
 }
 
-uint32_t ListedPathIndex::lookup(std::string_view path, uint64_t hash) const {
+uint32_t ListedPathIndex::lookup(std::string_view path) const {
+    const uint64_t hash = hashOf(path);
     const auto tag = static_cast<uint32_t>(hash);
     for (size_t i = hash & m_mask;; i = (i + 1) & m_mask) {
         const Bucket bucket = m_buckets[i];
@@ -41,7 +42,8 @@ uint32_t ListedPathIndex::lookup(std::string_view path, uint64_t hash) const {
     }
 }
 
-std::pair<uint32_t, bool> ListedPathIndex::insert(std::string_view path, uint64_t hash) {
+uint32_t ListedPathIndex::insert(std::string_view path) {
+    const uint64_t hash = hashOf(path);
     const auto tag = static_cast<uint32_t>(hash);
     size_t i = hash & m_mask;
     for (;; i = (i + 1) & m_mask) {
@@ -50,7 +52,7 @@ std::pair<uint32_t, bool> ListedPathIndex::insert(std::string_view path, uint64_
             break;
         }
         if (bucket.tag == tag && m_nodes[bucket.node].path == path) {
-            return {bucket.node, false};
+            return bucket.node;
         }
     }
     const auto added = static_cast<uint32_t>(m_nodes.size());
@@ -59,7 +61,7 @@ std::pair<uint32_t, bool> ListedPathIndex::insert(std::string_view path, uint64_
     if (2 * m_nodes.size() > m_buckets.size()) {
         grow();
     }
-    return {added, true};
+    return added;
 }
 
 void ListedPathIndex::grow() {

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Vexil3Constraints {
@@ -30,14 +29,10 @@ public:
     /// Room for about `paths` paths before the table grows.
     explicit ListedPathIndex(size_t paths);
 
-    /// The hash every lookup of `path` starts from.
-    static uint64_t hashOf(std::string_view path);
-
-    /// The node of `path` (whose hash is `hash`), or kNone.
-    uint32_t lookup(std::string_view path, uint64_t hash) const;
-    uint32_t lookup(std::string_view path) const { return lookup(path, hashOf(path)); }
-    /// The node of `path`, added when missing (then true); `path` must outlive the index.
-    std::pair<uint32_t, bool> insert(std::string_view path, uint64_t hash);
+    /// The node of `path`, or kNone.
+    uint32_t lookup(std::string_view path) const;
+    /// The node of `path`, added when missing; `path` must outlive the index.
+    uint32_t insert(std::string_view path);
 
     Node& node(uint32_t index) { return m_nodes[index]; }
     const Node& node(uint32_t index) const { return m_nodes[index]; }
@@ -49,6 +44,7 @@ private:
         uint32_t tag;
         uint32_t node;
     };
+    static uint64_t hashOf(std::string_view path);
     void grow();
 
     std::vector<Bucket> m_buckets;

@@ -749,7 +749,7 @@ void ResolveSession::findNeeds(std::string_view path, PreparedConstraint& constr
         if (location == path || !isConstrained(slot, location)) {
             return;
         }
-        const size_t first = m_list->slotFirst[slot];
+        const size_t first = m_list->firstEntryOfSlot(slot);
         needs.emplace_back(first, slot);
         // What a location needs must be listed before it.
         constraint.needsOutOfOrder = constraint.needsOutOfOrder || first >= limit;

@@ -7,11 +7,7 @@ ResolvedMemo::ResolvedMemo(size_t slots)
     : m_slots(std::make_unique<Slot[]>(slots)), m_results(new ResultStorage[slots]), m_count(slots) {}
 
 ResolvedMemo::~ResolvedMemo() {
-    freeSlots(0, m_count);
-}
-
-void ResolvedMemo::freeSlots(size_t begin, size_t end) {
-    for (size_t i = begin; i < end; ++i) {
+    for (size_t i = 0; i < m_count; ++i) {
         if (const ResolvedLocation* result = m_slots[i].result.load(std::memory_order_relaxed)) {
             result->~ResolvedLocation();
         }

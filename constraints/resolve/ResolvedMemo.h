@@ -110,8 +110,6 @@ private:
 
     void waitWhileClaimed(Slot& slot);
     void release(Slot& slot);
-    /// Destroys the results and worlds of slots [begin, end).
-    void freeSlots(size_t begin, size_t end);
 
     std::unique_ptr<Slot[]> m_slots;
     /// The storage of each slot's result, left uninitialised until the slot is resolved.

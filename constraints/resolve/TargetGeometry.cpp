@@ -260,6 +260,11 @@ Imath::V3d float3Value(const Qn::Attribute& attribute, const std::string& name) 
     return Imath::V3d(values[0], values[1], values[2]);
 }
 
+std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
+                                 const std::string& argumentName) {
+    return requiredStringValue(constraintGroup.getChildByName(argumentName), resolverType, argumentName);
+}
+
 std::string requiredStringValue(const Qn::Attribute& attribute, const std::string& resolverType,
                                 const std::string& argumentName) {
     const std::string value = Qn::StringAttribute(attribute).getValue(std::string(), false);

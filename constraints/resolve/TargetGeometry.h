@@ -87,6 +87,11 @@ Imath::V3d getFloat3Attr(const Qn::GroupAttribute& group, const std::string& nam
 /// getFloat3Attr of `attribute`, already found at `name`.
 Imath::V3d float3Value(const Qn::Attribute& attribute, const std::string& name);
 
+/// The non-empty string argument `argumentName` of `constraintGroup`: requiredStringValue of what the
+/// group holds at that name.
+std::string getRequiredStringArg(const Qn::GroupAttribute& constraintGroup, const std::string& resolverType,
+                                 const std::string& argumentName);
+
 /// The first value of the string argument `attribute`, found at `argumentName`. Throws
 /// std::runtime_error "<resolverType> constraint resolver: empty <argumentName>." when it is missing,
 /// not a string or empty.

@@ -1,6 +1,7 @@
 // The CameraScreenWindow constraint: places and sizes the base, a unit card, so that it exactly covers
 // the screen window of the target camera at `args.distance` in front of it.
 #include "constraints/resolve/ConstraintResolverRegistry.h"
+#include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/CameraInputs.h"
 #include "constraints/resolvers/CameraMath.h"
 
@@ -39,10 +40,8 @@ private:
         const float distance = distanceAttr.getValue();
         checks().requireUsable(valueProblem(&distance, 1), "args.distance");
 
-        const std::string planeType = Qn::StringAttribute(m_constraintGroup.getChildByName("args.planeType"))
-                                          .getValue(std::string(), false);
-        if (planeType.empty())
-            checks().failEmptyArgument("args.planeType");
+        const std::string planeType =
+            getRequiredStringArg(m_constraintGroup, std::string(checks().kind()), "args.planeType");
 
         const std::string& cameraPath = checks().firstTargetPath(inputs);
         Qn::DoubleAttribute attrs[5];

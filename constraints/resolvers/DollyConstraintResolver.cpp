@@ -1,6 +1,7 @@
 // The Dolly constraint: moves the base camera along its own view direction, without turning it, until
 // the targets' bounding boxes (box corners, or bounding spheres) just fit inside its view frustum.
 #include "constraints/resolve/ConstraintResolverRegistry.h"
+#include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/CameraInputs.h"
 #include "constraints/resolvers/CameraMath.h"
 
@@ -123,10 +124,7 @@ private:
 
     Imath::M44d computeSample(const ConstraintInputs& inputs, float sampleTime) const override {
         const std::string targetBounds =
-            Qn::StringAttribute(m_constraintGroup.getChildByName("args.targetBounds"))
-                .getValue(std::string(), false);
-        if (targetBounds.empty())
-            checks().failEmptyArgument("args.targetBounds");
+            getRequiredStringArg(m_constraintGroup, std::string(kChecks.kind()), "args.targetBounds");
         if (targetBounds == "box")
             return fitBoxes(m_constraintGroup, inputs, sampleTime);
         if (targetBounds == "sphere")

@@ -2,6 +2,7 @@
 // target (its bounding-box corners, or its bounding sphere) lies inside the camera's frustum at every
 // sample time, plus `args.angleOffset` degrees. It writes `geometry.fov` instead of a transform.
 #include "constraints/resolve/ConstraintResolverRegistry.h"
+#include "constraints/resolve/TargetGeometry.h"
 #include "constraints/resolvers/CameraInputs.h"
 #include "constraints/resolvers/CameraMath.h"
 
@@ -17,10 +18,8 @@ const ResolverChecks kChecks("FOV");
 enum class BoundFit { Box, Sphere };
 
 BoundFit readBoundFit(const Qn::GroupAttribute& constraintGroup) {
-    const std::string targetBounds = Qn::StringAttribute(constraintGroup.getChildByName("args.targetBounds"))
-                                         .getValue(std::string(), false);
-    if (targetBounds.empty())
-        kChecks.failEmptyArgument("args.targetBounds");
+    const std::string targetBounds =
+        getRequiredStringArg(constraintGroup, std::string(kChecks.kind()), "args.targetBounds");
     if (targetBounds == "box")
         return BoundFit::Box;
     if (targetBounds == "sphere")
